@@ -1,0 +1,183 @@
+#include "io/projectfile.h"
+
+#include "io/csv.h"
+#include "io/replacefile.h"
+
+#include <QCalendar>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTextStream>
+
+#include <array>
+#include <optional>
+
+namespace {
+
+constexpr QLatin1Char CELL_SEPARATOR(';');
+constexpr QLatin1Char LIST_SEPARATOR(',');
+constexpr qsizetype REQUIRED_CELLS = 7;
+
+QString dateFormat()
+{
+    return QStringLiteral("dd-MM-yyyy");
+}
+
+QString mapToCell(const QMap<QString, QString> &map)
+{
+    QJsonObject object;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
+        object.insert(entry.key(), entry.value());
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+bool mapFromCell(const QString &cell, QMap<QString, QString> *map)
+{
+    QJsonParseError error;
+    const QJsonObject object = QJsonDocument::fromJson(cell.toUtf8(), &error).object();
+    if (error.error != QJsonParseError::NoError)
+        return false;
+    for (auto member = object.constBegin(); member != object.constEnd(); ++member)
+        map->insert(member.key(), member.value().toVariant().toString());
+    return true;
+}
+
+QVersionNumber versionFromCell(QString cell)
+{
+    return QVersionNumber::fromString(cell.remove(QLatin1Char('"')));
+}
+
+QString idsToCell(const QList<qint32> &ids)
+{
+    QStringList texts;
+    for (const qint32 id : ids)
+        texts.append(QString::number(id));
+    return texts.join(LIST_SEPARATOR);
+}
+
+QList<qint32> idsFromCell(const QString &cell)
+{
+    QList<qint32> ids;
+    for (const QString &text : cell.split(LIST_SEPARATOR))
+        ids.append(text.toInt());
+    return ids;
+}
+
+struct Column
+{
+    const char *title;
+    QString (*write)(const AppConfig &app);
+    bool (*read)(const QString &cell, AppConfig *app); ///< false when the row cannot be understood
+};
+
+constexpr std::array<Column, 9> COLUMNS{{
+    {"NAME", [](const AppConfig &app) { return mapToCell(app.names); },
+     [](const QString &cell, AppConfig *app) { return mapFromCell(cell, &app->names); }},
+    {"AUTHOR", [](const AppConfig &app) { return app.author; },
+     [](const QString &cell, AppConfig *app) {
+         app->author = cell;
+         return true;
+     }},
+    {"VERSION", [](const AppConfig &app) { return app.version.toString(); },
+     [](const QString &cell, AppConfig *app) {
+         app->version = versionFromCell(cell);
+         return true;
+     }},
+    {"HARDWARE", [](const AppConfig &app) { return idsToCell(app.hardware); },
+     [](const QString &cell, AppConfig *app) {
+         app->hardware = idsFromCell(cell);
+         return true;
+     }},
+    {"DATE", [](const AppConfig &app) { return app.date.toString(dateFormat(), QCalendar(QCalendar::System::Gregorian)); },
+     [](const QString &cell, AppConfig *app) {
+         app->date = toDate(cell.trimmed());
+         return true;
+     }},
+    {"DESCRIPTION", [](const AppConfig &app) { return mapToCell(app.descriptions); },
+     [](const QString &cell, AppConfig *app) { return mapFromCell(cell, &app->descriptions); }},
+    {"FILES_FOLDERS", [](const AppConfig &app) { return app.files.join(LIST_SEPARATOR); },
+     [](const QString &cell, AppConfig *app) {
+         const QString paths = cell.trimmed();
+         if (!paths.isEmpty())
+             app->files = paths.split(LIST_SEPARATOR);
+         return true;
+     }},
+    {"ICON", [](const AppConfig &app) { return app.icon; },
+     [](const QString &cell, AppConfig *app) {
+         app->icon = cell;
+         return true;
+     }},
+    {"MIN_TXVER", [](const AppConfig &app) { return firmwareText(app.minTxVersion); },
+     [](const QString &cell, AppConfig *app) {
+         app->minTxVersion = versionFromCell(cell);
+         return true;
+     }},
+}};
+
+std::optional<AppConfig> appFromRow(const QStringList &row)
+{
+    if (row.size() < REQUIRED_CELLS)
+        return std::nullopt;
+
+    AppConfig app;
+    auto cell = row.cbegin();
+    for (const Column &column : COLUMNS) {
+        if (cell == row.cend())
+            break;
+        if (!column.read(*cell++, &app))
+            return std::nullopt;
+    }
+    return app;
+}
+
+QString joined(const QStringList &cells)
+{
+    return cells.join(CELL_SEPARATOR) + QLatin1Char('\n');
+}
+
+QString headerLine()
+{
+    QStringList titles;
+    for (const Column &column : COLUMNS)
+        titles.append(QLatin1String(column.title));
+    return joined(titles);
+}
+
+QString appLine(const AppConfig &app)
+{
+    QStringList cells;
+    for (const Column &column : COLUMNS)
+        cells.append(column.write(app));
+    return joined(cells);
+}
+
+} // namespace
+
+bool readProject(const QString &path, QList<AppConfig> *apps)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return false;
+
+    apps->clear();
+    QTextStream stream(&file);
+    QStringList row;
+    while (readCSVRow(stream, &row)) {
+        if (row.constFirst() == QLatin1String(COLUMNS.front().title))
+            continue;
+        const std::optional<AppConfig> app = appFromRow(row);
+        if (!app)
+            return false;
+        apps->append(*app);
+    }
+    // A read error ends the rows as the end of the file does.
+    return file.error() == QFileDevice::NoError;
+}
+
+bool writeProject(const QString &path, const QList<AppConfig> &apps)
+{
+    QByteArray content = headerLine().toUtf8();
+    for (const AppConfig &app : apps)
+        content += appLine(app).toUtf8();
+    return replaceFile(path, content, LineEnds::Platform);
+}
