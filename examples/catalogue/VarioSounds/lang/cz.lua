@@ -1,0 +1,9 @@
+-- Čeština
+return {
+    climb = "Stoupání",
+    level = "Vodorovný let",
+    sink = "Klesání",
+    theme = "Tóny",
+    soft = "měkké",
+    sharp = "ostré",
+}

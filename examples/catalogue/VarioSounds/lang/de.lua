@@ -1,0 +1,9 @@
+-- Deutsch
+return {
+    climb = "Steigen",
+    level = "Horizontalflug",
+    sink = "Sinken",
+    theme = "Töne",
+    soft = "weich",
+    sharp = "scharf",
+}
