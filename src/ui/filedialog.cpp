@@ -1,0 +1,68 @@
+#include "ui/filedialog.h"
+
+#include "ui_filedialog.h"
+
+#include <QFileInfo>
+#include <QFileSystemModel>
+#include <QPushButton>
+
+FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent) :
+    QDialog(parent),
+    folderMode(filters.isEmpty()),
+    ui(std::make_unique<Ui::FileDialog>())
+{
+    ui->setupUi(this);
+
+    model = new QFileSystemModel(ui->treeView);
+    if (!folderMode) {
+        model->setNameFilters(filters);
+        model->setNameFilterDisables(false);
+    }
+    model->setRootPath(QFileInfo(root).absoluteDir().absolutePath());
+    model->setFilter(folderMode ? QDir::AllDirs | QDir::NoDotAndDotDot
+                                : QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
+    ui->treeView->setModel(model);
+    ui->treeView->setRootIndex(model->index(model->rootPath()));
+
+    ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(false);
+}
+
+FileDialog::~FileDialog() = default;
+
+QString FileDialog::getPath() const
+{
+    return path;
+}
+
+bool FileDialog::checkFile()
+{
+    const QString file = model->filePath(ui->treeView->currentIndex());
+    const bool ok = QFileInfo(file).isFile() != folderMode;
+    ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(ok);
+    if (ok)
+        path = QDir(model->rootPath()).relativeFilePath(file);
+    return ok;
+}
+
+void FileDialog::on_treeView_activated(const QModelIndex & /*index*/)
+{
+    // The return key leaves the choice to the buttons.
+}
+
+// Runs after accept(), so it cannot hold the dialog back: what was clicked last stays picked
+// when the current item has moved on to something that cannot be.
+void FileDialog::on_buttonBox_accepted()
+{
+    checkFile();
+}
+
+void FileDialog::on_treeView_clicked(const QModelIndex & /*index*/)
+{
+    checkFile();
+}
+
+void FileDialog::on_treeView_doubleClicked(const QModelIndex & /*index*/)
+{
+    if (checkFile())
+        accept();
+}

@@ -1,0 +1,189 @@
+#include "ui/mainwindow.h"
+
+#include "ui_mainwindow.h"
+
+#include <QCloseEvent>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QSettings>
+
+const char *VENDOR_NAME = "Orva model";
+const char *APP_NAME = "Catalist";
+
+namespace {
+
+constexpr QLatin1String WINDOW_GROUP("MainWindow");
+constexpr QLatin1String SIZE_KEY("size");
+constexpr QLatin1String POSITION_KEY("pos");
+constexpr QLatin1String REPOSITORY_KEY("repo");
+constexpr QLatin1String PROJECT_KEY("appPath");
+
+QString unsavedMark()
+{
+    return QStringLiteral(" (*)");
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent) :
+    QMainWindow(parent),
+    ui(std::make_unique<Ui::MainWindow>())
+{
+    ui->setupUi(this);
+    for (QSplitter *splitter : {ui->splitter, ui->splitter_3}) {
+        splitter->setStretchFactor(0, 0);
+        splitter->setStretchFactor(1, 1);
+    }
+    ui->tabWidget->setCurrentIndex(0);
+
+    connect(&model, &AppConfigModel::currentIndexChanged, this, &MainWindow::appIndexChanged);
+    connect(&model, &AppConfigModel::appsChanged, this, &MainWindow::appsChanged);
+    connect(ui->tableWidget, SIGNAL(cellChanged(int,int)), this, SLOT(descriptionUpdated(int,int)));
+
+    ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
+    ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
+    setDescriptionPath({});
+
+    QFile styleSheet(QStringLiteral(":/Resources/Resources/storefrontHtml.css"));
+    if (styleSheet.open(QIODevice::ReadOnly))
+        ui->descriptionView->document()->setDefaultStyleSheet(QString::fromUtf8(styleSheet.readAll()));
+
+    readSettings();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::readSettings()
+{
+    QSettings settings{QLatin1String(VENDOR_NAME), QLatin1String(APP_NAME)};
+    settings.beginGroup(WINDOW_GROUP);
+    const QVariant size = settings.value(SIZE_KEY);
+    if (!size.isNull())
+        resize(size.toSize());
+    const QVariant position = settings.value(POSITION_KEY);
+    if (!position.isNull())
+        move(position.toPoint());
+    settings.endGroup();
+
+    ui->repository->setText(settings.value(REPOSITORY_KEY, QStringLiteral("http://")).toString());
+    const QString project = settings.value(PROJECT_KEY).toString();
+    if (project.isEmpty())
+        return;
+    setAppPath(project);
+    if (!model.load(appPath)) {
+        model.clear();
+        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
+    }
+}
+
+void MainWindow::writeSettings()
+{
+    QSettings settings{QLatin1String(VENDOR_NAME), QLatin1String(APP_NAME)};
+    settings.beginGroup(WINDOW_GROUP);
+    settings.setValue(SIZE_KEY, size());
+    settings.setValue(POSITION_KEY, pos());
+    settings.endGroup();
+    settings.setValue(REPOSITORY_KEY, ui->repository->text());
+    settings.setValue(PROJECT_KEY, appPath);
+}
+
+void MainWindow::setAppPath(const QString &path)
+{
+    appPath = path;
+    ui->appsLbl->setText(tr("Apps (%1): ").arg(path));
+}
+
+QString MainWindow::projectFolder() const
+{
+    return QFileInfo(appPath).absoluteDir().canonicalPath();
+}
+
+void MainWindow::saveAppsCfg()
+{
+    if (appPath.isEmpty()) {
+        QMessageBox::warning(this, tr("Warning"), tr("First create a new project"));
+        return;
+    }
+    saveCurrenDescription();
+    if (!model.save(appPath))
+        QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
+    checkAsterisk();
+}
+
+void MainWindow::checkAsterisk()
+{
+    const QString title = windowTitle();
+    const bool marked = title.endsWith(unsavedMark());
+    if (model.modified && !marked)
+        setWindowTitle(title + unsavedMark());
+    else if (!model.modified && marked)
+        setWindowTitle(title.chopped(unsavedMark().size()));
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    writeSettings();
+    event->accept();
+    if (!model.modified)
+        return;
+
+    const auto answer = QMessageBox::question(this, tr("Save data"), tr("Save application data before quitting?"),
+                                              QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    if (answer == QMessageBox::Yes)
+        saveAppsCfg();
+    else if (answer == QMessageBox::Cancel)
+        event->ignore();
+}
+
+void MainWindow::on_actionNew_project_triggered()
+{
+    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"),
+                                                      appPath.isEmpty() ? QStringLiteral("Apps.csv") : appPath,
+                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
+    if (path.isEmpty())
+        return;
+    setAppPath(path);
+    model.clear();
+}
+
+void MainWindow::on_actionOpen_project_triggered()
+{
+    saveCurrenDescription();
+    setDescriptionPath({});
+    ui->tableWidget->clearSelection();
+    ui->descriptionEdit->clear();
+
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"),
+                                                      appPath.isEmpty() ? QStringLiteral("Apps.csv") : appPath,
+                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
+    if (path.isEmpty())
+        return;
+    setAppPath(path);
+    if (!model.load(appPath)) {
+        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
+        model.clear();
+    }
+}
+
+void MainWindow::on_actionSave_triggered()
+{
+    saveAppsCfg();
+}
+
+void MainWindow::on_actionSave_generate_JSON_triggered()
+{
+    saveAppsCfg();
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save JSON repository"), QStringLiteral("Apps.json"),
+                                                      tr("JSON files (*.json);;All files (*.*)"));
+    if (!path.isEmpty())
+        model.saveRepo(path, ui->repository->text(), projectFolder());
+}
+
+void MainWindow::on_repository_editingFinished()
+{
+    const QString url = ui->repository->text();
+    if (!url.endsWith(QLatin1Char('/')))
+        ui->repository->setText(url + QLatin1Char('/'));
+}

@@ -1,0 +1,112 @@
+#pragma once
+
+#include "model/appconfigmodel.h"
+
+#include <QFileDialog>
+#include <QMainWindow>
+
+#include <array>
+#include <memory>
+
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QListWidgetItem;
+
+namespace Ui {
+class MainWindow;
+}
+
+/// Organisation and application name of the settings store, read each time the store is opened.
+extern const char *VENDOR_NAME;
+extern const char *APP_NAME;
+
+/// The editor. Widgets show copies of the model's records; every edit goes through the model, whose signals
+/// refill the widgets. Each tab has a source file of its own: mainwindow_general, _files and _description.
+///
+/// The constructor restores the settings and reopens the last project, which may show a message box.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private slots:
+    void descriptionUpdated(int row, int column);
+    // Connected by name to the widgets of the form.
+    void on_btnNewApp_clicked();
+    void on_actionNew_project_triggered();
+    void on_applyButton_clicked();
+    void on_check1_2_stateChanged(int state);
+    void on_check1_3_stateChanged(int state);
+    void on_check1_4_stateChanged(int state);
+    void on_listApps_currentRowChanged(int currentRow);
+    void on_listApps_itemClicked(QListWidgetItem *item);
+    void on_btnDeleteApp_clicked();
+    void on_actionOpen_project_triggered();
+    void on_iconBtn_clicked();
+    void on_descriptionEdit_textChanged();
+    void on_btnAddFile_clicked();
+    void on_btnDeleteFile_clicked();
+    void on_actionSave_triggered();
+    void on_btnAddFolder_clicked();
+    void on_actionSave_generate_JSON_triggered();
+    void on_btnNewDescription_clicked();
+    void on_btnDeleteDescription_clicked();
+    void on_tableWidget_currentCellChanged(int currentRow, int currentColumn, int previousRow, int previousColumn);
+    void on_btnAutosave_clicked();
+    void on_btnOpenDescription_clicked();
+    void on_repository_editingFinished();
+
+private:
+    /// The widgets that name the app in one more language.
+    struct LanguageRow
+    {
+        QLineEdit *name;
+        QComboBox *language;
+        QCheckBox *used;
+
+        void setEnabled(bool enabled) const;
+    };
+
+    /// The static functions of QFileDialog that ask for one file.
+    using FileChooser = QString (*)(QWidget *, const QString &, const QString &, const QString &, QString *,
+                                    QFileDialog::Options);
+
+    void appIndexChanged(int index);
+    void appsChanged();
+    void createNewApp();
+
+    void readSettings();
+    void writeSettings();
+    void setAppPath(const QString &path);
+    /// The canonical path of the folder that holds the project file.
+    [[nodiscard]] QString projectFolder() const;
+    void saveAppsCfg();
+    void checkAsterisk();
+
+    [[nodiscard]] std::array<LanguageRow, 3> languageRows() const;
+    void showGeneral(const AppConfig &app);
+    void showNames(const AppConfig &app);
+
+    void showFiles(const AppConfig &app);
+    void addPicked(const QStringList &nameFilters);
+    void storeFiles();
+
+    void showDescriptions(const AppConfig &app);
+    void setDescriptionPath(const QString &path);
+    void saveCurrenDescription();
+    [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
+    /// Asks for a language and a file and stores the pair. Empty when nothing was stored.
+    QString addDescription(FileChooser chooseFile, const QString &caption);
+
+    AppConfigModel model;
+    QString appPath; ///< of the project file; empty when no project is open
+    QString descriptionPath; ///< of the file in the description editor; empty when none is open
+    std::unique_ptr<Ui::MainWindow> ui;
+};

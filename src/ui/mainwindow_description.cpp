@@ -1,0 +1,205 @@
+#include "ui/mainwindow.h"
+
+#include "io/replacefile.h"
+#include "ui_mainwindow.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QSignalBlocker>
+
+namespace {
+
+enum DescriptionColumn { LanguageColumn, FileColumn };
+
+constexpr auto TEMPLATE = R"(<!DOCTYPE html>
+<html>
+<head>
+  <meta charset="utf-8">
+  <title>#Title</title>
+</head>
+<body>
+  <h1>#App Name</h1>
+  <p></p>
+  <h2>#Description</h2>
+  <p>...</p>
+  <h2>#Usage</h2>
+  <ol>
+    <li>
+      <p>...</p>
+    </li>
+  </ol>
+</body>
+</html>
+)";
+
+QString cellText(const QTableWidget *table, int row, DescriptionColumn column)
+{
+    const QTableWidgetItem *item = table->item(row, column);
+    return item ? item->text() : QString();
+}
+
+} // namespace
+
+void MainWindow::showDescriptions(const AppConfig &app)
+{
+    saveCurrenDescription();
+    setDescriptionPath({});
+    ui->tableWidget->clearSelection();
+    ui->tableWidget->setRowCount(0);
+    ui->descriptionEdit->clear();
+    ui->btnAutosave->setEnabled(false);
+
+    const QSignalBlocker blocker(ui->tableWidget);
+    ui->tableWidget->setRowCount(static_cast<int>(app.descriptions.size()));
+    int row = 0;
+    for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry, ++row) {
+        auto *file = new QTableWidgetItem(entry.value());
+        file->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEnabled);
+        ui->tableWidget->setItem(row, LanguageColumn, new QTableWidgetItem(entry.key()));
+        ui->tableWidget->setItem(row, FileColumn, file);
+    }
+}
+
+// Without an open file there is nothing that typed text could be saved to.
+void MainWindow::setDescriptionPath(const QString &path)
+{
+    descriptionPath = path;
+    ui->descriptionEdit->setReadOnly(path.isEmpty());
+}
+
+void MainWindow::saveCurrenDescription()
+{
+    if (!descriptionPath.isEmpty()
+        && !replaceFile(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8(), LineEnds::AsGiven))
+        qDebug() << "File" << descriptionPath << "was not saved.";
+    ui->btnAutosave->setEnabled(false);
+}
+
+QMap<QString, QString> MainWindow::tableDescriptions() const
+{
+    QMap<QString, QString> descriptions;
+    for (int row = 0; row < ui->tableWidget->rowCount(); ++row)
+        descriptions.insert(cellText(ui->tableWidget, row, LanguageColumn), cellText(ui->tableWidget, row, FileColumn));
+    return descriptions;
+}
+
+QString MainWindow::addDescription(FileChooser chooseFile, const QString &caption)
+{
+    const QString folder = projectFolder();
+    const QStringList languages{QStringLiteral("cz"), QStringLiteral("de"), QStringLiteral("en"), QStringLiteral("fr"),
+                                QStringLiteral("it")};
+    bool accepted = false;
+    const QString language = QInputDialog::getItem(this, tr("Language selection"), tr("Select language code:"),
+                                                   languages, 0, true, &accepted)
+                                 .toLower();
+    if (!accepted || language.isEmpty())
+        return {};
+
+    QMap<QString, QString> descriptions = tableDescriptions();
+    if (descriptions.contains(language)) {
+        QMessageBox::critical(
+            this, tr("Error"),
+            tr("Cannot insert new description file. Language \"%1\" already exists.").arg(language));
+        return {};
+    }
+
+    const QString file =
+        chooseFile(this, caption, folder, tr("HTML files (*.html);;All files (*.*)"), nullptr, QFileDialog::Options());
+    if (file.isEmpty())
+        return {};
+    qDebug().noquote() << folder + QStringLiteral("    ") + file;
+    // Meant as a plain comparison of texts: a sibling folder whose name begins alike passes.
+    if (!file.startsWith(folder)) {
+        QMessageBox::critical(this, tr("Error"), tr("The file must be inside the project directory or subdirectory."));
+        return {};
+    }
+
+    const QString relativePath = QDir(folder).relativeFilePath(file);
+    qDebug() << relativePath;
+    descriptions.insert(language, relativePath);
+    model.setDescriptionFiles(descriptions);
+    return file;
+}
+
+void MainWindow::on_btnNewDescription_clicked()
+{
+    const QString file = addDescription(&QFileDialog::getSaveFileName, tr("New description file"));
+    if (file.isEmpty() || !replaceFile(file, TEMPLATE, LineEnds::AsGiven))
+        return;
+    saveCurrenDescription();
+}
+
+void MainWindow::on_btnOpenDescription_clicked()
+{
+    if (addDescription(&QFileDialog::getOpenFileName, tr("Open description file")).isEmpty())
+        return;
+    saveCurrenDescription();
+}
+
+void MainWindow::on_btnDeleteDescription_clicked()
+{
+    const int row = ui->tableWidget->currentRow();
+    if (row < 0)
+        return;
+
+    // A single button, which Escape presses too; the convenience function would add a second one.
+    QMessageBox question(QMessageBox::Question, tr("Delete app description"),
+                         tr("Delete from app configuration?<br>The file will be preserved."), QMessageBox::Yes, this);
+    if (question.exec() != QMessageBox::Yes)
+        return;
+
+    qDebug() << projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, row, FileColumn);
+    {
+        // The row below must not be opened in passing.
+        const QSignalBlocker blocker(ui->tableWidget);
+        ui->tableWidget->removeRow(row);
+    }
+    descriptionUpdated(row, LanguageColumn);
+}
+
+void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*currentColumn*/, int previousRow,
+                                                   int /*previousColumn*/)
+{
+    if (currentRow == previousRow)
+        return;
+    saveCurrenDescription();
+    setDescriptionPath({});
+    ui->descriptionEdit->clear();
+    if (currentRow < 0)
+        return;
+
+    const QString path = projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
+    qDebug() << path;
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        // Before the text, whose preview looks for pictures beside the file.
+        setDescriptionPath(path);
+        ui->descriptionEdit->setPlainText(QString::fromUtf8(file.readAll()));
+    } else {
+        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>%1</b>").arg(path));
+        ui->descriptionEdit->clear();
+    }
+    ui->btnAutosave->setEnabled(false);
+    ui->descriptionEdit->setEnabled(!descriptionPath.isEmpty());
+}
+
+void MainWindow::on_descriptionEdit_textChanged()
+{
+    ui->descriptionView->setSearchPaths({QStringLiteral("file:///") + QFileInfo(descriptionPath).path()});
+    ui->descriptionView->setHtml(ui->descriptionEdit->toPlainText());
+    ui->btnAutosave->setEnabled(true);
+}
+
+void MainWindow::on_btnAutosave_clicked()
+{
+    saveCurrenDescription();
+}
+
+void MainWindow::descriptionUpdated(int /*row*/, int /*column*/)
+{
+    model.setDescriptionFiles(tableDescriptions());
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QMap>
+#include <QNetworkAccessManager>
+#include <QSet>
+#include <QTextBrowser>
+#include <QUrl>
+#include <QVariant>
+
+class QNetworkReply;
+
+/// A read-only HTML view that also fetches what is not local, images above all, without blocking.
+///
+/// What a render asks for and is not there yet shows as nothing; when the last pending download has
+/// finished, the document is rendered once more at the same scroll position. Everything is fetched once
+/// and kept until clear(); at most five downloads run at a time, each for at most five seconds.
+class SimpleWebViewer : public QTextBrowser
+{
+    Q_OBJECT
+
+public:
+    explicit SimpleWebViewer(QWidget *parent = nullptr);
+    ~SimpleWebViewer() override;
+
+    /// What is there of a resource now; starts its download when it was never asked for.
+    /// Relative names are looked up in the search paths while the content was set as HTML.
+    QVariant loadResource(int type, const QUrl &name) override;
+
+    /// Starts a download, unless five are pending: then the resource stays unknown until the next render.
+    void downloadResource(const QUrl &url);
+
+    /// Aborts every pending download; each counts as failed.
+    void abort();
+
+public slots:
+    /// Empties the view and the cache and forgets the pending downloads without aborting them.
+    void clear();
+
+    /// Renders anew and keeps the scroll position.
+    void reload() override;
+
+protected:
+    /// Going to another source aborts and forgets everything of the old one.
+    void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+
+private slots:
+    void onReplyFinished(QNetworkReply *reply);
+
+private:
+    [[nodiscard]] QUrl foundInSearchPaths(const QUrl &name) const;
+    void store(const QNetworkReply &reply, const QVariant &value);
+
+    QSet<QNetworkReply *> replies; // pending; owned by the manager
+    QNetworkAccessManager manager;
+    QMap<QUrl, QVariant> cache; // invalid while pending or failed, else bytes, a decoded picture or a page
+};
