@@ -1,0 +1,146 @@
+#include "dialoganswers.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QtTest>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto INTERVAL = 5ms;
+constexpr int LOOKS_BEFORE_FORCE = 2000;
+
+QStringList buttonTexts(const QWidget *dialog)
+{
+    QStringList texts;
+    if (const auto *box = dialog->findChild<QDialogButtonBox *>()) {
+        const QList<QAbstractButton *> buttons = box->buttons();
+        for (const QAbstractButton *button : buttons)
+            texts.append(button->text().remove(QLatin1Char('&')));
+    }
+    return texts;
+}
+
+ShownDialog describe(const QWidget *dialog)
+{
+    ShownDialog shown;
+    shown.kind = QString::fromLatin1(dialog->metaObject()->className());
+    shown.title = dialog->windowTitle();
+    shown.buttons = buttonTexts(dialog);
+    if (const auto *box = qobject_cast<const QMessageBox *>(dialog)) {
+        shown.text = box->text();
+        shown.icon = box->icon();
+    } else if (const auto *files = qobject_cast<const QFileDialog *>(dialog)) {
+        const QString name = files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->text();
+        shown.startPath = files->directory().absolutePath() + QLatin1Char('/') + name;
+        shown.filters = files->nameFilters();
+    } else if (const auto *input = qobject_cast<const QInputDialog *>(dialog)) {
+        shown.text = input->labelText();
+        shown.choices = input->comboBoxItems();
+        shown.value = input->textValue();
+    }
+    return shown;
+}
+
+} // namespace
+
+DialogAnswers::DialogAnswers()
+{
+    connect(&timer, &QTimer::timeout, this, &DialogAnswers::lookForDialog);
+    timer.start(INTERVAL);
+}
+
+void DialogAnswers::answer(std::function<void(QWidget *)> action)
+{
+    answers.append(std::move(action));
+}
+
+void DialogAnswers::press(QMessageBox::StandardButton button)
+{
+    answer([button](QWidget *dialog) {
+        auto *box = qobject_cast<QMessageBox *>(dialog);
+        if (QAbstractButton *found = box ? box->button(button) : nullptr)
+            QTest::mouseClick(found, Qt::LeftButton);
+    });
+}
+
+void DialogAnswers::pressKey(Qt::Key key)
+{
+    answer([key](QWidget *dialog) { QTest::keyClick(dialog, key); });
+}
+
+void DialogAnswers::chooseFile(const QString &path)
+{
+    answer([path](QWidget *dialog) {
+        auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        if (!edit)
+            return;
+        edit->setText(path);
+        QTest::keyClick(edit, Qt::Key_Return);
+    });
+}
+
+void DialogAnswers::enterText(const QString &text)
+{
+    answer([text](QWidget *dialog) {
+        auto *box = dialog->findChild<QComboBox *>();
+        if (!box)
+            return;
+        box->setEditText(text);
+        QTest::keyClick(box, Qt::Key_Return);
+    });
+}
+
+void DialogAnswers::cancel()
+{
+    pressKey(Qt::Key_Escape);
+}
+
+bool DialogAnswers::allAnswered() const
+{
+    if (!answers.isEmpty())
+        qWarning("%lld answers had no dialog", static_cast<long long>(answers.size()));
+    if (unanswered > 0)
+        qWarning("%d dialogs had no answer", unanswered);
+    if (leftOpen > 0)
+        qWarning("%d answers left their dialog open", leftOpen);
+    return answers.isEmpty() && unanswered == 0 && leftOpen == 0;
+}
+
+void DialogAnswers::lookForDialog()
+{
+    QWidget *dialog = QApplication::activeModalWidget();
+    if (!dialog || !dialog->isVisible())
+        return;
+    if (dialog == current) {
+        if (++patience == LOOKS_BEFORE_FORCE) {
+            ++leftOpen;
+            dialog->close();
+        }
+        return;
+    }
+
+    current = dialog;
+    patience = 0;
+    shown.append(describe(dialog));
+    std::function<void(QWidget *)> action = [](QWidget *unexpected) { unexpected->close(); };
+    if (answers.isEmpty()) {
+        ++unanswered;
+        qWarning() << "Unexpected dialog" << shown.constLast().kind << shown.constLast().title
+                   << shown.constLast().text;
+    } else {
+        action = answers.takeFirst();
+    }
+    // Not from here: a dialog that opens another one would hold up the timer.
+    QMetaObject::invokeMethod(
+        dialog, [action, dialog] { action(dialog); }, Qt::QueuedConnection);
+}

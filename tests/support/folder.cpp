@@ -1,0 +1,84 @@
+#include "folder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+Folder::Folder()
+{
+#ifdef Q_OS_UNIX
+    if (::chmod(folder.path().toLocal8Bit().constData(), 0777) != 0)
+        qFatal("Cannot open %s to everybody", qPrintable(folder.path()));
+#endif
+}
+
+QString Folder::path() const
+{
+    return QDir(folder.path()).canonicalPath();
+}
+
+QString Folder::path(const QString &relative) const
+{
+    return path() + QLatin1Char('/') + relative;
+}
+
+bool Folder::exists(const QString &relative) const
+{
+    return QFileInfo::exists(path(relative));
+}
+
+void Folder::write(const QString &relative, const QByteArray &content) const
+{
+    QFile file(path(relative));
+    makeFolder(QFileInfo(relative).path());
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        qFatal("Cannot write %s", qPrintable(file.fileName()));
+}
+
+void Folder::makeFolder(const QString &relative) const
+{
+    if (!QDir(path()).mkpath(relative))
+        qFatal("Cannot make %s", qPrintable(relative));
+}
+
+void Folder::link(const QString &target, const QString &relative) const
+{
+    if (!QFile::link(target, path(relative)))
+        qFatal("Cannot link %s", qPrintable(relative));
+}
+
+QByteArray Folder::read(const QString &relative) const
+{
+    QFile file(path(relative));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray content = file.readAll();
+    return content.isNull() ? QByteArray("") : content;
+}
+
+QStringList Folder::entries() const
+{
+    return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+OrdinaryUser::OrdinaryUser()
+{
+#ifdef Q_OS_UNIX
+    constexpr uid_t NOBODY = 65534;
+    if (::getuid() == 0 && ::seteuid(NOBODY) != 0)
+        qFatal("Cannot become an ordinary user");
+#endif
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+#ifdef Q_OS_UNIX
+    if (::getuid() == 0 && ::seteuid(0) != 0)
+        qFatal("Cannot become the superuser again");
+#endif
+}

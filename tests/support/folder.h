@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+/// A temporary folder with a few words for the files in it. Paths are relative to it.
+class Folder
+{
+public:
+    Folder();
+
+    [[nodiscard]] QString path() const; ///< canonical
+    [[nodiscard]] QString path(const QString &relative) const;
+    [[nodiscard]] bool exists(const QString &relative) const;
+
+    /// Makes the folders on the way, and fails the program when the file cannot be written.
+    void write(const QString &relative, const QByteArray &content) const;
+    void makeFolder(const QString &relative) const;
+    void link(const QString &target, const QString &relative) const;
+
+    /// Null when there is no such file.
+    [[nodiscard]] QByteArray read(const QString &relative) const;
+
+    /// The names of everything in it, hidden files too.
+    [[nodiscard]] QStringList entries() const;
+
+private:
+    QTemporaryDir folder;
+};
+
+/// Gives up the rights of the superuser for a while, who may read and write everything; no effect for other users.
+/// Folders that are to be reached meanwhile must be open to everybody, as a Folder is.
+class OrdinaryUser
+{
+public:
+    OrdinaryUser();
+    ~OrdinaryUser();
+    Q_DISABLE_COPY_MOVE(OrdinaryUser)
+};

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+
+/// Keeps a test program away from the screen and from everything that is the user's own.
+/// To be made before the application object.
+class ScratchHome
+{
+public:
+    ScratchHome()
+    {
+        for (const char *variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"})
+            qputenv(variable, folder.path().toLocal8Bit());
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    }
+
+private:
+    QTemporaryDir folder;
+};
+
+/// Instead of QTEST_MAIN for whatever shows widgets or stores settings.
+#define CATALIST_TEST_MAIN(TestClass)                                                                                  \
+    int main(int argc, char *argv[])                                                                                   \
+    {                                                                                                                  \
+        const ScratchHome home;                                                                                        \
+        QApplication application(argc, argv);                                                                          \
+        TestClass test;                                                                                                \
+        return QTest::qExec(&test, argc, argv);                                                                        \
+    }
