@@ -88,7 +88,8 @@ constexpr std::array<Column, 9> COLUMNS{{
          app->hardware = idsFromCell(cell);
          return true;
      }},
-    {"DATE", [](const AppConfig &app) { return app.date.toString(dateFormat(), QCalendar(QCalendar::System::Gregorian)); },
+    {"DATE",
+     [](const AppConfig &app) { return app.date.toString(dateFormat(), QCalendar(QCalendar::System::Gregorian)); },
      [](const QString &cell, AppConfig *app) {
          app->date = toDate(cell.trimmed());
          return true;

@@ -35,11 +35,7 @@ QStringList entryNames(const QString &folder)
 class FileWalk
 {
 public:
-    FileWalk(QString url, const QString &folder) :
-        repoUrl(std::move(url)),
-        projectDir(folder)
-    {
-    }
+    FileWalk(QString url, const QString &folder) : repoUrl(std::move(url)), projectDir(folder) { }
 
     QJsonArray files;
 

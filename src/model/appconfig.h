@@ -35,7 +35,7 @@ enum TxType : unsigned {
 };
 
 /// Hardware ids, looked up by position; they are not ascending.
-inline constexpr std::array<qint32, 21> TX_IDS{673, 674, 675, 676,  677,  678,  679,  680,  652,  653, 3857,
+inline constexpr std::array<qint32, 21> TX_IDS{673,  674,  675,  676,  677,  678,  679,  680,  652,  653, 3857,
                                                3858, 3859, 3860, 3861, 3862, 3863, 3864, 3865, 3866, 3867};
 
 /// One app of the catalogue. Paths are relative to the project folder, with "/" separators.

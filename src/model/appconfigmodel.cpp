@@ -5,10 +5,7 @@
 
 #include <algorithm>
 
-AppConfigModel::AppConfigModel(QObject *parent) :
-    QObject(parent)
-{
-}
+AppConfigModel::AppConfigModel(QObject *parent) : QObject(parent) { }
 
 AppConfig AppConfigModel::getCurrentCfg() const
 {

@@ -6,10 +6,8 @@
 #include <QFileSystemModel>
 #include <QPushButton>
 
-FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent) :
-    QDialog(parent),
-    folderMode(filters.isEmpty()),
-    ui(std::make_unique<Ui::FileDialog>())
+FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent)
+    : QDialog(parent), folderMode(filters.isEmpty()), ui(std::make_unique<Ui::FileDialog>())
 {
     ui->setupUi(this);
 

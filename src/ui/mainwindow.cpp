@@ -27,9 +27,7 @@ QString unsavedMark()
 
 } // namespace
 
-MainWindow::MainWindow(QWidget *parent) :
-    QMainWindow(parent),
-    ui(std::make_unique<Ui::MainWindow>())
+MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
 {
     ui->setupUi(this);
     for (QSplitter *splitter : {ui->splitter, ui->splitter_3}) {
@@ -40,7 +38,7 @@ MainWindow::MainWindow(QWidget *parent) :
 
     connect(&model, &AppConfigModel::currentIndexChanged, this, &MainWindow::appIndexChanged);
     connect(&model, &AppConfigModel::appsChanged, this, &MainWindow::appsChanged);
-    connect(ui->tableWidget, SIGNAL(cellChanged(int,int)), this, SLOT(descriptionUpdated(int,int)));
+    connect(ui->tableWidget, SIGNAL(cellChanged(int, int)), this, SLOT(descriptionUpdated(int, int)));
 
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);

@@ -101,9 +101,8 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
 
     QMap<QString, QString> descriptions = tableDescriptions();
     if (descriptions.contains(language)) {
-        QMessageBox::critical(
-            this, tr("Error"),
-            tr("Cannot insert new description file. Language \"%1\" already exists.").arg(language));
+        QMessageBox::critical(this, tr("Error"),
+                              tr("Cannot insert new description file. Language \"%1\" already exists.").arg(language));
         return {};
     }
 

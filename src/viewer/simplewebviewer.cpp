@@ -52,8 +52,7 @@ void setScrollValue(QScrollBar *bar, int value)
 
 } // namespace
 
-SimpleWebViewer::SimpleWebViewer(QWidget *parent) :
-    QTextBrowser(parent)
+SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent)
 {
     manager.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(&manager, &QNetworkAccessManager::finished, this, &SimpleWebViewer::onReplyFinished);
