@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr qsizetype BLOCK_SIZE = 256 * 1024;
+constexpr qsizetype BLOCK_SIZE = 256LL * 1024;
 
 // The hash class reads from a device in blocks of a kilobyte, which costs more than the hashing.
 bool addContent(QFile &file, QCryptographicHash &hash)

@@ -38,7 +38,7 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
 
     connect(&model, &AppConfigModel::currentIndexChanged, this, &MainWindow::appIndexChanged);
     connect(&model, &AppConfigModel::appsChanged, this, &MainWindow::appsChanged);
-    connect(ui->tableWidget, SIGNAL(cellChanged(int, int)), this, SLOT(descriptionUpdated(int, int)));
+    connect(ui->tableWidget, SIGNAL(cellChanged(int,int)), this, SLOT(descriptionUpdated(int,int)));
 
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);

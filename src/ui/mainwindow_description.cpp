@@ -106,7 +106,7 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
         return {};
     }
 
-    const QString file =
+    QString file =
         chooseFile(this, caption, folder, tr("HTML files (*.html);;All files (*.*)"), nullptr, QFileDialog::Options());
     if (file.isEmpty())
         return {};

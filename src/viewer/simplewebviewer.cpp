@@ -93,7 +93,7 @@ QUrl SimpleWebViewer::foundInSearchPaths(const QUrl &name) const
     for (QString folder : folders) {
         if (!folder.endsWith(QLatin1Char('/')))
             folder += QLatin1Char('/');
-        const QUrl url(folder + path, QUrl::TolerantMode);
+        QUrl url(folder + path, QUrl::TolerantMode);
         if (url.isValid())
             return url;
     }

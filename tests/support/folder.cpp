@@ -6,6 +6,8 @@
 
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
+#endif
+#ifdef Q_OS_LINUX
 #include <unistd.h>
 #endif
 
@@ -66,19 +68,23 @@ QStringList Folder::entries() const
     return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
 }
 
+// The saved user id stays that of the superuser, so that there is a way back.
 OrdinaryUser::OrdinaryUser()
 {
-#ifdef Q_OS_UNIX
+#ifdef Q_OS_LINUX
     constexpr uid_t NOBODY = 65534;
-    if (::getuid() == 0 && ::seteuid(NOBODY) != 0)
+    if (::getuid() == 0 && ::setresuid(NOBODY, NOBODY, 0) != 0)
         qFatal("Cannot become an ordinary user");
 #endif
 }
 
 OrdinaryUser::~OrdinaryUser()
 {
-#ifdef Q_OS_UNIX
-    if (::getuid() == 0 && ::seteuid(0) != 0)
+#ifdef Q_OS_LINUX
+    uid_t real = 0;
+    uid_t effective = 0;
+    uid_t saved = 0;
+    if (::getresuid(&real, &effective, &saved) != 0 || (saved == 0 && ::setresuid(0, 0, 0) != 0))
         qFatal("Cannot become the superuser again");
 #endif
 }

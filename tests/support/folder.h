@@ -29,7 +29,8 @@ private:
     QTemporaryDir folder;
 };
 
-/// Gives up the rights of the superuser for a while, who may read and write everything; no effect for other users.
+/// Gives up the rights of the superuser for a while, who may read and write everything; no effect for other users
+/// or on other systems than Linux.
 /// Folders that are to be reached meanwhile must be open to everybody, as a Folder is.
 class OrdinaryUser
 {

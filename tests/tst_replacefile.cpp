@@ -1,0 +1,209 @@
+#include "io/replacefile.h"
+
+#include "folder.h"
+
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QThread>
+#include <QtTest>
+
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+QString target()
+{
+    return QStringLiteral("file.txt");
+}
+
+} // namespace
+
+class TestReplaceFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void content_data();
+    void content();
+    void keepsPermissions();
+    void writesThroughLinks();
+    void readOnlyFile();
+    void folderThatAllowsNoStagedFile();
+    void noRegularFile();
+    void cannotBeOpened();
+    void killedAtAnyMoment();
+    void fullDisk();
+};
+
+void TestReplaceFile::content_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("text") << QByteArray("a\nb\r\nc\0d", 8);
+    QTest::newRow("large") << QByteArray(5'000'000, 'x');
+}
+
+void TestReplaceFile::content()
+{
+    QFETCH(QByteArray, bytes);
+    const Folder folder;
+    QVERIFY(replaceFile(folder.path(target()), bytes, LineEnds::AsGiven));
+    QCOMPARE(folder.read(target()), bytes.isNull() ? QByteArray("") : bytes);
+    folder.write(target(), "something else, and longer");
+    QVERIFY(replaceFile(folder.path(target()), bytes, LineEnds::AsGiven));
+    QCOMPARE(folder.read(target()), bytes.isNull() ? QByteArray("") : bytes);
+    QCOMPARE(folder.entries(), QStringList{target()});
+}
+
+void TestReplaceFile::keepsPermissions()
+{
+    const Folder folder;
+    folder.write(target(), "old");
+    const QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser
+                                           | QFile::ExeOwner | QFile::ExeUser | QFile::ReadOther;
+    QVERIFY(QFile::setPermissions(folder.path(target()), permissions));
+    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QCOMPARE(QFile::permissions(folder.path(target())), permissions);
+    QCOMPARE(folder.read(target()), QByteArray("new"));
+}
+
+void TestReplaceFile::writesThroughLinks()
+{
+    const Folder folder;
+    folder.write(QStringLiteral("real/file.txt"), "old");
+    folder.link(folder.path(QStringLiteral("real/file.txt")), QStringLiteral("second.txt"));
+    folder.link(folder.path(QStringLiteral("second.txt")), target());
+    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QCOMPARE(folder.read(QStringLiteral("real/file.txt")), QByteArray("new"));
+    QVERIFY(QFileInfo(folder.path(target())).isSymLink());
+    QVERIFY(QFileInfo(folder.path(QStringLiteral("second.txt"))).isSymLink());
+
+    folder.link(folder.path(QStringLiteral("real/new.txt")), QStringLiteral("dangling.txt"));
+    QVERIFY(replaceFile(folder.path(QStringLiteral("dangling.txt")), "made", LineEnds::AsGiven));
+    QCOMPARE(folder.read(QStringLiteral("real/new.txt")), QByteArray("made"));
+}
+
+void TestReplaceFile::readOnlyFile()
+{
+    const Folder folder;
+    const OrdinaryUser user;
+    folder.write(target(), "old");
+    QVERIFY(QFile::setPermissions(folder.path(target()), QFile::ReadOwner));
+    if (QFileInfo(folder.path(target())).isWritable())
+        QSKIP("The superuser may write everything");
+    QVERIFY(!replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QCOMPARE(folder.read(target()), QByteArray("old"));
+    QCOMPARE(folder.entries(), QStringList{target()});
+}
+
+void TestReplaceFile::folderThatAllowsNoStagedFile()
+{
+    const Folder folder;
+    folder.write(QStringLiteral("closed/file.txt"), "old");
+    const QString path = folder.path(QStringLiteral("closed/file.txt"));
+    const QString closed = folder.path(QStringLiteral("closed"));
+    QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x6666)));
+    QVERIFY(QFile::setPermissions(closed, QFile::Permissions(0x5555)));
+    {
+        const OrdinaryUser user;
+        QVERIFY(replaceFile(path, "new", LineEnds::AsGiven));
+        QCOMPARE(folder.read(QStringLiteral("closed/file.txt")), QByteArray("new"));
+        QVERIFY(!replaceFile(folder.path(QStringLiteral("closed/another.txt")), "new", LineEnds::AsGiven));
+    }
+    QVERIFY(QFile::setPermissions(closed, QFile::Permissions(0x7777)));
+    QVERIFY(!folder.exists(QStringLiteral("closed/another.txt")));
+}
+
+void TestReplaceFile::noRegularFile()
+{
+#ifdef Q_OS_UNIX
+    const Folder folder;
+    const QByteArray pipe = folder.path(QStringLiteral("pipe")).toLocal8Bit();
+    QCOMPARE(::mkfifo(pipe.constData(), 0666), 0);
+    const int reader = ::open(pipe.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    QVERIFY(reader >= 0);
+
+    QVERIFY(replaceFile(QString::fromLocal8Bit(pipe), "through the pipe", LineEnds::AsGiven));
+    QByteArray read(100, Qt::Uninitialized);
+    read.resize(::read(reader, read.data(), static_cast<size_t>(read.size())));
+    ::close(reader);
+    QCOMPARE(read, QByteArray("through the pipe"));
+    QCOMPARE(folder.entries(), QStringList{QStringLiteral("pipe")});
+
+    if (!QFileInfo::exists(QStringLiteral("/dev/full")))
+        QSKIP("No /dev/full here");
+    QVERIFY(!replaceFile(QStringLiteral("/dev/full"), "x", LineEnds::AsGiven));
+#else
+    QSKIP("Pipes in folders are of Unix");
+#endif
+}
+
+void TestReplaceFile::cannotBeOpened()
+{
+    const Folder folder;
+    QVERIFY(!replaceFile(folder.path(), "x", LineEnds::AsGiven));
+    QVERIFY(!replaceFile(folder.path(QStringLiteral("missing/file.txt")), "x", LineEnds::AsGiven));
+    QVERIFY(!replaceFile(QString(), "x", LineEnds::AsGiven));
+    QVERIFY(folder.entries().isEmpty());
+}
+
+void TestReplaceFile::killedAtAnyMoment()
+{
+    constexpr int KILLS = 120;
+    constexpr quint32 LONGEST_WAIT = 8000; // microseconds, some saves long
+
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("Apps.csv"));
+    const QStringList versions{QStringLiteral("1"), QStringLiteral("2")};
+    QList<QByteArray> whole;
+    for (const QString &version : versions) {
+        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("once"), path, version}), 0);
+        whole.append(folder.read(QStringLiteral("Apps.csv")));
+        QVERIFY(whole.constLast().size() > 100'000);
+    }
+    QVERIFY(whole.at(0) != whole.at(1));
+
+    for (int kill = 0; kill < KILLS; ++kill) {
+        QProcess saver;
+        saver.start(QStringLiteral(SAVER), {QStringLiteral("forever"), path});
+        QVERIFY(saver.waitForReadyRead());
+        QThread::usleep(QRandomGenerator::global()->bounded(LONGEST_WAIT));
+        saver.kill();
+        QVERIFY(saver.waitForFinished());
+        QCOMPARE(saver.exitStatus(), QProcess::CrashExit);
+        QVERIFY2(whole.contains(folder.read(QStringLiteral("Apps.csv"))),
+                 "The file is neither the old nor the new one");
+    }
+
+    // What the kills left beside the file is in nobody's way.
+    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("once"), path, versions.at(0)}), 0);
+    QCOMPARE(folder.read(QStringLiteral("Apps.csv")), whole.at(0));
+}
+
+void TestReplaceFile::fullDisk()
+{
+#ifdef Q_OS_UNIX
+    const Folder folder;
+    const QString path = folder.path(QStringLiteral("Apps.csv"));
+    const QByteArray old = "the only copy\n";
+    folder.write(QStringLiteral("Apps.csv"), old);
+    for (const char *limit : {"0", "1", "4096", "65536"}) {
+        // 1 says that the save reported its failure and that the changes were still marked as unsaved.
+        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("limited"), path, QLatin1String(limit)}), 1);
+        QCOMPARE(folder.read(QStringLiteral("Apps.csv")), old);
+        QCOMPARE(folder.entries(), QStringList{QStringLiteral("Apps.csv")});
+    }
+    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("limited"), path, QStringLiteral("100000000")}),
+             0);
+    QVERIFY(folder.read(QStringLiteral("Apps.csv")) != old);
+#else
+    QSKIP("File-size limits are of Unix");
+#endif
+}
+
+QTEST_GUILESS_MAIN(TestReplaceFile)
+#include "tst_replacefile.moc"
