@@ -1,5 +1,7 @@
 #include "dialoganswers.h"
 
+#include "windowfixture.h"
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
@@ -8,6 +10,8 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
+#include <QTreeView>
 #include <QtTest>
 
 #include <chrono>
@@ -97,6 +101,18 @@ void DialogAnswers::enterText(const QString &text)
             return;
         box->setEditText(text);
         QTest::keyClick(box, Qt::Key_Return);
+    });
+}
+
+void DialogAnswers::pickInProject(const QString &relativePath)
+{
+    answer([relativePath](QWidget *dialog) {
+        auto *tree = dialog->findChild<QTreeView *>(QStringLiteral("treeView"));
+        const QModelIndex entry = tree ? treeEntry(tree, relativePath) : QModelIndex();
+        if (!entry.isValid())
+            return;
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(entry).center());
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok), Qt::LeftButton);
     });
 }
 

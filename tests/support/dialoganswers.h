@@ -37,6 +37,7 @@ public:
     void pressKey(Qt::Key key);
     void chooseFile(const QString &path); ///< in a file dialog
     void enterText(const QString &text); ///< in an input dialog
+    void pickInProject(const QString &relativePath); ///< in the program's own picker, with a click and OK
     void cancel();
     void answer(std::function<void(QWidget *dialog)> action); ///< the action must end with the dialog closed
 

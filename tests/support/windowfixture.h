@@ -2,8 +2,15 @@
 
 #include "folder.h"
 
+#include <QModelIndex>
 #include <QSettings>
 #include <QWidget>
+#include <QtTest>
+
+#include <memory>
+
+class QAbstractItemView;
+class QTreeView;
 
 /// A widget or other child of the window by its object name; fails the program when there is none.
 template <typename T> T *child(const QObject &parent, const char *name)
@@ -14,6 +21,30 @@ template <typename T> T *child(const QObject &parent, const char *name)
     return found;
 }
 
+/// The window of the program on the stored project, large enough for every button to be in sight.
+template <typename Window> std::unique_ptr<Window> openWindow()
+{
+    auto window = std::make_unique<Window>();
+    window->resize(1100, 800);
+    window->show();
+    if (!QTest::qWaitForWindowActive(window.get()))
+        qFatal("The window did not become active");
+    return window;
+}
+
+void click(const QWidget &window, const char *button);
+void clickTool(const QWidget &window, const char *action); ///< in the tool bar
+void showTab(const QWidget &window, const char *page);
+void clickCell(QAbstractItemView *view, int row, int column = 0);
+
+/// Key by key, where the cursor stands.
+void type(QWidget *widget, const QString &text);
+/// Replaces the text of a line edit.
+void retype(const QWidget &window, const char *lineEdit, const QString &text);
+
+/// The entry of a tree of files, scrolled into sight with every folder above it expanded;
+/// invalid when it does not come into the list.
+QModelIndex treeEntry(QTreeView *tree, const QString &relativePath);
 
 /// What the next window finds: the path of the last project.
 void storeProject(const QString &path);
