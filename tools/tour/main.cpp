@@ -1,0 +1,316 @@
+// Takes the real window through an author's work on a copy of a catalogue, and leaves the two files that the
+// work ends in and pictures of the window:
+//   catalist_tour CATALOGUE FOLDER
+// Ends with 1 at the first step that did not do what it should.
+
+#include "dialoganswers.h"
+#include "scratchhome.h"
+#include "ui/mainwindow.h"
+#include "viewer/simplewebviewer.h"
+#include "windowfixture.h"
+
+#include <QCryptographicHash>
+#include <QDateEdit>
+#include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QLoggingCategory>
+#include <QPlainTextEdit>
+#include <QTableWidget>
+#include <QTextDocument>
+#include <QTreeView>
+
+#include <cstdio>
+
+namespace {
+
+constexpr QSize PICTURE_SIZE(960, 720);
+const QString REPOSITORY = QStringLiteral("https://apps.example.org/");
+const QString NEW_APP = QStringLiteral("Range Check");
+
+void require(bool done, const char *step)
+{
+    if (!done) {
+        std::fprintf(stderr, "The tour ends here: %s\n", step);
+        std::exit(EXIT_FAILURE);
+    }
+    std::printf("  %s\n", step);
+}
+
+bool copyFiles(const QString &from, const QString &to)
+{
+    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString file = entries.next();
+        const QString copy = to + file.mid(from.size());
+        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(file, copy))
+            return false;
+    }
+    return true;
+}
+
+QByteArray content(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+class Tour
+{
+public:
+    explicit Tour(QString results) : folder(std::move(results)) { }
+
+    void start();
+    void editAnApp();
+    void addAnApp();
+    void listItsFiles();
+    void describeIt();
+    void publish();
+
+private:
+    [[nodiscard]] QString project(const QString &relative) const
+    {
+        return folder + QStringLiteral("/catalogue/") + relative;
+    }
+    void picture(QWidget *widget, const QString &name) const;
+    void select(const QString &app) const;
+    [[nodiscard]] QByteArray savedLine(const QByteArray &part) const;
+    [[nodiscard]] bool indexAgreesWithFiles() const;
+
+    QString folder;
+    DialogAnswers dialogs;
+    std::unique_ptr<MainWindow> window;
+};
+
+void Tour::picture(QWidget *widget, const QString &name) const
+{
+    require(widget->grab().save(folder + QLatin1Char('/') + name), qPrintable(QStringLiteral("picture ") + name));
+}
+
+void Tour::select(const QString &app) const
+{
+    auto *list = child<QListWidget>(*window, "listApps");
+    const QList<QListWidgetItem *> found = list->findItems(app, Qt::MatchExactly);
+    require(found.size() == 1, qPrintable(QStringLiteral("select ") + app));
+    clickCell(list, list->row(found.constFirst()));
+}
+
+/// The line of the project file that holds a text; empty when none does.
+QByteArray Tour::savedLine(const QByteArray &part) const
+{
+    const QList<QByteArray> lines = content(project(QStringLiteral("Apps.csv"))).split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.contains(part))
+            return line;
+    }
+    return {};
+}
+
+void Tour::start()
+{
+    const QString csv = project(QStringLiteral("Apps.csv"));
+    storeProject(csv);
+    window = openWindow<MainWindow>();
+    window->resize(PICTURE_SIZE);
+    require(child<QListWidget>(*window, "listApps")->count() > 0, "start with the last project");
+
+    dialogs.chooseFile(csv);
+    clickTool(*window, "actionOpen_project");
+    require(dialogs.allAnswered() && child<QListWidget>(*window, "listApps")->count() > 0, "open the project again");
+
+    retype(*window, "repository", REPOSITORY.chopped(1));
+    QTest::keyClick(child<QLineEdit>(*window, "repository"), Qt::Key_Return);
+    require(child<QLineEdit>(*window, "repository")->text() == REPOSITORY, "name the repository");
+}
+
+void Tour::editAnApp()
+{
+    select(QStringLiteral("Flight Timer"));
+    select(QStringLiteral("Altimeter"));
+    retype(*window, "version", QStringLiteral("1.5.0"));
+    click(*window, "applyButton");
+    require(window->windowTitle().endsWith(QStringLiteral(" (*)")), "apply a new version");
+    picture(window.get(), QStringLiteral("general.png"));
+    clickTool(*window, "actionSave");
+    require(savedLine("\"Altimeter\"").contains(";1.5.0;") && !window->windowTitle().contains(QLatin1Char('*')),
+            "save it");
+}
+
+void Tour::addAnApp()
+{
+    click(*window, "btnNewApp");
+    retype(*window, "appName1_1", NEW_APP);
+    const QStringList names{QStringLiteral("Zkouška dosahu"), QStringLiteral("Reichweitentest"),
+                            QStringLiteral("Test de portée")};
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        const QString row = QString::number(i + 2);
+        click(*window, qPrintable(QStringLiteral("check1_") + row));
+        retype(*window, qPrintable(QStringLiteral("appName1_") + row), names.at(i));
+    }
+    retype(*window, "author", QStringLiteral("Søren Kjær"));
+    retype(*window, "version", QStringLiteral("0.9"));
+    child<QDateEdit>(*window, "publicationDate")->setDate(QDate(2026, 6, 21));
+    retype(*window, "minTxVersion", QStringLiteral("5.03"));
+    for (const char *box : {"kr9Compatible", "vl9Compatible", "kr9g2Compatible", "vl9g2Compatible"})
+        click(*window, box);
+
+    dialogs.answer([this](QWidget *picker) {
+        auto *tree = child<QTreeView>(*picker, "treeView");
+        const QModelIndex icon = treeEntry(tree, QStringLiteral("icons/range-check.png"));
+        require(icon.isValid(), "see the icon in the picker");
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(icon).center());
+        picture(picker, QStringLiteral("picker.png"));
+        QTest::keyClick(picker, Qt::Key_Return);
+    });
+    click(*window, "iconBtn");
+    require(dialogs.allAnswered()
+                && child<QLineEdit>(*window, "icon")->text() == QLatin1String("icons/range-check.png"),
+            "pick the icon");
+    click(*window, "applyButton");
+    clickTool(*window, "actionSave");
+    require(savedLine("\"Range Check\"")
+                == "{\"cz\":\"Zkouška dosahu\",\"de\":\"Reichweitentest\",\"en\":\"Range Check\",\"fr\":\"Test de "
+                   "portée\"};Søren Kjær;0.9;678,3859,679,3860,3866,3867;21-06-2026;{};;icons/range-check.png;5.03",
+            "add an app in four languages");
+}
+
+void Tour::listItsFiles()
+{
+    showTab(*window, "tabAppFiles");
+    dialogs.pickInProject(QStringLiteral("RangeCheck/main.lua"));
+    click(*window, "btnAddFile");
+    dialogs.pickInProject(QStringLiteral("RangeCheck/sounds"));
+    click(*window, "btnAddFolder");
+    require(dialogs.allAnswered() && child<QListWidget>(*window, "listAppFiles")->count() == 2,
+            "list a file and a folder");
+    picture(window.get(), QStringLiteral("files.png"));
+}
+
+void Tour::describeIt()
+{
+    showTab(*window, "tabDescription");
+    const QString file = QStringLiteral("descriptions/range-check.en.html");
+    dialogs.enterText(QStringLiteral("en"));
+    dialogs.chooseFile(project(file));
+    click(*window, "btnNewDescription");
+    require(dialogs.allAnswered() && content(project(file)).contains("<title>#Title</title>"),
+            "start a description from the template");
+
+    auto *table = child<QTableWidget>(*window, "tableWidget");
+    clickCell(table, 0, 1);
+    auto *editor = child<QPlainTextEdit>(*window, "descriptionEdit");
+    const QString html = QStringLiteral("<!DOCTYPE html>\n<html>\n<head>\n  <meta charset=\"utf-8\">\n"
+                                        "  <title>Range Check</title>\n</head>\n<body>\n"
+                                        "  <h1>Range Check</h1>\n"
+                                        "  <p>Listens to the signal while you walk away from the model, and "
+                                        "tells you where it began to fade.</p>\n"
+                                        "  <p><img src=\"altimeter-screen.png\"></p>\n"
+                                        "  <h2>How to use it</h2>\n  <ol>\n    <li>Start it beside the model.</li>\n"
+                                        "    <li>Walk thirty paces.</li>\n  </ol>\n</body>\n</html>\n");
+    editor->selectAll();
+    type(editor, html);
+    const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
+    require(QTest::qWaitFor([preview] {
+                return !preview->document()
+                            ->resource(QTextDocument::ImageResource, QUrl(QStringLiteral("altimeter-screen.png")))
+                            .value<QPixmap>()
+                            .isNull();
+            }),
+            "see its picture in the preview");
+    QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
+    picture(window.get(), QStringLiteral("description.png"));
+    click(*window, "btnAutosave");
+    require(content(project(file)) == html.toUtf8(), "save the description");
+}
+
+void Tour::publish()
+{
+    dialogs.chooseFile(folder + QStringLiteral("/Apps.json"));
+    clickTool(*window, "actionSave_generate_JSON");
+    require(dialogs.allAnswered() && indexAgreesWithFiles(), "publish, with the size and SHA-1 of every file");
+    require(QFile::copy(project(QStringLiteral("Apps.csv")), folder + QStringLiteral("/Apps.csv")), "keep Apps.csv");
+    require(window->close(), "close");
+}
+
+bool Tour::indexAgreesWithFiles() const
+{
+    const QJsonArray apps = QJsonDocument::fromJson(content(folder + QStringLiteral("/Apps.json")))
+                                .object()
+                                .value(QLatin1String("applications"))
+                                .toArray();
+    int files = 0;
+    for (const QJsonValue &app : apps) {
+        const QJsonArray entries = app.toObject().value(QLatin1String("files")).toArray();
+        for (const QJsonValue &entry : entries) {
+            const QJsonObject file = entry.toObject();
+            const QByteArray bytes =
+                content(project(file.value(QLatin1String("url")).toString().mid(REPOSITORY.size())));
+            const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
+            if (bytes.isEmpty() || file.value(QLatin1String("size")).toInteger() != bytes.size()
+                || file.value(QLatin1String("hash")).toString() != QLatin1String(hash))
+                return false;
+            ++files;
+        }
+    }
+    return apps.size() == child<QListWidget>(*window, "listApps")->count() && files > apps.size();
+}
+
+/// What the tour leaves goes; whatever else lies in the folder stays.
+bool clearResults(const QString &folder)
+{
+    const QStringList results{QStringLiteral("Apps.csv"),        QStringLiteral("Apps.json"),
+                              QStringLiteral("general.png"),     QStringLiteral("files.png"),
+                              QStringLiteral("description.png"), QStringLiteral("picker.png")};
+    for (const QString &name : results) {
+        const QString path = folder + QLatin1Char('/') + name;
+        if (QFile::exists(path) && !QFile::remove(path))
+            return false;
+    }
+    return QDir(folder + QStringLiteral("/catalogue")).removeRecursively() && QDir().mkpath(folder);
+}
+
+/// The files of the app that the tour adds, made of files that the catalogue has.
+bool addMaterial(const QString &catalogue)
+{
+    return QDir(catalogue).mkpath(QStringLiteral("RangeCheck"))
+           && QFile::copy(catalogue + QStringLiteral("/ServoTester/main.lua"),
+                          catalogue + QStringLiteral("/RangeCheck/main.lua"))
+           && copyFiles(catalogue + QStringLiteral("/VarioSounds/sounds/soft"),
+                        catalogue + QStringLiteral("/RangeCheck/sounds"))
+           && QFile::copy(catalogue + QStringLiteral("/icons/telemetry-logger.png"),
+                          catalogue + QStringLiteral("/icons/range-check.png"));
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const ScratchHome home;
+    const QApplication application(argc, argv);
+    // The traces of the window and the complaints of the offscreen platform would hide the steps.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.warning=false"));
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.size() != 3) {
+        std::fprintf(stderr, "usage: catalist_tour CATALOGUE FOLDER\n");
+        return 2;
+    }
+
+    const QString catalogue = QDir(arguments.at(1)).absolutePath();
+    const QString folder = QDir(arguments.at(2)).absolutePath();
+    require(clearResults(folder) && copyFiles(catalogue, folder + QStringLiteral("/catalogue"))
+                && addMaterial(folder + QStringLiteral("/catalogue")),
+            "copy the catalogue");
+
+    Tour tour(folder);
+    tour.start();
+    tour.editAnApp();
+    tour.addAnApp();
+    tour.listItsFiles();
+    tour.describeIt();
+    tour.publish();
+    std::printf("Apps.csv, Apps.json and the pictures are in %s\n", qPrintable(folder));
+    return EXIT_SUCCESS;
+}
