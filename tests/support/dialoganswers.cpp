@@ -137,7 +137,8 @@ void DialogAnswers::lookForDialog()
     QWidget *dialog = QApplication::activeModalWidget();
     if (!dialog || !dialog->isVisible())
         return;
-    if (dialog == current) {
+    // A file dialog comes back for a moment when the question that it asked itself is gone.
+    if (seen.contains(dialog)) {
         if (++patience == LOOKS_BEFORE_FORCE) {
             ++leftOpen;
             dialog->close();
@@ -145,7 +146,8 @@ void DialogAnswers::lookForDialog()
         return;
     }
 
-    current = dialog;
+    seen.removeAll(nullptr);
+    seen.append(dialog);
     patience = 0;
     shown.append(describe(dialog));
     std::function<void(QWidget *)> action = [](QWidget *unexpected) { unexpected->close(); };

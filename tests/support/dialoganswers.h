@@ -50,7 +50,7 @@ private:
     void lookForDialog();
 
     QTimer timer;
-    QPointer<QWidget> current;
+    QList<QPointer<QWidget>> seen; // and still there
     int patience = 0;
     int unanswered = 0;
     int leftOpen = 0;
