@@ -1,6 +1,7 @@
 #include "model/appconfigmodel.h"
 
 #include "folder.h"
+#include "scratchhome.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -361,5 +362,5 @@ void TestAppConfigModel::publishingIsNotSaving()
     QCOMPARE(indexSpy->size(), 0);
 }
 
-QTEST_GUILESS_MAIN(TestAppConfigModel)
+CATALIST_CORE_TEST_MAIN(TestAppConfigModel)
 #include "tst_appconfigmodel.moc"

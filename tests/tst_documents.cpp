@@ -2,6 +2,7 @@
 #include "io/repositoryindex.h"
 
 #include "folder.h"
+#include "scratchhome.h"
 
 #include <QDirIterator>
 #include <QRegularExpression>
@@ -107,5 +108,5 @@ void TestDocuments::linksLeadSomewhere()
     }
 }
 
-QTEST_GUILESS_MAIN(TestDocuments)
+CATALIST_CORE_TEST_MAIN(TestDocuments)
 #include "tst_documents.moc"

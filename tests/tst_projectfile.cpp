@@ -1,6 +1,7 @@
 #include "io/projectfile.h"
 
 #include "folder.h"
+#include "scratchhome.h"
 
 #include <QtTest>
 
@@ -443,5 +444,5 @@ void TestProjectFile::cannotSave()
     QCOMPARE(folder.entries(), QStringList{QStringLiteral("folder")});
 }
 
-QTEST_GUILESS_MAIN(TestProjectFile)
+CATALIST_CORE_TEST_MAIN(TestProjectFile)
 #include "tst_projectfile.moc"

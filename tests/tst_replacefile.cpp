@@ -1,6 +1,7 @@
 #include "io/replacefile.h"
 
 #include "folder.h"
+#include "scratchhome.h"
 
 #include <QProcess>
 #include <QRandomGenerator>
@@ -205,5 +206,5 @@ void TestReplaceFile::fullDisk()
 #endif
 }
 
-QTEST_GUILESS_MAIN(TestReplaceFile)
+CATALIST_CORE_TEST_MAIN(TestReplaceFile)
 #include "tst_replacefile.moc"

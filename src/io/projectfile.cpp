@@ -175,10 +175,15 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
     return file.error() == QFileDevice::NoError;
 }
 
-bool writeProject(const QString &path, const QList<AppConfig> &apps)
+QByteArray projectContent(const QList<AppConfig> &apps)
 {
     QByteArray content = headerLine().toUtf8();
     for (const AppConfig &app : apps)
         content += appLine(app).toUtf8();
-    return replaceFile(path, content, LineEnds::Platform);
+    return content;
+}
+
+bool writeProject(const QString &path, const QList<AppConfig> &apps)
+{
+    return replaceFile(path, projectContent(apps), LineEnds::Platform);
 }

@@ -2,6 +2,7 @@
 
 #include "model/appconfig.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -11,6 +12,9 @@
 /// untouched), at a read error, or at the first malformed row: one of fewer than seven cells, or whose
 /// names or descriptions are not JSON. The records then hold the rows before it.
 [[nodiscard]] bool readProject(const QString &path, QList<AppConfig> *apps);
+
+/// What a project file with these records holds.
+[[nodiscard]] QByteArray projectContent(const QList<AppConfig> &apps);
 
 /// Replaces a project file by the records. False when that failed; the file is then as it was.
 [[nodiscard]] bool writeProject(const QString &path, const QList<AppConfig> &apps);

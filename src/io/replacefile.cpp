@@ -1,5 +1,7 @@
 #include "io/replacefile.h"
 
+#include "io/history.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -20,6 +22,7 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     if (lineEnds == LineEnds::Platform)
         mode |= QIODevice::Text;
 
+    keepReplaced(path, content);
     const QFileInfo target(path);
     if (target.exists() && !target.isFile()) {
         QFile file(path);

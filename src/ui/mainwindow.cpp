@@ -1,5 +1,7 @@
 #include "ui/mainwindow.h"
 
+#include "io/history.h"
+#include "io/projectfile.h"
 #include "ui_mainwindow.h"
 
 #include <QCloseEvent>
@@ -19,6 +21,11 @@ constexpr QLatin1String SIZE_KEY("size");
 constexpr QLatin1String POSITION_KEY("pos");
 constexpr QLatin1String REPOSITORY_KEY("repo");
 constexpr QLatin1String PROJECT_KEY("appPath");
+
+QString defaultProjectName()
+{
+    return QStringLiteral("Apps.csv");
+}
 
 QString unsavedMark()
 {
@@ -124,24 +131,34 @@ void MainWindow::closeEvent(QCloseEvent *event)
 {
     writeSettings();
     event->accept();
-    if (!model.modified)
-        return;
+    if (model.modified) {
+        const auto answer = QMessageBox::question(this, tr("Save data"), tr("Save application data before quitting?"),
+                                                  QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+        if (answer == QMessageBox::Cancel) {
+            event->ignore();
+            return;
+        }
+        if (answer == QMessageBox::Yes)
+            saveAppsCfg();
+    }
+    keepUnsavedRecords();
+    keepUnsavedDescription();
+}
 
-    const auto answer = QMessageBox::question(this, tr("Save data"), tr("Save application data before quitting?"),
-                                              QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-    if (answer == QMessageBox::Yes)
-        saveAppsCfg();
-    else if (answer == QMessageBox::Cancel)
-        event->ignore();
+void MainWindow::keepUnsavedRecords() const
+{
+    if (model.modified)
+        keepUnsaved(appPath.isEmpty() ? defaultProjectName() : appPath, projectContent(model.apps));
 }
 
 void MainWindow::on_actionNew_project_triggered()
 {
-    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"),
-                                                      appPath.isEmpty() ? QStringLiteral("Apps.csv") : appPath,
-                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("New Apps.csv file"), appPath.isEmpty() ? defaultProjectName() : appPath,
+                                     tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
+    keepUnsavedRecords();
     setAppPath(path);
     model.clear();
 }
@@ -153,11 +170,12 @@ void MainWindow::on_actionOpen_project_triggered()
     ui->tableWidget->clearSelection();
     ui->descriptionEdit->clear();
 
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"),
-                                                      appPath.isEmpty() ? QStringLiteral("Apps.csv") : appPath,
-                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
+    const QString path =
+        QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"), appPath.isEmpty() ? defaultProjectName() : appPath,
+                                     tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
+    keepUnsavedRecords();
     setAppPath(path);
     if (!model.load(appPath)) {
         QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));

@@ -88,6 +88,8 @@ private:
     /// The canonical path of the folder that holds the project file.
     [[nodiscard]] QString projectFolder() const;
     void saveAppsCfg();
+    /// Puts records that were never saved into the history, before they go.
+    void keepUnsavedRecords() const;
     void checkAsterisk();
 
     [[nodiscard]] std::array<LanguageRow, 3> languageRows() const;
@@ -101,6 +103,7 @@ private:
     void showDescriptions(const AppConfig &app);
     void setDescriptionPath(const QString &path);
     void saveCurrenDescription();
+    void keepUnsavedDescription() const;
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
     /// Asks for a language and a file and stores the pair. Empty when nothing was stored.
     QString addDescription(FileChooser chooseFile, const QString &caption);

@@ -1,5 +1,6 @@
 #include "ui/mainwindow.h"
 
+#include "io/history.h"
 #include "io/replacefile.h"
 #include "ui_mainwindow.h"
 
@@ -77,6 +78,12 @@ void MainWindow::saveCurrenDescription()
         && !replaceFile(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8(), LineEnds::AsGiven))
         qDebug() << "File" << descriptionPath << "was not saved.";
     ui->btnAutosave->setEnabled(false);
+}
+
+void MainWindow::keepUnsavedDescription() const
+{
+    if (!descriptionPath.isEmpty() && ui->btnAutosave->isEnabled())
+        keepUnsaved(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
 }
 
 QMap<QString, QString> MainWindow::tableDescriptions() const

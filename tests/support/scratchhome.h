@@ -25,11 +25,16 @@ private:
 };
 
 /// Instead of QTEST_MAIN for whatever shows widgets or stores settings.
-#define CATALIST_TEST_MAIN(TestClass)                                                                                  \
+#define CATALIST_TEST_MAIN(TestClass) CATALIST_TEST_MAIN_WITH(QApplication, TestClass)
+
+/// Instead of QTEST_GUILESS_MAIN for whatever saves files, whose history lies among the user's data.
+#define CATALIST_CORE_TEST_MAIN(TestClass) CATALIST_TEST_MAIN_WITH(QCoreApplication, TestClass)
+
+#define CATALIST_TEST_MAIN_WITH(Application, TestClass)                                                                \
     int main(int argc, char *argv[])                                                                                   \
     {                                                                                                                  \
         const ScratchHome home;                                                                                        \
-        QApplication application(argc, argv);                                                                          \
+        const Application application(argc, argv);                                                                     \
         TestClass test;                                                                                                \
         return QTest::qExec(&test, argc, argv);                                                                        \
     }
