@@ -96,7 +96,7 @@ private slots:
 
 private:
     void start();
-    void startWith(const QByteArray &csv);
+    void startWith(const QByteArray &content);
     void expectError(const ShownDialog &dialog, const QString &text);
 
     std::unique_ptr<Folder> folder;

@@ -550,7 +550,7 @@ void TestMainWindowDescription::newDescriptionOverAnExistingFile()
     answers->press(QMessageBox::Yes);
     click(*window, "btnNewDescription");
     QCOMPARE(folder->read(u"old.html"_s), NEW_DESCRIPTION);
-    QCOMPARE(rows().last(), u"it=old.html"_s);
+    QCOMPARE(rows().constLast(), u"it=old.html"_s);
 }
 
 void TestMainWindowDescription::newDescriptionOverTheOpenFile()
@@ -748,7 +748,7 @@ void TestMainWindowDescription::projectBehindALinkRefusesItsFiles()
     QCOMPARE(table->rowCount(), 2);
 
     addDescription(button.toLatin1().constData(), u"it"_s, folder->path(u"real/x.html"_s));
-    QCOMPARE(rows().last(), u"it=x.html"_s);
+    QCOMPARE(rows().constLast(), u"it=x.html"_s);
 }
 
 void TestMainWindowDescription::fileThatCannotBeCreatedIsStored_data()

@@ -539,7 +539,7 @@ void TestMainWindowLayout::slotsAreConnected()
     const qsizetype end = slot.lastIndexOf(QLatin1Char('_'));
     const QString object = slot.mid(3, end - 3);
     const QByteArray signalName = slot.mid(end + 1).section(QLatin1Char('('), 0, 0).toLatin1();
-    QObject *sender = child<QObject>(*window, qPrintable(object));
+    auto *sender = child<QObject>(*window, qPrintable(object));
     int connected = 0;
     const QMetaMethod method = window->metaObject()->method(window->metaObject()->indexOfSlot(qPrintable(slot)));
     QVERIFY(method.isValid());

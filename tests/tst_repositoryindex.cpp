@@ -31,7 +31,7 @@ QStringList published(const AppConfig &app, const QString &projectDir)
     QStringList paths;
     const QJsonArray files =
         index.value(QLatin1String("applications")).toArray().at(0).toObject().value(QLatin1String("files")).toArray();
-    for (const QJsonValue &file : files)
+    for (const auto file : files)
         paths.append(file.toObject().value(QLatin1String("url")).toString());
     return paths;
 }

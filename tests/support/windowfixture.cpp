@@ -87,10 +87,12 @@ QModelIndex treeEntry(QTreeView *tree, const QString &relativePath)
 
 void storeProject(const QString &path)
 {
-    QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).setValue(QStringLiteral("appPath"), path);
+    QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
+    settings.setValue(QStringLiteral("appPath"), path);
 }
 
 void clearSettings()
 {
-    QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).clear();
+    QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
+    settings.clear();
 }

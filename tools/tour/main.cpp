@@ -242,9 +242,9 @@ bool Tour::indexAgreesWithFiles() const
                                 .value(QLatin1String("applications"))
                                 .toArray();
     int files = 0;
-    for (const QJsonValue &app : apps) {
+    for (const auto app : apps) {
         const QJsonArray entries = app.toObject().value(QLatin1String("files")).toArray();
-        for (const QJsonValue &entry : entries) {
+        for (const auto entry : entries) {
             const QJsonObject file = entry.toObject();
             const QByteArray bytes =
                 content(project(file.value(QLatin1String("url")).toString().mid(REPOSITORY.size())));
