@@ -49,6 +49,7 @@ private slots:
     void replacesLists();
     void removes_data();
     void removes();
+    void removesTheOnlyOne();
     void clears();
     void loadKeepsIndex();
     void failedLoadSaysNothing();
@@ -277,11 +278,18 @@ void TestAppConfigModel::removes()
     QVERIFY(model->modified);
     QCOMPARE(appsSpy->size(), 1);
     QCOMPARE(indexSpy->size(), 0);
+}
 
-    while (!model->apps.isEmpty() && model->index >= 0)
-        model->removeCurrent();
-    if (index >= 0)
-        QCOMPARE(model->index, -1);
+void TestAppConfigModel::removesTheOnlyOne()
+{
+    model->apps.append(named(THREE[0]));
+    model->index = 0;
+    model->removeCurrent();
+    QVERIFY(model->apps.isEmpty());
+    QCOMPARE(model->index, -1);
+    QVERIFY(model->modified);
+    QCOMPARE(appsSpy->size(), 1);
+    QCOMPARE(indexSpy->size(), 0);
 }
 
 void TestAppConfigModel::clears()

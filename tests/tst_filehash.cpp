@@ -53,6 +53,8 @@ void TestFileHash::unreadable_data()
     QTest::newRow("missing") << QStringLiteral("missing");
     QTest::newRow("folder") << QStringLiteral("folder");
     QTest::newRow("not allowed") << QStringLiteral("secret");
+    if (QFile::exists(QStringLiteral("/proc/self/mem")))
+        QTest::newRow("read error after opening") << QStringLiteral("/proc/self/mem");
 }
 
 void TestFileHash::unreadable()
@@ -64,7 +66,7 @@ void TestFileHash::unreadable()
     QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("secret")), QFile::WriteOwner));
     const OrdinaryUser user;
 
-    const QString path = folder.path(name);
+    const QString path = name.startsWith(QLatin1Char('/')) ? name : folder.path(name);
     QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("File \" \"%1\" \" read error.").arg(path)));
     const QString hash = generateHash(path, QCryptographicHash::Sha1);
     QVERIFY(hash.isNull());

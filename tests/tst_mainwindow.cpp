@@ -393,6 +393,12 @@ void TestMainWindow::saveWithoutProject()
     QCOMPARE(dialogs->shown.constFirst().icon, QMessageBox::Warning);
     QCOMPARE(dialogs->shown.constFirst().buttons, QStringList{QStringLiteral("OK")});
     QVERIFY(isMarked(*window));
+
+    // The title is not even looked at.
+    window->setWindowTitle(QStringLiteral("Orva Catalist"));
+    dialogs->press(QMessageBox::Ok);
+    clickTool(*window, "actionSave");
+    QVERIFY(isUnmarked(*window));
 }
 
 void TestMainWindow::save()
@@ -482,16 +488,22 @@ void TestMainWindow::publishCancelled()
 // The project folder is then the current one.
 void TestMainWindow::publishWithoutProject()
 {
-    folder->write(QStringLiteral("cwd/en.html"), "abc");
+    folder->write(QStringLiteral("cwd/a.txt"), "abc");
     start();
     click(*window, "btnNewApp");
+    showTab(*window, "tabAppFiles");
+    dialogs->pickInProject(QStringLiteral("a.txt"));
+    click(*window, "btnAddFile");
+    dialogs->shown.clear();
     dialogs->press(QMessageBox::Ok);
     dialogs->chooseFile(folder->path(QStringLiteral("Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
     QCOMPARE(dialogs->shown.size(), 2);
     QCOMPARE(dialogs->shown.at(0).text, NO_PROJECT);
     QCOMPARE(dialogs->shown.at(1).title, QStringLiteral("Save JSON repository"));
-    QVERIFY(folder->read(QStringLiteral("Apps.json")).contains("\"en\": \"[New App]\""));
+    QVERIFY(folder->read(QStringLiteral("Apps.json"))
+                .contains("\"destination\": \"Apps/a.txt\",\n"
+                          "                    \"hash\": \"a9993e364706816aba3e25717850c26c9cd0d89d\""));
     QVERIFY(isMarked(*window));
 }
 

@@ -121,6 +121,7 @@ void TestProjectFile::counts_data()
     QTest::newRow("no line end at the end") << HEADER_LINE + GOOD_LINE.chopped(1) << true << QStringList{good};
     QTest::newRow("CR LF") << QByteArray(HEADER_LINE + GOOD_LINE).replace("\n", "\r\n") << true << QStringList{good};
     QTest::newRow("byte-order mark") << "\xEF\xBB\xBF" + HEADER_LINE + GOOD_LINE << true << QStringList{good};
+    QTest::newRow("only a byte-order mark") << QByteArray("\xEF\xBB\xBF") << false << QStringList{};
     QTest::newRow("blank line") << GOOD_LINE + "\n" + GOOD_LINE << false << QStringList{good};
     QTest::newRow("blank line at the end") << GOOD_LINE + "\n" << false << QStringList{good};
     QTest::newRow("6 cells") << GOOD_LINE + "{};;;;;{}\n" + GOOD_LINE << false << QStringList{good};

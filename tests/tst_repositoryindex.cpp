@@ -58,6 +58,7 @@ private slots:
     void meetsItself();
     void otherProjectNext();
     void projectFolderThroughDots();
+    void projectFolderThatIsGone();
     void cannotOpen();
 };
 
@@ -356,6 +357,11 @@ void TestRepositoryIndex::projectFolderThroughDots()
     QCOMPARE(
         published(listing({QStringLiteral("in"), QStringLiteral("../out")}), folder.path(QStringLiteral("project"))),
         (QStringList{QStringLiteral("in"), QStringLiteral("../out")}));
+}
+
+void TestRepositoryIndex::projectFolderThatIsGone()
+{
+    QCOMPARE(published(listing({QString(), QStringLiteral("etc")}), QString()), QStringList{});
 }
 
 void TestRepositoryIndex::cannotOpen()

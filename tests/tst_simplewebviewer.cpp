@@ -181,6 +181,7 @@ void TestSimpleWebViewer::cleanup()
 void TestSimpleWebViewer::declaresItsSlots()
 {
     const QMetaObject &meta = SimpleWebViewer::staticMetaObject;
+    QCOMPARE(meta.methodCount() - meta.methodOffset(), 2);
     QVERIFY(meta.indexOfSlot("clear()") >= meta.methodOffset());
     QVERIFY(meta.indexOfSlot("onReplyFinished(QNetworkReply*)") >= meta.methodOffset());
 }

@@ -24,10 +24,9 @@ QString quoted(const QString &field)
 bool readCSVRow(QTextStream &stream, QStringList *row)
 {
     row->clear();
-    QString line;
-    if (!stream.readLineInto(&line))
+    if (stream.atEnd())
         return false;
-    *row = line.split(SEPARATOR);
+    *row = stream.readLine().split(SEPARATOR);
     return true;
 }
 

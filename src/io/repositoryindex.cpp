@@ -84,8 +84,11 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
         hardware.append(id);
 
     FileWalk walk(repoUrl, projectDir);
-    for (const QString &file : app.files)
-        walk.appendFile(file, projectDir);
+    // A project folder that is gone has no canonical path; the entries must not be looked for at the root.
+    if (!projectDir.isEmpty()) {
+        for (const QString &file : app.files)
+            walk.appendFile(file, projectDir);
+    }
 
     return {
         {QStringLiteral("id"), 0}, // clients tell apps apart by name

@@ -27,6 +27,13 @@ QString defaultProjectName()
     return QStringLiteral("Apps.csv");
 }
 
+/// Empty when the resource is missing.
+QString previewStyleSheet()
+{
+    QFile file(QStringLiteral(":/Resources/Resources/storefrontHtml.css"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
 QString unsavedMark()
 {
     return QStringLiteral(" (*)");
@@ -51,10 +58,7 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
     setDescriptionPath({});
 
-    QFile styleSheet(QStringLiteral(":/Resources/Resources/storefrontHtml.css"));
-    if (styleSheet.open(QIODevice::ReadOnly))
-        ui->descriptionView->document()->setDefaultStyleSheet(QString::fromUtf8(styleSheet.readAll()));
-
+    ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
     readSettings();
 }
 
@@ -98,6 +102,7 @@ void MainWindow::setAppPath(const QString &path)
 {
     appPath = path;
     ui->appsLbl->setText(tr("Apps (%1): ").arg(path));
+    ui->appsLbl->setToolTip(path); // the label is too narrow for most paths
 }
 
 QString MainWindow::projectFolder() const

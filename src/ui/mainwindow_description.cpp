@@ -74,9 +74,12 @@ void MainWindow::setDescriptionPath(const QString &path)
 
 void MainWindow::saveCurrenDescription()
 {
-    if (!descriptionPath.isEmpty()
-        && !replaceFile(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8(), LineEnds::AsGiven))
-        qDebug() << "File" << descriptionPath << "was not saved.";
+    if (!descriptionPath.isEmpty()) {
+        const QByteArray text = ui->descriptionEdit->toPlainText().toUtf8();
+        // The failure is silent and the editor may be emptied next, so the text must be somewhere.
+        if (!replaceFile(descriptionPath, text, LineEnds::AsGiven))
+            keepUnsaved(descriptionPath, text);
+    }
     ui->btnAutosave->setEnabled(false);
 }
 

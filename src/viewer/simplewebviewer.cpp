@@ -119,9 +119,10 @@ void SimpleWebViewer::downloadResource(const QUrl &url)
 
 void SimpleWebViewer::onReplyFinished(QNetworkReply *reply)
 {
-    reply->deleteLater();
-    if (!replies.contains(reply))
+    if (!replies.contains(reply)) {
+        reply->deleteLater();
         return;
+    }
 
     if (reply->error() == QNetworkReply::NoError)
         store(*reply, reply->readAll());
@@ -131,6 +132,7 @@ void SimpleWebViewer::onReplyFinished(QNetworkReply *reply)
     replies.remove(reply);
     if (replies.isEmpty())
         reload();
+    reply->deleteLater();
 }
 
 // After a redirect the reply's own URL is not the one that was asked for, which the next render asks for again.

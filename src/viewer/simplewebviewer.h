@@ -32,12 +32,12 @@ public:
     /// Aborts every pending download; each counts as failed.
     void abort();
 
+    /// Renders anew and keeps the scroll position.
+    void reload() override;
+
 public slots:
     /// Empties the view and the cache and forgets the pending downloads without aborting them.
     void clear();
-
-    /// Renders anew and keeps the scroll position.
-    void reload() override;
 
 protected:
     /// Going to another source aborts and forgets everything of the old one.

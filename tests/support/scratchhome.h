@@ -17,6 +17,9 @@ public:
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+        // Some platforms keep the settings elsewhere, and a test must not clear the user's own.
+        if (!QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).fileName().startsWith(folder.path()))
+            qFatal("The settings cannot be redirected here");
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     }
 
