@@ -5,6 +5,7 @@
 
 #include <QCalendar>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
@@ -156,8 +157,9 @@ QString appLine(const AppConfig &app)
 
 bool readProject(const QString &path, QList<AppConfig> *apps)
 {
+    // A pipe would be waited for, and some devices never end.
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Text))
         return false;
 
     apps->clear();

@@ -183,8 +183,9 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
 
     const QString path = projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
+    // Opening a pipe would wait for whoever writes to it.
     QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
+    if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly)) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
         ui->descriptionEdit->setPlainText(QString::fromUtf8(file.readAll()));

@@ -1,0 +1,48 @@
+// Shows any bytes as the HTML of a description, lays them out, and renders them again.
+
+#include "viewer/simplewebviewer.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QNetworkProxy>
+
+#include <cstdint>
+
+namespace {
+
+/// Made once, and never destroyed: what ends the process knows nothing of the order in which widgets go.
+SimpleWebViewer *makeViewer()
+{
+    static int argc = 1;
+    static char name[] = "fuzz_preview";
+    static char *argv[] = {name, nullptr};
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static const auto *application = new QApplication(argc, argv);
+    Q_UNUSED(application)
+    // Whatever the input asks for ends at a closed port of this machine.
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1));
+
+    auto *viewer = new SimpleWebViewer;
+    QFile css(QStringLiteral(":/Resources/Resources/storefrontHtml.css"));
+    if (!css.open(QIODevice::ReadOnly))
+        qFatal("No style sheet");
+    viewer->document()->setDefaultStyleSheet(QString::fromUtf8(css.readAll()));
+    viewer->setSearchPaths({QStringLiteral("file:////nonexistent")});
+    viewer->resize(400, 300);
+    viewer->show();
+    return viewer;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static SimpleWebViewer *const view = makeViewer();
+    view->setHtml(QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
+    view->grab();
+    view->reload();
+    QApplication::processEvents();
+    view->abort();
+    view->clear();
+    return 0;
+}
