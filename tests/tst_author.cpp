@@ -1,7 +1,5 @@
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "ui/mainwindow.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QComboBox>
 #include <QDateEdit>
@@ -12,7 +10,7 @@
 
 using namespace Qt::StringLiterals;
 
-class TestAuthor : public QObject
+class TestAuthor : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -28,10 +26,6 @@ private:
     void writeClockDescriptions();
     void addLamp();
     void setName(const char *edit, const QString &name, const char *box, const char *language, Qt::Key initial);
-
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<DialogAnswers> answers;
 };
 
 // Below the class: moc takes the "//" of an address in a raw string for a comment and would miss the class.
@@ -163,19 +157,12 @@ const QByteArray UNTOUCHED_DESCRIPTION = R"(<!DOCTYPE html>
 
 void TestAuthor::init()
 {
-    clearSettings();
-    folder = std::make_unique<Folder>();
-    answers = std::make_unique<DialogAnswers>();
+    begin();
 }
 
 void TestAuthor::cleanup()
 {
-    const bool answered = answers->allAnswered();
-    answers.reset();
-    window.reset();
-    folder.reset();
-    QVERIFY(answered);
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 void TestAuthor::createProject()

@@ -1,8 +1,5 @@
-#include "ui/mainwindow.h"
-
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QAbstractButton>
 #include <QLabel>
@@ -51,7 +48,7 @@ bool isUnmarked(const QWidget &window)
 
 } // namespace
 
-class TestMainWindow : public QObject
+class TestMainWindow : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -99,18 +96,13 @@ private:
     void startWith(const QByteArray &content);
     void expectError(const ShownDialog &dialog, const QString &text);
 
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<DialogAnswers> dialogs;
-    std::unique_ptr<MainWindow> window;
     QString csv;
     QString startFolder;
 };
 
 void TestMainWindow::init()
 {
-    clearSettings();
-    folder = std::make_unique<Folder>();
-    dialogs = std::make_unique<DialogAnswers>();
+    begin();
     csv = folder->path(QStringLiteral("project/Apps.csv"));
     folder->makeFolder(QStringLiteral("project"));
     folder->makeFolder(QStringLiteral("cwd"));
@@ -120,12 +112,8 @@ void TestMainWindow::init()
 
 void TestMainWindow::cleanup()
 {
-    QVERIFY(dialogs->allAnswered());
-    window.reset();
-    dialogs.reset();
     QVERIFY(QDir::setCurrent(startFolder));
-    folder.reset();
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 void TestMainWindow::start()
@@ -223,10 +211,10 @@ void TestMainWindow::startsWithProjectThatFails()
     if (!content.isEmpty())
         folder->write(QStringLiteral("project/Apps.csv"), content);
     storeProject(csv);
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     start();
-    QCOMPARE(dialogs->shown.size(), 1);
-    expectError(dialogs->shown.constFirst(), LOAD_ERROR);
+    QCOMPARE(answers->shown.size(), 1);
+    expectError(answers->shown.constFirst(), LOAD_ERROR);
     QVERIFY(listed(*window).isEmpty());
     QCOMPARE(projectLabel(*window), QStringLiteral("Apps (%1): ").arg(csv));
     QVERIFY(isUnmarked(*window));
@@ -237,14 +225,14 @@ void TestMainWindow::startsWithProjectThatFails()
 void TestMainWindow::newProject()
 {
     start();
-    dialogs->chooseFile(csv);
+    answers->chooseFile(csv);
     clickTool(*window, "actionNew_project");
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(dialogs->shown.constFirst().title, QStringLiteral("New Apps.csv file"));
-    QCOMPARE(dialogs->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
-    QCOMPARE(dialogs->shown.constFirst().filters, PROJECT_FILTERS);
-    QVERIFY(dialogs->shown.constFirst().buttons.contains(QStringLiteral("Save")));
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
+    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("New Apps.csv file"));
+    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
+    QCOMPARE(answers->shown.constFirst().filters, PROJECT_FILTERS);
+    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Save")));
     QCOMPARE(projectLabel(*window), QStringLiteral("Apps (%1): ").arg(csv));
     QVERIFY(!QFileInfo::exists(csv));
     QVERIFY(isUnmarked(*window));
@@ -260,10 +248,10 @@ void TestMainWindow::newProjectOverAnother()
     click(*window, "applyButton");
     QVERIFY(isMarked(*window));
     const QString other = folder->path(QStringLiteral("other.csv"));
-    dialogs->chooseFile(other);
+    answers->chooseFile(other);
     QTest::keyClick(window.get(), Qt::Key_N, Qt::ControlModifier);
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().startPath, csv);
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().startPath, csv);
     QVERIFY(listed(*window).isEmpty());
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QVERIFY(isUnmarked(*window));
@@ -276,7 +264,7 @@ void TestMainWindow::newProjectCancelled()
     startWith(TWO_APPS);
     clickCell(child<QListWidget>(*window, "listApps"), 0);
     click(*window, "applyButton");
-    dialogs->cancel();
+    answers->cancel();
     clickTool(*window, "actionNew_project");
     QCOMPARE(listed(*window).size(), 2);
     QCOMPARE(projectLabel(*window), QStringLiteral("Apps (%1): ").arg(csv));
@@ -291,15 +279,15 @@ void TestMainWindow::openProject()
     QVERIFY(isMarked(*window));
     folder->write(QStringLiteral("other/Apps.csv"), ONE_APP);
     const QString other = folder->path(QStringLiteral("other/Apps.csv"));
-    dialogs->chooseFile(other);
+    answers->chooseFile(other);
     QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
 
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(dialogs->shown.constFirst().title, QStringLiteral("Open Apps.csv file"));
-    QCOMPARE(dialogs->shown.constFirst().startPath, csv);
-    QCOMPARE(dialogs->shown.constFirst().filters, PROJECT_FILTERS);
-    QVERIFY(dialogs->shown.constFirst().buttons.contains(QStringLiteral("Open")));
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
+    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Open Apps.csv file"));
+    QCOMPARE(answers->shown.constFirst().startPath, csv);
+    QCOMPARE(answers->shown.constFirst().filters, PROJECT_FILTERS);
+    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Open")));
     QCOMPARE(listed(*window), QStringList{QStringLiteral("Only")});
     QCOMPARE(projectLabel(*window), QStringLiteral("Apps (%1): ").arg(other));
     QVERIFY(isUnmarked(*window));
@@ -309,9 +297,9 @@ void TestMainWindow::openProject()
 void TestMainWindow::openProjectCancelled()
 {
     start();
-    dialogs->cancel();
+    answers->cancel();
     clickTool(*window, "actionOpen_project");
-    QCOMPARE(dialogs->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
+    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
     QCOMPARE(projectLabel(*window), QStringLiteral("Apps:"));
     window.reset();
 
@@ -321,7 +309,7 @@ void TestMainWindow::openProjectCancelled()
     clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
     auto *edit = child<QPlainTextEdit>(*window, "descriptionEdit");
     type(edit, QStringLiteral("typed "));
-    dialogs->cancel();
+    answers->cancel();
     clickTool(*window, "actionOpen_project");
     QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
     QCOMPARE(edit->toPlainText(), QString());
@@ -341,16 +329,16 @@ void TestMainWindow::openProjectThatFails()
     clickCell(child<QListWidget>(*window, "listApps"), 1);
     folder->write(QStringLiteral("bad.csv"), ONE_APP + "x;y\n");
     const QString bad = folder->path(QStringLiteral("bad.csv"));
-    dialogs->chooseFile(bad);
+    answers->chooseFile(bad);
     QStringList listedMeanwhile;
-    dialogs->answer([this, &listedMeanwhile](QWidget *box) {
+    answers->answer([this, &listedMeanwhile](QWidget *box) {
         // The message comes before the list is emptied.
         listedMeanwhile = listed(*window);
         QTest::keyClick(box, Qt::Key_Return);
     });
     clickTool(*window, "actionOpen_project");
-    QCOMPARE(dialogs->shown.size(), 2);
-    expectError(dialogs->shown.at(1), LOAD_ERROR);
+    QCOMPARE(answers->shown.size(), 2);
+    expectError(answers->shown.at(1), LOAD_ERROR);
     QCOMPARE(listedMeanwhile, (QStringList{QStringLiteral("First"), QStringLiteral("Second")}));
     QVERIFY(listed(*window).isEmpty());
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
@@ -363,7 +351,7 @@ void TestMainWindow::openShorterProject()
     startWith(TWO_APPS);
     clickCell(child<QListWidget>(*window, "listApps"), 1);
     folder->write(QStringLiteral("other.csv"), ONE_APP);
-    dialogs->chooseFile(folder->path(QStringLiteral("other.csv")));
+    answers->chooseFile(folder->path(QStringLiteral("other.csv")));
     clickTool(*window, "actionOpen_project");
     QCOMPARE(listed(*window), QStringList{QStringLiteral("Only")});
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
@@ -385,18 +373,18 @@ void TestMainWindow::saveWithoutProject()
     start();
     click(*window, "btnNewApp");
     QVERIFY(isMarked(*window));
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().title, QStringLiteral("Warning"));
-    QCOMPARE(dialogs->shown.constFirst().text, NO_PROJECT);
-    QCOMPARE(dialogs->shown.constFirst().icon, QMessageBox::Warning);
-    QCOMPARE(dialogs->shown.constFirst().buttons, QStringList{QStringLiteral("OK")});
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Warning"));
+    QCOMPARE(answers->shown.constFirst().text, NO_PROJECT);
+    QCOMPARE(answers->shown.constFirst().icon, QMessageBox::Warning);
+    QCOMPARE(answers->shown.constFirst().buttons, QStringList{QStringLiteral("OK")});
     QVERIFY(isMarked(*window));
 
     // The title is not even looked at.
     window->setWindowTitle(QStringLiteral("Orva Catalist"));
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
     QVERIFY(isUnmarked(*window));
 }
@@ -423,10 +411,10 @@ void TestMainWindow::saveFails()
     QVERIFY(QFile::remove(csv));
     folder->makeFolder(QStringLiteral("project/Apps.csv"));
     click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
-    QCOMPARE(dialogs->shown.size(), 1);
-    expectError(dialogs->shown.constFirst(), SAVE_ERROR);
+    QCOMPARE(answers->shown.size(), 1);
+    expectError(answers->shown.constFirst(), SAVE_ERROR);
     QVERIFY(isMarked(*window));
     QCOMPARE(listed(*window).size(), 3);
     QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
@@ -440,7 +428,7 @@ void TestMainWindow::saveFails()
 void TestMainWindow::saveAfterFailedLoad()
 {
     storeProject(csv);
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     start();
     clickTool(*window, "actionSave");
     QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), HEADER);
@@ -452,15 +440,15 @@ void TestMainWindow::publish()
     click(*window, "btnNewApp");
     child<QLineEdit>(*window, "repository")->setText(QStringLiteral("https://x/"));
     const QString index = folder->path(QStringLiteral("Apps.json"));
-    dialogs->chooseFile(index);
+    answers->chooseFile(index);
     clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(dialogs->shown.constFirst().title, QStringLiteral("Save JSON repository"));
-    QCOMPARE(dialogs->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.json")));
-    QCOMPARE(dialogs->shown.constFirst().filters,
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
+    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Save JSON repository"));
+    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.json")));
+    QCOMPARE(answers->shown.constFirst().filters,
              (QStringList{QStringLiteral("JSON files (*.json)"), QStringLiteral("All files (*.*)")}));
-    QVERIFY(dialogs->shown.constFirst().buttons.contains(QStringLiteral("Save")));
+    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Save")));
     QVERIFY(isUnmarked(*window));
     QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
     QVERIFY(folder->read(QStringLiteral("Apps.json")).contains(R"(            "files": [
@@ -478,7 +466,7 @@ void TestMainWindow::publishCancelled()
 {
     startWith(ONE_APP);
     click(*window, "btnNewApp");
-    dialogs->cancel();
+    answers->cancel();
     clickTool(*window, "actionSave_generate_JSON");
     QVERIFY(isUnmarked(*window));
     QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")).count('\n'), 3);
@@ -492,15 +480,15 @@ void TestMainWindow::publishWithoutProject()
     start();
     click(*window, "btnNewApp");
     showTab(*window, "tabAppFiles");
-    dialogs->pickInProject(QStringLiteral("a.txt"));
+    answers->pickInProject(QStringLiteral("a.txt"));
     click(*window, "btnAddFile");
-    dialogs->shown.clear();
-    dialogs->press(QMessageBox::Ok);
-    dialogs->chooseFile(folder->path(QStringLiteral("Apps.json")));
+    answers->shown.clear();
+    answers->press(QMessageBox::Ok);
+    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(dialogs->shown.size(), 2);
-    QCOMPARE(dialogs->shown.at(0).text, NO_PROJECT);
-    QCOMPARE(dialogs->shown.at(1).title, QStringLiteral("Save JSON repository"));
+    QCOMPARE(answers->shown.size(), 2);
+    QCOMPARE(answers->shown.at(0).text, NO_PROJECT);
+    QCOMPARE(answers->shown.at(1).title, QStringLiteral("Save JSON repository"));
     QVERIFY(folder->read(QStringLiteral("Apps.json"))
                 .contains("\"destination\": \"Apps/a.txt\",\n"
                           "                    \"hash\": \"a9993e364706816aba3e25717850c26c9cd0d89d\""));
@@ -510,10 +498,10 @@ void TestMainWindow::publishWithoutProject()
 void TestMainWindow::publishToPlaceThatFails()
 {
     startWith(TWO_APPS);
-    dialogs->chooseFile(folder->path(QStringLiteral("missing/Apps.json")));
+    answers->chooseFile(folder->path(QStringLiteral("missing/Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
     // Nothing is said about it: the only dialog was the one that asked.
-    QCOMPARE(dialogs->shown.size(), 1);
+    QCOMPARE(answers->shown.size(), 1);
     QVERIFY(!folder->exists(QStringLiteral("missing")));
 }
 
@@ -524,7 +512,7 @@ void TestMainWindow::publishThroughLink()
     folder->link(folder->path(QStringLiteral("real")), QStringLiteral("alias"));
     storeProject(folder->path(QStringLiteral("alias/Apps.csv")));
     start();
-    dialogs->chooseFile(folder->path(QStringLiteral("Apps.json")));
+    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
     QVERIFY(folder->read(QStringLiteral("Apps.json")).contains("\"destination\": \"Apps/a.txt\""));
 }
@@ -584,7 +572,7 @@ void TestMainWindow::closeUnmodified()
 {
     startWith(TWO_APPS);
     QVERIFY(window->close());
-    QVERIFY(dialogs->shown.isEmpty());
+    QVERIFY(answers->shown.isEmpty());
     QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS);
 }
 
@@ -611,7 +599,7 @@ void TestMainWindow::closeModified()
 
     bool anyDefault = false;
     QString storedUrl;
-    dialogs->answer([&](QWidget *dialog) {
+    answers->answer([&](QWidget *dialog) {
         auto *box = qobject_cast<QMessageBox *>(dialog);
         storedUrl = QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist"))
                         .value(QStringLiteral("repo"))
@@ -628,11 +616,11 @@ void TestMainWindow::closeModified()
     QVERIFY(!anyDefault);
     QCOMPARE(storedUrl, QStringLiteral("https://stored/"));
 
-    QCOMPARE(dialogs->shown.size(), 1);
-    QCOMPARE(dialogs->shown.constFirst().title, QStringLiteral("Save data"));
-    QCOMPARE(dialogs->shown.constFirst().text, QStringLiteral("Save application data before quitting?"));
-    QCOMPARE(dialogs->shown.constFirst().icon, QMessageBox::Question);
-    QStringList buttons = dialogs->shown.constFirst().buttons;
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Save data"));
+    QCOMPARE(answers->shown.constFirst().text, QStringLiteral("Save application data before quitting?"));
+    QCOMPARE(answers->shown.constFirst().icon, QMessageBox::Question);
+    QStringList buttons = answers->shown.constFirst().buttons;
     buttons.sort();
     QCOMPARE(buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("No"), QStringLiteral("Yes")}));
     QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")),
@@ -644,11 +632,11 @@ void TestMainWindow::closeAndSaveWithoutProject()
 {
     start();
     click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Yes);
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Yes);
+    answers->press(QMessageBox::Ok);
     QVERIFY(window->close());
-    QCOMPARE(dialogs->shown.size(), 2);
-    QCOMPARE(dialogs->shown.at(1).text, NO_PROJECT);
+    QCOMPARE(answers->shown.size(), 2);
+    QCOMPARE(answers->shown.at(1).text, NO_PROJECT);
 }
 
 void TestMainWindow::closeAndSaveFails()
@@ -657,11 +645,11 @@ void TestMainWindow::closeAndSaveFails()
     QVERIFY(QFile::remove(csv));
     folder->makeFolder(QStringLiteral("project/Apps.csv"));
     click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Yes);
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Yes);
+    answers->press(QMessageBox::Ok);
     QVERIFY(window->close());
-    QCOMPARE(dialogs->shown.size(), 2);
-    expectError(dialogs->shown.at(1), SAVE_ERROR);
+    QCOMPARE(answers->shown.size(), 2);
+    expectError(answers->shown.at(1), SAVE_ERROR);
     QVERIFY(isMarked(*window));
 }
 

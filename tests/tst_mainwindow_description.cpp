@@ -1,8 +1,6 @@
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "ui/mainwindow.h"
 #include "viewer/simplewebviewer.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QDir>
 #include <QFile>
@@ -84,7 +82,7 @@ struct Leaving
 };
 Q_DECLARE_METATYPE(Leaving)
 
-class TestMainWindowDescription : public QObject
+class TestMainWindowDescription : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -156,9 +154,6 @@ private:
     [[nodiscard]] static QByteArray project(const QByteArray &descriptions);
     [[nodiscard]] bool autoSaveIsEnabled() const { return autoSave->isEnabled(); }
 
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<DialogAnswers> answers;
     QTableWidget *table = nullptr;
     QPlainTextEdit *editor = nullptr;
     QPushButton *autoSave = nullptr;
@@ -167,23 +162,16 @@ private:
 
 void TestMainWindowDescription::init()
 {
-    clearSettings();
-    folder = std::make_unique<Folder>();
+    begin();
     folder->write(u"main.lua"_s, "m");
     folder->write(u"doc/cz.html"_s, CZ);
     folder->write(u"doc/de.html"_s, DE);
     folder->write(u"doc/beta.html"_s, BETA);
-    answers = std::make_unique<DialogAnswers>();
 }
 
 void TestMainWindowDescription::cleanup()
 {
-    const bool answered = answers->allAnswered();
-    answers.reset();
-    window.reset();
-    folder.reset();
-    QVERIFY(answered);
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 QByteArray TestMainWindowDescription::project(const QByteArray &descriptions)

@@ -1,7 +1,5 @@
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "ui/mainwindow.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QLineEdit>
 #include <QListWidget>
@@ -23,7 +21,7 @@ const QString MARKED = u"Orva Catalist (*)"_s;
 
 } // namespace
 
-class TestMainWindowFiles : public QObject
+class TestMainWindowFiles : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -60,33 +58,22 @@ private:
     [[nodiscard]] QStringList shownFiles() const;
     [[nodiscard]] QByteArray saved() const;
     [[nodiscard]] static QByteArray project(const QByteArray &files);
-
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<DialogAnswers> answers;
 };
 
 void TestMainWindowFiles::init()
 {
-    clearSettings();
-    folder = std::make_unique<Folder>();
+    begin();
     folder->write(u"lua/main.lua"_s, "m");
     folder->write(u"lua/sub/deep.lua"_s, "d");
     folder->write(u"top.lua"_s, "t");
     folder->write(u"README"_s, "r");
     folder->write(u"img/a.png"_s, "p");
     folder->write(u"doc/en.html"_s, "<p>old</p>");
-    answers = std::make_unique<DialogAnswers>();
 }
 
 void TestMainWindowFiles::cleanup()
 {
-    const bool answered = answers->allAnswered();
-    answers.reset();
-    window.reset();
-    folder.reset();
-    QVERIFY(answered);
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 QByteArray TestMainWindowFiles::project(const QByteArray &files)

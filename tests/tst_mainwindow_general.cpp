@@ -1,7 +1,5 @@
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "ui/mainwindow.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -69,7 +67,7 @@ const QByteArray FIVE_APPS = R"({"en":"One"};a1;1;674;01-01-2021;{};;;0.00
 
 } // namespace
 
-class TestMainWindowGeneral : public QObject
+class TestMainWindowGeneral : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -139,27 +137,16 @@ private:
     void setChecked(const char *box, bool checked) const;
     void selectApp(int row) const { clickCell(child<QListWidget>(*window, "listApps"), row); }
     void chooseLanguage(const char *box, const QString &code) const;
-
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<MainWindow> window;
-    std::unique_ptr<DialogAnswers> answers;
 };
 
 void TestMainWindowGeneral::init()
 {
-    clearSettings();
-    folder = std::make_unique<Folder>();
-    answers = std::make_unique<DialogAnswers>();
+    begin();
 }
 
 void TestMainWindowGeneral::cleanup()
 {
-    const bool answered = answers->allAnswered();
-    answers.reset();
-    window.reset();
-    folder.reset();
-    QVERIFY(answered);
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 void TestMainWindowGeneral::open(const QByteArray &apps, int row)

@@ -1,9 +1,6 @@
 #include "io/history.h"
-#include "ui/mainwindow.h"
-
-#include "dialoganswers.h"
 #include "scratchhome.h"
-#include "windowfixture.h"
+#include "windowtest.h"
 
 #include <QDirIterator>
 #include <QListWidget>
@@ -33,7 +30,7 @@ QList<QByteArray> historyContents()
 } // namespace
 
 /// The files of an open project change behind the window's back.
-class TestMovingGround : public QObject
+class TestMovingGround : public QObject, private WindowTest
 {
     Q_OBJECT
 
@@ -54,18 +51,13 @@ private:
     void openDescription(int row);
     [[nodiscard]] bool isMarked() const { return window->windowTitle() == QLatin1String("Orva Catalist (*)"); }
 
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<DialogAnswers> dialogs;
-    std::unique_ptr<MainWindow> window;
     QString project;
 };
 
 void TestMovingGround::init()
 {
-    clearSettings();
+    begin();
     QDir(historyFolder()).removeRecursively();
-    folder = std::make_unique<Folder>();
-    dialogs = std::make_unique<DialogAnswers>();
     project = folder->path(QStringLiteral("project"));
     folder->write(QStringLiteral("project/Apps.csv"), PROJECT);
     folder->write(QStringLiteral("project/de.html"), "<p>de</p>");
@@ -78,11 +70,7 @@ void TestMovingGround::init()
 
 void TestMovingGround::cleanup()
 {
-    QVERIFY(dialogs->allAnswered());
-    window.reset();
-    dialogs.reset();
-    folder.reset();
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    end();
 }
 
 void TestMovingGround::openDescription(int row)
@@ -99,19 +87,19 @@ void TestMovingGround::projectFolderIsRemoved()
     QVERIFY(QDir(project).removeRecursively());
 
     // What was typed cannot be saved, and nothing may be said about it.
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
     QVERIFY(historyContents().contains("typed <p>de</p>"));
-    QCOMPARE(dialogs->shown.at(0).text, LOAD_ERROR.arg(QStringLiteral("/en.html")));
+    QCOMPARE(answers->shown.at(0).text, LOAD_ERROR.arg(QStringLiteral("/en.html")));
 
     click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
-    QCOMPARE(dialogs->shown.at(1).text, SAVE_ERROR);
+    QCOMPARE(answers->shown.at(1).text, SAVE_ERROR);
     QVERIFY(isMarked());
 
-    dialogs->press(QMessageBox::Ok);
-    dialogs->chooseFile(folder->path(QStringLiteral("Apps.json")));
+    answers->press(QMessageBox::Ok);
+    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
     QCOMPARE(folder->read(QStringLiteral("Apps.json")).count("\"files\": [\n            ]"), 2);
     QVERIFY(!QFileInfo::exists(project));
@@ -122,9 +110,9 @@ void TestMovingGround::projectFolderIsRenamed()
     const QString other = folder->path(QStringLiteral("elsewhere"));
     QVERIFY(QDir().rename(project, other));
     click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
-    QCOMPARE(dialogs->shown.constLast().text, SAVE_ERROR);
+    QCOMPARE(answers->shown.constLast().text, SAVE_ERROR);
     QVERIFY(isMarked());
     QCOMPARE(folder->read(QStringLiteral("elsewhere/Apps.csv")), PROJECT);
 
@@ -168,7 +156,7 @@ void TestMovingGround::projectFolderBecomesReadOnly()
     QVERIFY(QFile::setPermissions(project, QFile::Permissions(0x5555)));
     click(*window, "btnNewApp");
     if (fileToo)
-        dialogs->press(QMessageBox::Ok);
+        answers->press(QMessageBox::Ok);
     {
         const OrdinaryUser user;
         clickTool(*window, "actionSave");
@@ -184,9 +172,9 @@ void TestMovingGround::descriptionVanishes()
     type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
     QVERIFY(QFile::remove(project + QStringLiteral("/de.html")));
     QVERIFY(QFile::remove(project + QStringLiteral("/en.html")));
-    dialogs->press(QMessageBox::Ok);
+    answers->press(QMessageBox::Ok);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
-    QCOMPARE(dialogs->shown.constLast().text, LOAD_ERROR.arg(project + QStringLiteral("/en.html")));
+    QCOMPARE(answers->shown.constLast().text, LOAD_ERROR.arg(project + QStringLiteral("/en.html")));
     QCOMPARE(folder->read(QStringLiteral("project/de.html")), QByteArray("typed <p>de</p>"));
     QVERIFY(!child<QPlainTextEdit>(*window, "descriptionEdit")->isEnabled());
 }
@@ -198,7 +186,7 @@ void TestMovingGround::descriptionBecomesAFolder()
     QVERIFY(QFile::remove(project + QStringLiteral("/de.html")));
     folder->makeFolder(QStringLiteral("project/de.html"));
     click(*window, "btnAutosave");
-    QVERIFY(dialogs->shown.isEmpty());
+    QVERIFY(answers->shown.isEmpty());
     QVERIFY(QFileInfo(project + QStringLiteral("/de.html")).isDir());
     QVERIFY(historyContents().contains("typed <p>de</p>"));
 
@@ -216,7 +204,7 @@ void TestMovingGround::settingsCannotBeWritten()
     QVERIFY(obstacle.open(QIODevice::WriteOnly));
     QVERIFY(window->close());
     QVERIFY(!window->isVisible());
-    QVERIFY(dialogs->shown.isEmpty());
+    QVERIFY(answers->shown.isEmpty());
     window.reset();
     QVERIFY(obstacle.remove());
 }
