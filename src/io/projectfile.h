@@ -8,9 +8,9 @@
 
 // The project file, Apps.csv: a header, then a line per app; cells are separated by ";" and never quoted.
 
-/// Replaces the records by those of a project file. False when there is no regular file that can be opened (the records are
-/// untouched), at a read error, or at the first malformed row: one of fewer than seven cells, or whose
-/// names or descriptions are not JSON. The records then hold the rows before it.
+/// Replaces the records by those of a project file. False when there is no regular file that can be opened (the records
+/// are untouched), at a read error, or at the first malformed row: one of fewer than seven cells, or whose names or
+/// descriptions are not JSON. The records then hold the rows before it.
 [[nodiscard]] bool readProject(const QString &path, QList<AppConfig> *apps);
 
 /// What a project file with these records holds.
