@@ -63,6 +63,7 @@ private slots:
     void leaving_data();
     void leaving();
     void emptyRootIsTheWorkingFolder();
+    void folderThatIsGoneShowsNothing();
     void nothingAboveTheRootCanBeReached();
     void runsModally();
 
@@ -418,6 +419,22 @@ void TestFileDialog::emptyRootIsTheWorkingFolder()
     QTRY_COMPARE(names(tree->rootIndex()).join(QLatin1Char(' ')), QStringLiteral("sub units.lua"));
     QVERIFY(clickEntry(QStringLiteral("units.lua")));
     QCOMPARE(dialog->getPath(), QStringLiteral("units.lua"));
+}
+
+void TestFileDialog::folderThatIsGoneShowsNothing()
+{
+    const WorkingFolder working(folder->path(QStringLiteral("lib")));
+    for (const QStringList &filters : {ANY_FILE, QStringList()}) {
+        FileDialog picker(folder->path(QStringLiteral("gone/Apps.csv")), filters, nullptr);
+        picker.open();
+        QVERIFY(QTest::qWaitForWindowActive(&picker));
+        QVERIFY(!child<QTreeView>(picker, "treeView")->model());
+        QTest::mouseClick(child<QTreeView>(picker, "treeView")->viewport(), Qt::LeftButton, {}, QPoint(20, 10));
+        QTest::keyClick(&picker, Qt::Key_Return);
+        QVERIFY(!child<QDialogButtonBox>(picker, "buttonBox")->button(QDialogButtonBox::Ok)->isEnabled());
+        QVERIFY(picker.isVisible());
+        QCOMPARE(picker.getPath(), QString());
+    }
 }
 
 void TestFileDialog::nothingAboveTheRootCanBeReached()

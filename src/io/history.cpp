@@ -20,18 +20,24 @@ constexpr qint64 MAX_BYTES = 200LL * 1000 * 1000;
 constexpr QFile::Permissions OWNER_FILE = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions OWNER_FOLDER = OWNER_FILE | QFile::ExeOwner;
 
-const QString &originName()
-{
-    static const QString name = QStringLiteral("origin.txt");
-    return name;
-}
-
-/// Two paths of one file share their versions.
+/// Two paths of one file share their versions, even before there is the file.
 QString canonical(const QString &path)
 {
     const QFileInfo info(path);
-    const QString known = info.canonicalFilePath();
-    return known.isEmpty() ? info.absoluteFilePath() : known;
+    QString known = info.canonicalFilePath();
+    if (!known.isEmpty())
+        return known;
+    const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+    return folder.isEmpty() ? info.absoluteFilePath() : QDir(folder).filePath(info.fileName());
+}
+
+/// Leaves room for the time and the reason in a name of 255 bytes.
+QString shortened(QString fileName)
+{
+    constexpr qsizetype MAX_NAME = 200;
+    while (fileName.toUtf8().size() > MAX_NAME)
+        fileName.remove(0, fileName.front().isHighSurrogate() ? 2 : 1);
+    return fileName;
 }
 
 std::optional<QByteArray> currentContent(const QString &path)
@@ -47,7 +53,10 @@ std::optional<QByteArray> currentContent(const QString &path)
 
 bool makeOwnFolder(const QString &path)
 {
-    return QFileInfo(path).isDir() || (QDir().mkpath(QFileInfo(path).path()) && QDir().mkdir(path, OWNER_FOLDER));
+    // Another window may make it at the same moment, so only the outcome counts.
+    if (!QFileInfo(path).isDir() && QDir().mkpath(QFileInfo(path).path()))
+        QDir().mkdir(path, OWNER_FOLDER);
+    return QFileInfo(path).isDir();
 }
 
 bool writeNew(const QString &path, const QByteArray &content)
@@ -57,7 +66,9 @@ bool writeNew(const QString &path, const QByteArray &content)
         return false;
     if (file.write(content) == content.size() && file.flush())
         return true;
-    file.remove();
+    // The file's own remove() does nothing once closing has failed, as it does on a full disk.
+    file.close();
+    QFile::remove(path);
     return false;
 }
 
@@ -65,11 +76,11 @@ bool writeNew(const QString &path, const QByteArray &content)
 QFileInfoList versions(const QString &folder)
 {
     QFileInfoList found;
-    QDirIterator entries(folder, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
+    QDirIterator entries(folder, {QStringLiteral("[0-9]*-[0-9]*-[0-9]*-[0-9]*-*")}, QDir::Files | QDir::NoSymLinks,
+                         QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         entries.next();
-        if (entries.fileName() != originName())
-            found.append(entries.fileInfo());
+        found.append(entries.fileInfo());
     }
     std::sort(found.begin(), found.end(),
               [](const QFileInfo &a, const QFileInfo &b) { return a.fileName() > b.fileName(); });
@@ -102,9 +113,12 @@ void keep(const QString &path, const QByteArray &content, const char *reason)
         qDebug() << "No history of" << path << "in" << folder;
         return;
     }
-    const QString origin = folder + QLatin1Char('/') + originName();
-    if (!QFile::exists(origin))
+    // It is empty when the program was killed before it could fill it.
+    const QString origin = folder + QStringLiteral("/origin.txt");
+    if (QFileInfo(origin).size() == 0) {
+        QFile::remove(origin);
         writeNew(origin, path.toUtf8() + '\n');
+    }
 
     // Another window may keep a version of the same file in the same millisecond.
     const QString time = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
@@ -112,11 +126,14 @@ void keep(const QString &path, const QByteArray &content, const char *reason)
         const QString name = QStringLiteral("%1-%2-%3-%4")
                                  .arg(time)
                                  .arg(attempt, 2, 10, QLatin1Char('0'))
-                                 .arg(QLatin1String(reason), QFileInfo(path).fileName());
-        if (writeNew(folder + QLatin1Char('/') + name, content)) {
+                                 .arg(QLatin1String(reason), shortened(QFileInfo(path).fileName()));
+        const QString version = folder + QLatin1Char('/') + name;
+        if (writeNew(version, content)) {
             removeOld(folder);
             return;
         }
+        if (!QFile::exists(version))
+            break;
     }
     qDebug() << "No history of" << path << "in" << folder;
 }

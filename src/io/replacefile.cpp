@@ -6,7 +6,23 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <unistd.h>
+#endif
+
 namespace {
+
+QByteArray withLineEnds(QByteArray content, LineEnds lineEnds)
+{
+#ifdef Q_OS_WIN
+    if (lineEnds == LineEnds::Platform)
+        content.replace('\n', "\r\n");
+#else
+    Q_UNUSED(lineEnds)
+#endif
+    return content;
+}
 
 // A full disk may show as late as when the buffers are flushed.
 bool writeAll(QFileDevice &file, const QByteArray &content)
@@ -14,22 +30,38 @@ bool writeAll(QFileDevice &file, const QByteArray &content)
     return file.write(content) == content.size() && file.flush();
 }
 
+// QSaveFile asks for this too, but passes over the answer: a network or a broken disk may refuse as late as here.
+bool reachedDisk(const QFileDevice &file)
+{
+#ifdef Q_OS_UNIX
+    return ::fsync(file.handle()) == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+#else
+    Q_UNUSED(file)
+    return true;
+#endif
+}
+
 } // namespace
 
 bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds)
 {
-    QIODevice::OpenMode mode = QIODevice::WriteOnly;
-    if (lineEnds == LineEnds::Platform)
-        mode |= QIODevice::Text;
-
-    keepReplaced(path, content);
+    const QByteArray bytes = withLineEnds(content, lineEnds);
+    keepReplaced(path, bytes);
     const QFileInfo target(path);
     if (target.exists() && !target.isFile()) {
         QFile file(path);
-        return file.open(mode) && writeAll(file, content);
+        return file.open(QIODevice::WriteOnly) && writeAll(file, bytes);
     }
 
-    QSaveFile file(path);
+    // QSaveFile asks again for what a link leads to and for the permissions, and goes on without an answer: over the
+    // link, and with a file that nobody may read.
+    const QString real = target.canonicalFilePath();
+    const QFile::Permissions permissions = target.permissions();
+    QSaveFile file(real.isEmpty() ? path : real);
     file.setDirectWriteFallback(true);
-    return file.open(mode) && writeAll(file, content) && file.commit();
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    if (permissions.toInt() != 0 && file.permissions() != permissions)
+        file.setPermissions(permissions);
+    return writeAll(file, bytes) && reachedDisk(file) && file.commit();
 }

@@ -16,11 +16,15 @@ FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget 
         model->setNameFilters(filters);
         model->setNameFilterDisables(false);
     }
-    model->setRootPath(QFileInfo(root).absoluteDir().absolutePath());
+    const QDir folder = QFileInfo(root).absoluteDir();
+    model->setRootPath(folder.absolutePath());
     model->setFilter(folderMode ? QDir::AllDirs | QDir::NoDotAndDotDot
                                 : QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
-    ui->treeView->setModel(model);
-    ui->treeView->setRootIndex(model->index(model->rootPath()));
+    // Without the folder the model would show the working folder, whose files are none of the project's.
+    if (folder.exists()) {
+        ui->treeView->setModel(model);
+        ui->treeView->setRootIndex(model->index(model->rootPath()));
+    }
 
     ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(false);
 }

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QNetworkProxy>
 
+#include <array>
 #include <cstdint>
 
 namespace {
@@ -14,10 +15,10 @@ namespace {
 SimpleWebViewer *makeViewer()
 {
     static int argc = 1;
-    static char name[] = "fuzz_preview";
-    static char *argv[] = {name, nullptr};
+    static std::array<char, 13> name{"fuzz_preview"};
+    static std::array<char *, 2> argv{name.data(), nullptr};
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    static const auto *application = new QApplication(argc, argv);
+    static const auto *application = new QApplication(argc, argv.data());
     Q_UNUSED(application)
     // Whatever the input asks for ends at a closed port of this machine.
     QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1));

@@ -3,6 +3,7 @@
 #include <QTcpSocket>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -45,6 +46,11 @@ void HttpServer::redirect(const QString &path, const QUrl &target)
 void HttpServer::drop(const QString &path)
 {
     routes.insert(path, {.answer = {}, .drops = true});
+}
+
+void HttpServer::script(const QString &path, std::function<void(QTcpSocket *)> write)
+{
+    routes.insert(path, {.answer = {}, .script = std::move(write)});
 }
 
 void HttpServer::hold(const QString &path)
@@ -111,9 +117,13 @@ void HttpServer::read(QTcpSocket *socket)
 
 void HttpServer::answer(const Request &request)
 {
+    const Route route = routes.value(request.path, {.answer = {.status = 404}});
+    if (route.script) {
+        route.script(request.socket);
+        return;
+    }
     open.removeIf([&](const Request &other) { return other.socket == request.socket; });
 
-    const Route route = routes.value(request.path, {HttpAnswer{.status = 404}});
     if (route.drops) {
         request.socket->abort();
         return;

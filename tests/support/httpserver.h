@@ -10,6 +10,8 @@
 #include <QTcpServer>
 #include <QUrl>
 
+#include <functional>
+
 class QTcpSocket;
 
 /// What a route answers. The length of the body is sent as a header by itself.
@@ -39,6 +41,10 @@ public:
     /// Closes the connection instead of answering.
     void drop(const QString &path);
 
+    /// Leaves the answer, down to its bytes, to the test; the request stays open until the client ends it.
+    /// The socket goes when the connection ends.
+    void script(const QString &path, std::function<void(QTcpSocket *)> write);
+
     /// Keeps the answers back until release(); a route that is never released never answers.
     void hold(const QString &path);
 
@@ -60,6 +66,7 @@ private:
     {
         HttpAnswer answer;
         bool drops = false;
+        std::function<void(QTcpSocket *)> script = {};
     };
 
     struct Request

@@ -1,9 +1,13 @@
 // Saves a catalogue, in a process of its own so that it can be killed or limited.
-//   once PATH NUMBER     saves one of several catalogues
-//   forever PATH         saves two catalogues in turn and says so on standard output
-//   limited PATH BYTES   saves while no file may grow beyond a size
+//   once PATH NUMBER        saves one of several catalogues
+//   forever PATH            saves two catalogues in turn and says so on standard output
+//   limited PATH BYTES      saves while no file may grow beyond a size
+//   texts PATH TAG COUNT    replaces a file by large texts, one after the other, of lines "TAG NUMBER"
+//   unsaved PATH TAG COUNT  puts such texts into the history as what was never saved
 // Ends with 0 when it saved, with 1 when a failure was reported and the changes are still marked as unsaved.
 
+#include "io/history.h"
+#include "io/replacefile.h"
 #include "model/appconfigmodel.h"
 
 #include <QCoreApplication>
@@ -49,6 +53,26 @@ int save(AppConfigModel &model, const QString &path)
     }
 }
 
+QByteArray text(const QString &tag, int number)
+{
+    return QStringLiteral("%1 %2\n").arg(tag).arg(number).toUtf8().repeated(5000);
+}
+
+bool replaceByTexts(const QString &path, const QString &tag, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        if (!replaceFile(path, text(tag, i), LineEnds::AsGiven))
+            return false;
+    }
+    return true;
+}
+
+void keepTexts(const QString &path, const QString &tag, int count)
+{
+    for (int i = 0; i < count; ++i)
+        keepUnsaved(path, text(tag, i));
+}
+
 void limitFileSize(const QString &bytes)
 {
 #ifdef Q_OS_UNIX
@@ -72,6 +96,12 @@ int main(int argc, char *argv[])
     const QString path = arguments.value(2);
     if (mode == QLatin1String("forever"))
         saveForever(path);
+    if (mode == QLatin1String("texts"))
+        return replaceByTexts(path, arguments.value(3), arguments.value(4).toInt()) ? 0 : 1;
+    if (mode == QLatin1String("unsaved")) {
+        keepTexts(path, arguments.value(3), arguments.value(4).toInt());
+        return 0;
+    }
 
     AppConfigModel model;
     fill(model, arguments.value(3));

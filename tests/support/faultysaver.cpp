@@ -1,0 +1,124 @@
+// Saves again and again, each time in a process of its own whose calls go wrong as it is told.
+//   faultysaver (project|description) PATH
+// A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save of the new content under that fault. The answer
+// is a line "saved|...", "failed|..." or "killed", where ... is "modified" or "unmodified" and the names of the calls.
+// Whoever was not killed then awaits another line, saves once more without a fault, and answers as before.
+
+#include "faults.h"
+#include "io/replacefile.h"
+#include "model/appconfigmodel.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <dlfcn.h>
+#include <iostream>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr uid_t NOBODY = 65534;
+
+// A process that changed its user may not look into its own /proc/self/fd, which staged files are linked from.
+void becomeOrdinaryUser()
+{
+    if (::getuid() == 0 && ::setresuid(NOBODY, NOBODY, NOBODY) != 0)
+        qFatal("Cannot become an ordinary user");
+    if (::prctl(PR_SET_DUMPABLE, 1) != 0)
+        qFatal("Cannot reach the files of the process");
+}
+
+template <typename Function> Function found(const char *name)
+{
+    void *symbol = ::dlsym(RTLD_DEFAULT, name);
+    if (!symbol)
+        qFatal("%s is not preloaded", name);
+    return reinterpret_cast<Function>(symbol);
+}
+
+class Saver
+{
+public:
+    Saver(bool isProject, QString target) : project(isProject), path(std::move(target))
+    {
+        model.createNew();
+        model.createNew();
+        model.apps[1].author = QStringLiteral("New");
+    }
+
+    bool save()
+    {
+        if (project)
+            return model.save(path);
+        return replaceFile(path, "<p>new</p>\r\n<p>and longer</p>\n", LineEnds::AsGiven);
+    }
+
+    [[nodiscard]] const char *mark() const { return model.modified ? "modified" : "unmodified"; }
+
+private:
+    bool project;
+    QString path;
+    AppConfigModel model;
+};
+
+bool nextLine(QStringList *parts)
+{
+    std::string line;
+    if (!std::getline(std::cin, line))
+        return false;
+    *parts = QString::fromStdString(line).split(QLatin1Char('|'));
+    return true;
+}
+
+void answer(bool saved, const Saver &saver, const char *calls)
+{
+    std::printf("%s|%s|%s\n", saved ? "saved" : "failed", saver.mark(), calls);
+    std::fflush(stdout);
+}
+
+[[noreturn]] void saveTwice(Saver &saver, const QStringList &order)
+{
+    const auto arm = found<ArmFaults>("armFaults");
+    const auto disarm = found<DisarmFaults>("disarmFaults");
+    const QByteArray folder = order.value(0).toUtf8();
+    arm(folder.constData(), order.value(1).toInt(), static_cast<Fault>(order.value(2).toInt()), order.value(3).toInt());
+    const bool saved = saver.save();
+    answer(saved, saver, disarm());
+
+    QStringList ignored;
+    if (!nextLine(&ignored))
+        ::_exit(2);
+    const bool savedAgain = saver.save();
+    answer(savedAgain, saver, "");
+    ::_exit(0);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    becomeOrdinaryUser();
+    const QStringList arguments = QCoreApplication::arguments();
+    Saver saver(arguments.value(1) == QLatin1String("project"), arguments.value(2));
+    QStringList order;
+    while (nextLine(&order)) {
+        const pid_t process = ::fork();
+        if (process == 0)
+            saveTwice(saver, order);
+        int status = 0;
+        if (::waitpid(process, &status, 0) != process)
+            return 1;
+        if (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) {
+            std::puts("killed");
+            std::fflush(stdout);
+        } else if (status != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}

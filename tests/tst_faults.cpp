@@ -1,0 +1,476 @@
+#include "faults.h"
+#include "folder.h"
+#include "scratchhome.h"
+
+#include <QDirIterator>
+#include <QProcess>
+#include <QtTest>
+
+#include <cerrno>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray HEADER = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n";
+const QByteArray OLD_PROJECT = HEADER + "{\"en\":\"The only copy\"};Old;1.0;674;05-03-2024;{};a.txt;;5.03\n";
+const QByteArray NEW_PROJECT =
+    HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n{\"en\":\"[New App]\"};New;;;;{};;;0.00\n";
+const QByteArray OLD_DESCRIPTION = "<p>old \xe9</p>\r\n";
+const QByteArray NEW_DESCRIPTION = "<p>new</p>\r\n<p>and longer</p>\n";
+
+constexpr QFile::Permissions EVERYTHING = QFile::Permissions(0x7777);
+constexpr QFile::Permissions OPEN_FILE = QFile::Permissions(0x6644);
+
+enum class Target {
+    New,
+    Existing,
+    BehindLink,
+    ReadOnly,
+    InReadOnlyFolder,
+};
+
+// Files without a name are linked in when they are whole; not every file system has them.
+enum class Staging {
+    Unnamed,
+    Named,
+};
+
+enum class History {
+    None,
+    Begun,
+    Full,
+};
+
+struct Trial
+{
+    int call;
+    QString name;
+    Fault fault;
+    int error;
+
+    [[nodiscard]] QString description() const
+    {
+        return u"call %1, %2, fault %3, errno %4"_s.arg(call).arg(name).arg(int(fault)).arg(error);
+    }
+};
+
+struct Answer
+{
+    bool killed = false;
+    bool saved = false;
+    bool modified = false;
+    QStringList calls;
+};
+
+const Trial NO_FAULT{0, {}, Fault::Count, 0};
+
+QList<Trial> trials(const QStringList &calls)
+{
+    // What has reached the disk once is not lost any more.
+    const auto flush =
+        std::find_if(calls.begin(), calls.end(), [](const QString &name) { return name.endsWith(u"sync"); });
+    const QStringList lasting{u"open64"_s, u"write"_s,  u"fsync"_s, u"fdatasync"_s,
+                              u"linkat"_s, u"rename"_s, u"close"_s};
+    QList<Trial> all;
+    for (int i = 0; i < calls.size(); ++i) {
+        const QString &name = calls.at(i);
+        all.append({i + 1, name, Fault::Kill, 0});
+        for (const int error : {ENOSPC, EIO, EACCES})
+            all.append({i + 1, name, Fault::Fail, error});
+        if (lasting.contains(name))
+            all.append({i + 1, name, Fault::KeepFailing, ENOSPC});
+        if (name == u"mkdir")
+            all.append({i + 1, name, Fault::Forestalled, 0});
+        if (name == u"write") {
+            all.append({i + 1, name, Fault::CutShort, 0});
+            all.append({i + 1, name, Fault::KillHalfway, 0});
+        } else if (calls.begin() + i == flush) {
+            all.append({i + 1, name, Fault::Lose, EIO});
+        }
+    }
+    return all;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Target)
+Q_DECLARE_METATYPE(Staging)
+Q_DECLARE_METATYPE(History)
+
+class TestFaults : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    void everyCallOfASave_data();
+    void everyCallOfASave();
+    void everyCallOfTheHistory_data();
+    void everyCallOfTheHistory();
+
+private:
+    void begin(bool isProject, Staging staging);
+    void prepare(Target target);
+    void prepareHistory(History state);
+    Answer save(const QString &watched, const Trial &trial);
+    Answer saveAgain();
+    QStringList shortfalls(Target target, const Trial &trial);
+    QStringList historyShortfalls(History state, const Trial &trial);
+    Answer answer();
+    void removeAll(const QString &relative);
+    [[nodiscard]] QByteArray onDisk() const;
+    [[nodiscard]] QStringList leftovers() const;
+    [[nodiscard]] QList<QByteArray> kept() const;
+
+    std::unique_ptr<Folder> folder;
+    std::unique_ptr<QProcess> saver;
+    std::unique_ptr<OrdinaryUser> user;
+    QString path;
+    QByteArray oldContent;
+    QByteArray newContent;
+    int tried = 0;
+    int failed = 0;
+    int killed = 0;
+    int torn = 0;
+    int shorts = 0;
+};
+
+void TestFaults::initTestCase()
+{
+#ifndef FAULTS
+    QSKIP("Calls are only made to fail on Linux");
+#endif
+}
+
+void TestFaults::cleanupTestCase()
+{
+    qInfo("%d points tried, %d fell short; %d saves were killed, %d reported a failure, %d files in a read-only folder "
+          "were torn and are in the history",
+          tried, shorts, killed, failed, torn);
+}
+
+void TestFaults::init()
+{
+    folder = std::make_unique<Folder>();
+}
+
+void TestFaults::cleanup()
+{
+    if (saver) {
+        saver->closeWriteChannel();
+        QVERIFY(saver->waitForFinished());
+        QCOMPARE(saver->exitCode(), 0);
+    }
+    saver.reset();
+    user.reset();
+    folder.reset();
+}
+
+void TestFaults::begin(bool isProject, Staging staging)
+{
+    path = folder->path(isProject ? u"work/project/Apps.csv"_s : u"work/project/en.html"_s);
+    oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
+    newContent = isProject ? NEW_PROJECT : NEW_DESCRIPTION;
+#ifdef FAULTS
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"LD_PRELOAD"_s, QStringLiteral(FAULTS));
+    environment.insert(u"XDG_DATA_HOME"_s, folder->path(u"home"_s));
+    if (staging == Staging::Named)
+        environment.insert(u"NO_UNNAMED_FILES"_s, u"1"_s);
+    // The library stands before the sanitizer, and one that changed its user cannot look for leaks.
+    environment.insert(u"ASAN_OPTIONS"_s,
+                       environment.value(u"ASAN_OPTIONS"_s) + u":verify_asan_link_order=0:detect_leaks=0"_s);
+    saver = std::make_unique<QProcess>();
+    saver->setProcessEnvironment(environment);
+    saver->setProcessChannelMode(QProcess::SeparateChannels);
+    saver->start(QStringLiteral(FAULTY_SAVER), {isProject ? u"project"_s : u"description"_s, path});
+    if (!saver->waitForStarted())
+        qFatal("The saver did not start");
+#else
+    Q_UNUSED(staging)
+#endif
+    user = std::make_unique<OrdinaryUser>();
+}
+
+void TestFaults::removeAll(const QString &relative)
+{
+    if (folder->exists(relative) && !QDir(folder->path(relative)).removeRecursively())
+        qFatal("Cannot remove %s", qPrintable(relative));
+}
+
+void TestFaults::prepare(Target target)
+{
+    QFile::setPermissions(folder->path(u"work/project"_s), EVERYTHING);
+    removeAll(u"work"_s);
+    removeAll(u"home"_s);
+    folder->makeFolder(u"work/project"_s);
+    folder->makeFolder(u"work/real"_s);
+    folder->makeFolder(u"home"_s);
+    const QString relative = QDir(folder->path()).relativeFilePath(path);
+    if (target == Target::New)
+        return;
+    if (target == Target::BehindLink) {
+        folder->write(u"work/real/file"_s, oldContent);
+        folder->link(folder->path(u"work/real/file"_s), relative);
+    } else {
+        folder->write(relative, oldContent);
+    }
+    const QFile::Permissions permissions = target == Target::ReadOnly ? QFile::Permissions(0x4444) : OPEN_FILE;
+    if (!QFile::setPermissions(path, permissions))
+        qFatal("Cannot set the permissions");
+    if (target == Target::InReadOnlyFolder
+        && !QFile::setPermissions(folder->path(u"work/project"_s), QFile::Permissions(0x5555)))
+        qFatal("Cannot close the folder");
+}
+
+void TestFaults::prepareHistory(History state)
+{
+    prepare(Target::Existing);
+    if (state == History::None)
+        return;
+    // A save without a fault makes the folders.
+    save(folder->path(u"nothing"_s), NO_FAULT);
+    saveAgain();
+    folder->write(QDir(folder->path()).relativeFilePath(path), oldContent);
+    if (state == History::Begun)
+        return;
+    QDirIterator origin(folder->path(u"home"_s), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
+    if (!origin.hasNext())
+        qFatal("No history");
+    const QString ofFile = QDir(folder->path()).relativeFilePath(QFileInfo(origin.next()).path());
+    const QString day = QDate::currentDate().addDays(-10).toString(u"yyyyMMdd"_s);
+    for (int i = 0; i < 50; ++i)
+        folder->write(ofFile + u"/%1-000000-%2-00-replaced-Apps.csv"_s.arg(day).arg(i, 3, 10, '0'_L1), oldContent);
+}
+
+Answer TestFaults::answer()
+{
+    while (!saver->canReadLine()) {
+        if (!saver->waitForReadyRead())
+            qFatal("The saver said nothing: %s", saver->readAllStandardError().constData());
+    }
+    const QStringList parts = QString::fromUtf8(saver->readLine()).trimmed().split(u'|');
+    Answer read;
+    read.killed = parts.at(0) == u"killed";
+    read.saved = parts.at(0) == u"saved";
+    read.modified = parts.value(1) == u"modified";
+    read.calls = parts.value(2).split(u' ', Qt::SkipEmptyParts);
+    return read;
+}
+
+Answer TestFaults::save(const QString &watched, const Trial &trial)
+{
+    saver->write(u"%1|%2|%3|%4\n"_s.arg(watched).arg(trial.call).arg(int(trial.fault)).arg(trial.error).toUtf8());
+    return answer();
+}
+
+Answer TestFaults::saveAgain()
+{
+    saver->write("again\n");
+    return answer();
+}
+
+QByteArray TestFaults::onDisk() const
+{
+    return folder->read(QDir(folder->path()).relativeFilePath(path));
+}
+
+QStringList TestFaults::leftovers() const
+{
+    QStringList found;
+    for (const QString &place : {u"work/project"_s, u"work/real"_s}) {
+        const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+        found += QDir(folder->path(place)).entryList(all);
+    }
+    found.removeOne(QFileInfo(path).fileName());
+    found.removeOne(u"file"_s);
+    return found;
+}
+
+QList<QByteArray> TestFaults::kept() const
+{
+    QList<QByteArray> contents;
+    QDirIterator entries(folder->path(u"home"_s), QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString entry = entries.next();
+        if (entries.fileName() != u"origin.txt")
+            contents.append(folder->read(QDir(folder->path()).relativeFilePath(entry)));
+    }
+    return contents;
+}
+
+void TestFaults::everyCallOfASave_data()
+{
+    QTest::addColumn<bool>("isProject");
+    QTest::addColumn<Target>("target");
+    QTest::addColumn<Staging>("staging");
+    for (const bool isProject : {true, false}) {
+        const char *what = isProject ? "project" : "description";
+        QTest::addRow("%s, new", what) << isProject << Target::New << Staging::Unnamed;
+        QTest::addRow("%s, existing", what) << isProject << Target::Existing << Staging::Unnamed;
+        QTest::addRow("%s, behind a link", what) << isProject << Target::BehindLink << Staging::Unnamed;
+        QTest::addRow("%s, read-only", what) << isProject << Target::ReadOnly << Staging::Unnamed;
+        QTest::addRow("%s, in a read-only folder", what) << isProject << Target::InReadOnlyFolder << Staging::Unnamed;
+        QTest::addRow("%s, new, staged by name", what) << isProject << Target::New << Staging::Named;
+        QTest::addRow("%s, existing, staged by name", what) << isProject << Target::Existing << Staging::Named;
+        QTest::addRow("%s, behind a link, staged by name", what) << isProject << Target::BehindLink << Staging::Named;
+    }
+}
+
+void TestFaults::everyCallOfASave()
+{
+    QFETCH(bool, isProject);
+    QFETCH(Target, target);
+    QFETCH(Staging, staging);
+    begin(isProject, staging);
+
+    prepare(target);
+    const Answer undisturbed = save(folder->path(u"work"_s), NO_FAULT);
+    QCOMPARE(undisturbed.saved, target != Target::ReadOnly);
+    QCOMPARE(onDisk(), undisturbed.saved ? newContent : oldContent);
+    QCOMPARE(saveAgain().saved, undisturbed.saved);
+    QVERIFY(leftovers().isEmpty());
+    // A call that is not seen cannot be made to fail.
+    QCOMPARE(undisturbed.calls.count(u"write"_s), undisturbed.saved ? 1 : 0);
+
+    QStringList found;
+    const QList<Trial> all = trials(undisturbed.calls);
+    for (const Trial &trial : all) {
+        ++tried;
+        prepare(target);
+        for (const QString &shortfall : shortfalls(target, trial))
+            found.append(trial.description() + u": "_s + shortfall);
+    }
+    shorts += static_cast<int>(found.size());
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+}
+
+QStringList TestFaults::shortfalls(Target target, const Trial &trial)
+{
+    QStringList found;
+    const auto expect = [&found](bool fulfilled, const QString &what) {
+        if (!fulfilled)
+            found.append(what);
+    };
+    const bool isNew = target == Target::New;
+    const bool isDirect = target == Target::InReadOnlyFolder;
+    const bool isProject = newContent == NEW_PROJECT;
+    const QByteArray oldOne = isNew ? QByteArray() : oldContent;
+    const QFile::Permissions permissions = QFile::permissions(path);
+
+    const Answer first = save(folder->path(u"work"_s), trial);
+    const QByteArray content = onDisk();
+    const bool isWhole = content == newContent || (content == oldOne && content.isNull() == isNew);
+    if (!isWhole && isDirect) {
+        ++torn;
+        expect(kept().contains(oldContent), u"torn, and the history has no old bytes"_s);
+    } else {
+        expect(isWhole, u"neither the old bytes nor the new ones"_s);
+    }
+    const bool isFailing = trial.fault == Fault::Fail || trial.fault == Fault::KeepFailing;
+    if (!isNew && content == newContent && !isFailing)
+        expect(kept().contains(oldContent), u"the history has no old bytes"_s);
+    if (target == Target::BehindLink)
+        expect(QFileInfo(path).isSymLink(), u"the link is gone"_s);
+    if (!isNew)
+        expect(QFile::permissions(path) == permissions, u"other permissions"_s);
+
+    if (first.killed) {
+        ++killed;
+        expect(leftovers().size() <= 1, u"several files left behind"_s);
+        const QStringList left = leftovers();
+        const Answer next = save(folder->path(u"work"_s), NO_FAULT);
+        saveAgain();
+        expect(next.saved == (target != Target::ReadOnly), u"the next start saves otherwise"_s);
+        expect(onDisk() == (next.saved ? newContent : oldContent), u"the next start's bytes are not there"_s);
+        expect(leftovers() == left, u"the next start minds what was left behind"_s);
+        return found;
+    }
+
+    failed += first.saved ? 0 : 1;
+    expect(!first.saved || content == newContent, u"reported as saved, but not the new bytes"_s);
+    if (isProject)
+        expect(first.modified != first.saved, u"the mark does not go with the report"_s);
+    expect(leftovers().isEmpty(), u"a file left behind"_s);
+    const Answer second = saveAgain();
+    // A read-only file may be replaced when its rights could not be seen for a moment; then it is read-only again.
+    const bool isRefused = target == Target::ReadOnly;
+    expect(second.saved != isRefused, u"the second save went otherwise"_s);
+    expect(onDisk() == (isRefused && !first.saved ? oldContent : newContent), u"not the second save's bytes"_s);
+    if (isProject)
+        expect(second.modified == (isRefused && !first.saved), u"the mark does not go with the second report"_s);
+    expect(leftovers().isEmpty(), u"a file left behind by the second save"_s);
+    return found;
+}
+
+void TestFaults::everyCallOfTheHistory_data()
+{
+    QTest::addColumn<History>("state");
+    QTest::newRow("none yet") << History::None;
+    QTest::newRow("begun") << History::Begun;
+    QTest::newRow("full") << History::Full;
+}
+
+void TestFaults::everyCallOfTheHistory()
+{
+    QFETCH(History, state);
+    begin(true, Staging::Unnamed);
+    prepareHistory(state);
+    const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);
+    QVERIFY(saveAgain().saved);
+    QVERIFY(undisturbed.calls.contains(u"write"_s));
+    QCOMPARE(undisturbed.calls.contains(u"unlink"_s), state != History::Begun);
+
+    QStringList found;
+    const QList<Trial> all = trials(undisturbed.calls);
+    for (const Trial &trial : all) {
+        ++tried;
+        prepareHistory(state);
+        for (const QString &shortfall : historyShortfalls(state, trial))
+            found.append(trial.description() + u": "_s + shortfall);
+    }
+    shorts += static_cast<int>(found.size());
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+}
+
+QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
+{
+    QStringList found;
+    const auto expect = [&found](bool fulfilled, const QString &what) {
+        if (!fulfilled)
+            found.append(what);
+    };
+    const qsizetype before = kept().size();
+    const Answer first = save(folder->path(u"home"_s), trial);
+    const QList<QByteArray> versions = kept();
+    expect(leftovers().isEmpty(), u"a file left behind"_s);
+    if (first.killed) {
+        ++killed;
+        expect(onDisk() == oldContent, u"not the old bytes"_s);
+        // The file itself still holds what the cut version lacks.
+        expect(versions.size() - versions.count(oldContent) <= 1, u"more than one version cut"_s);
+        const Answer next = save(folder->path(u"work"_s), NO_FAULT);
+        saveAgain();
+        expect(next.saved && onDisk() == newContent, u"the next start does not save"_s);
+        expect(kept().count(oldContent) >= qMin(before + 1, 49), u"the next start keeps nothing"_s);
+        return found;
+    }
+    if (trial.fault == Fault::Forestalled)
+        expect(versions.size() == before + 1, u"nothing kept"_s);
+    expect(first.saved && !first.modified, u"not reported as saved"_s);
+    expect(onDisk() == newContent, u"not the new bytes"_s);
+    expect(versions.count(oldContent) == versions.size(), u"a version is not whole"_s);
+    expect(versions.size() >= qMin(before, 50), u"versions are gone"_s);
+    // One more than the bound is there when one could not be removed.
+    expect(versions.size() <= (state == History::Full ? 52 : before + 1), u"too many versions"_s);
+    expect(saveAgain().saved, u"the second save failed"_s);
+    return found;
+}
+
+CATALIST_CORE_TEST_MAIN(TestFaults)
+#include "tst_faults.moc"

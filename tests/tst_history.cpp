@@ -1,0 +1,746 @@
+#include "io/history.h"
+
+#include "dialoganswers.h"
+#include "io/replacefile.h"
+#include "scratchhome.h"
+#include "ui/mainwindow.h"
+#include "windowfixture.h"
+
+#include <QDirIterator>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QTableWidget>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <sys/prctl.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray OLD = HEADER + "{\"en\":\"Old\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
+const QByteArray NEW_APP = "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
+const QByteArray TEXT = "<p>text</p>";
+
+const QRegularExpression NO_HISTORY(u"^No history of "_s);
+
+struct Version
+{
+    QString name;
+    QByteArray content;
+};
+
+QString origin(const QString &file)
+{
+    QDirIterator origins(historyFolder(), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
+    while (origins.hasNext()) {
+        QFile found(origins.next());
+        if (found.open(QIODevice::ReadOnly) && found.readAll() == file.toUtf8() + '\n')
+            return found.fileName();
+    }
+    return {};
+}
+
+/// Newest first.
+QStringList names(const QString &file)
+{
+    const QString found = origin(file);
+    if (found.isEmpty())
+        return {};
+    QStringList entries = QFileInfo(found).dir().entryList(QDir::Files | QDir::Hidden, QDir::Name | QDir::Reversed);
+    entries.removeOne(u"origin.txt"_s);
+    return entries;
+}
+
+QString versionPath(const QString &file, const QString &name)
+{
+    return QFileInfo(origin(file)).path() + u'/' + name;
+}
+
+QList<Version> versions(const QString &path)
+{
+    QList<Version> all;
+    const QStringList found = names(path);
+    for (const QString &name : found) {
+        QFile file(versionPath(path, name));
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("Cannot read %s", qPrintable(name));
+        all.append({name, file.readAll()});
+    }
+    return all;
+}
+
+QList<QByteArray> contents(const QString &file)
+{
+    QList<QByteArray> all;
+    for (const Version &version : versions(file))
+        all.append(version.content);
+    return all;
+}
+
+qsizetype filesInHistory()
+{
+    qsizetype count = 0;
+    for (QDirIterator files(historyFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); files.hasNext();
+         files.next())
+        ++count;
+    return count;
+}
+
+/// A file of a size that takes no room on the disk.
+void makeSparse(const QString &path, qint64 size)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || !file.resize(size))
+        qFatal("Cannot make %s", qPrintable(path));
+}
+
+QString nameOf(QDate day, const QString &reason = u"replaced-file.txt"_s)
+{
+    return day.toString(u"yyyyMMdd"_s) + u"-120000-000-00-"_s + reason;
+}
+
+QDate today()
+{
+    return QDateTime::currentDateTimeUtc().date();
+}
+
+#ifdef Q_OS_UNIX
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limits{bytes, before.rlim_max};
+        if (::setrlimit(RLIMIT_FSIZE, &limits) != 0)
+            qFatal("Cannot limit the size of files");
+    }
+    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before); }
+    Q_DISABLE_COPY_MOVE(FileSizeLimit)
+
+private:
+    rlimit before{};
+};
+
+mode_t mode(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+#endif
+
+} // namespace
+
+class TestHistory : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void catalogueThatDoesNotOpenIsSavedOver();
+    void lookingAtADescription_data();
+    void lookingAtADescription();
+    void newDescriptionOverAnExistingFile();
+    void newDescriptionOverTheOpenFile();
+    void closingWithNo();
+    void closingWithYesThatFails();
+    void closingWithADescriptionUnsaved();
+    void newOrOpenProject_data();
+    void newOrOpenProject();
+    void cancelledClosingKeepsNothing();
+    void sameBytesKeepNothing();
+    void twoWindows();
+    void windowSaysNothingWithoutAHistory();
+
+    void names_data();
+    void names();
+    void oneHistoryThroughLinks();
+    void oneHistoryBeforeTheFileExists();
+    void emptyOriginIsFilled();
+    void permissions_data();
+    void permissions();
+
+    void newestFifty();
+    void noneOlderThanAYear();
+    void atMostTwoHundredMegabytes();
+    void oneFileOfMoreIsNotKept();
+    void otherFilesInTheFolderStay();
+
+    void dataFolderThatFails_data();
+    void dataFolderThatFails();
+    void readOnlyDataFolder();
+    void fullDataFolder();
+
+    void processesKeepAtOnce();
+    void processesReplaceAtOnce();
+
+private:
+    void open();
+    void openDescription();
+    [[nodiscard]] QString file() const { return folder->path(u"file.txt"_s); }
+
+    std::unique_ptr<Folder> folder;
+    std::unique_ptr<DialogAnswers> dialogs;
+    std::unique_ptr<MainWindow> window;
+    QString csv;
+    QByteArray dataHome;
+};
+
+void TestHistory::initTestCase()
+{
+    dataHome = qgetenv("XDG_DATA_HOME");
+}
+
+void TestHistory::init()
+{
+    clearSettings();
+    QDir(historyFolder()).removeRecursively();
+    QVERIFY(!QFileInfo::exists(historyFolder()));
+    folder = std::make_unique<Folder>();
+    dialogs = std::make_unique<DialogAnswers>();
+    csv = folder->path(u"project/Apps.csv"_s);
+}
+
+void TestHistory::cleanup()
+{
+    qputenv("XDG_DATA_HOME", dataHome);
+    const bool answered = dialogs->allAnswered();
+    window.reset();
+    dialogs.reset();
+    folder.reset();
+    QVERIFY(answered);
+    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+}
+
+void TestHistory::open()
+{
+    if (!QFileInfo::exists(csv))
+        folder->write(u"project/Apps.csv"_s, OLD);
+    if (!folder->exists(u"project/en.html"_s))
+        folder->write(u"project/en.html"_s, TEXT);
+    storeProject(csv);
+    window = openWindow<MainWindow>();
+}
+
+void TestHistory::openDescription()
+{
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+}
+
+void TestHistory::catalogueThatDoesNotOpenIsSavedOver()
+{
+    open();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    retype(*window, "appName1_1", u"Old; and new"_s);
+    click(*window, "applyButton");
+    clickTool(*window, "actionSave");
+    QVERIFY(window->close());
+    const QByteArray broken =
+        HEADER + "{\"en\":\"Old; and new\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), broken);
+
+    dialogs->press(QMessageBox::Ok);
+    open();
+    QCOMPARE(dialogs->shown.constLast().text, u"Error loading <b>Apps.csv</b> settings"_s);
+    clickTool(*window, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
+    QCOMPARE(contents(csv), (QList<QByteArray>{broken, OLD}));
+    QVERIFY(::names(csv).constFirst().endsWith(u"-replaced-Apps.csv"_s));
+}
+
+void TestHistory::lookingAtADescription_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("rewritten");
+    QTest::newRow("no UTF-8") << QByteArray("<p>\xe9t\xe9</p>") << QByteArray("<p>\xef\xbf\xbdt\xef\xbf\xbd</p>");
+    QTest::newRow("other line ends") << QByteArray("<p>a</p>\r\n<p>b</p>\r\n") << QByteArray("<p>a</p>\n<p>b</p>\n");
+}
+
+void TestHistory::lookingAtADescription()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, rewritten);
+    folder->write(u"project/en.html"_s, bytes);
+    folder->write(u"project/de.html"_s, TEXT);
+    folder->write(u"project/Apps.csv"_s,
+                  HEADER + "{\"en\":\"Old\"};A;;;;{\"de\":\"de.html\",\"en\":\"en.html\"};;;0.00\n");
+    open();
+    openDescription();
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
+    QCOMPARE(filesInHistory(), 0);
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    QCOMPARE(folder->read(u"project/en.html"_s), rewritten);
+    QCOMPARE(contents(folder->path(u"project/en.html"_s)), QList<QByteArray>{bytes});
+    QVERIFY(contents(folder->path(u"project/de.html"_s)).isEmpty());
+}
+
+void TestHistory::newDescriptionOverAnExistingFile()
+{
+    open();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    folder->write(u"project/it.html"_s, "work of days");
+    dialogs->enterText(u"it"_s);
+    dialogs->chooseFile(folder->path(u"project/it.html"_s));
+    dialogs->press(QMessageBox::Yes);
+    click(*window, "btnNewDescription");
+    QVERIFY(folder->read(u"project/it.html"_s).startsWith("<!DOCTYPE html>"));
+    QCOMPARE(contents(folder->path(u"project/it.html"_s)), QList<QByteArray>{"work of days"});
+}
+
+void TestHistory::newDescriptionOverTheOpenFile()
+{
+    open();
+    openDescription();
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
+    dialogs->enterText(u"it"_s);
+    dialogs->chooseFile(folder->path(u"project/en.html"_s));
+    dialogs->press(QMessageBox::Yes);
+    click(*window, "btnNewDescription");
+    QVERIFY(folder->read(u"project/en.html"_s).startsWith("<!DOCTYPE html>"));
+    QCOMPARE(contents(folder->path(u"project/en.html"_s)), (QList<QByteArray>{"typed" + TEXT, TEXT}));
+}
+
+void TestHistory::closingWithNo()
+{
+    open();
+    click(*window, "btnNewApp");
+    dialogs->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD);
+    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
+    QVERIFY(::names(csv).constFirst().endsWith(u"-unsaved-Apps.csv"_s));
+}
+
+void TestHistory::closingWithYesThatFails()
+{
+    open();
+    click(*window, "btnNewApp");
+    QVERIFY(QFile::remove(csv));
+    folder->makeFolder(u"project/Apps.csv"_s);
+    dialogs->press(QMessageBox::Yes);
+    dialogs->press(QMessageBox::Ok);
+    QVERIFY(window->close());
+    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
+}
+
+void TestHistory::closingWithADescriptionUnsaved()
+{
+    open();
+    openDescription();
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
+    QVERIFY(window->close());
+    QVERIFY(dialogs->shown.isEmpty());
+    QCOMPARE(folder->read(u"project/en.html"_s), TEXT);
+    QCOMPARE(contents(folder->path(u"project/en.html"_s)), QList<QByteArray>{"typed" + TEXT});
+    QVERIFY(::names(folder->path(u"project/en.html"_s)).constFirst().endsWith(u"-unsaved-en.html"_s));
+    QVERIFY(contents(csv).isEmpty());
+}
+
+void TestHistory::newOrOpenProject_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::newRow("new") << u"actionNew_project"_s;
+    QTest::newRow("open") << u"actionOpen_project"_s;
+}
+
+void TestHistory::newOrOpenProject()
+{
+    QFETCH(QString, action);
+    open();
+    click(*window, "btnNewApp");
+    dialogs->cancel();
+    clickTool(*window, qPrintable(action));
+    QVERIFY(contents(csv).isEmpty());
+
+    folder->write(u"other/Apps.csv"_s, HEADER);
+    dialogs->chooseFile(folder->path(u"other/Apps.csv"_s));
+    if (action == u"actionNew_project")
+        dialogs->press(QMessageBox::Yes);
+    clickTool(*window, qPrintable(action));
+    QVERIFY(child<QListWidget>(*window, "listApps")->count() == 0);
+    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
+    QVERIFY(contents(folder->path(u"other/Apps.csv"_s)).isEmpty());
+}
+
+void TestHistory::cancelledClosingKeepsNothing()
+{
+    open();
+    openDescription();
+    click(*window, "btnNewApp");
+    dialogs->press(QMessageBox::Cancel);
+    QVERIFY(!window->close());
+    QCOMPARE(filesInHistory(), 0);
+
+    // What is kept at the real end is kept once.
+    dialogs->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(contents(csv).size(), 1);
+}
+
+void TestHistory::sameBytesKeepNothing()
+{
+    open();
+    openDescription();
+    clickTool(*window, "actionSave");
+    clickTool(*window, "actionSave");
+    click(*window, "btnNewApp");
+    click(*window, "btnDeleteApp");
+    dialogs->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(filesInHistory(), 0);
+
+    keepUnsaved(csv, OLD);
+    keepReplaced(csv, OLD);
+    keepReplaced(folder->path(u"project/new.html"_s), TEXT);
+    QCOMPARE(filesInHistory(), 0);
+}
+
+void TestHistory::twoWindows()
+{
+    open();
+    const std::unique_ptr<MainWindow> first = std::move(window);
+    open();
+    click(*window, "btnNewApp");
+    click(*window, "btnNewApp");
+    clickTool(*window, "actionSave");
+    first->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(first.get()));
+    click(*first, "btnNewApp");
+    clickTool(*first, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
+    QCOMPARE(contents(csv), (QList<QByteArray>{OLD + NEW_APP + NEW_APP, OLD}));
+}
+
+void TestHistory::windowSaysNothingWithoutAHistory()
+{
+    folder->write(u"data"_s, "no folder");
+    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
+    open();
+    click(*window, "btnNewApp");
+    QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+    clickTool(*window, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+    QVERIFY(window->close());
+    QVERIFY(dialogs->shown.isEmpty());
+}
+
+void TestHistory::names_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("kept");
+    QTest::addColumn<bool>("saves"); // a staged file has a longer name
+    QStringList usual{u"two words.html"_s, u" blanks .csv"_s,      u"Čeština 日本 🛩.html"_s,
+                      u"%1.csv"_s,         u"%1 %2 %3%4%L1.csv"_s, u"a#b.html"_s,
+                      u"a;b,c.csv"_s,      u"-rf.csv"_s,           u".hidden"_s};
+#ifdef Q_OS_LINUX
+    usual.append({u"<b>bold.html"_s, u"*?[x].csv"_s, u"back\\slash.csv"_s, u"new\nline.csv"_s});
+#endif
+    for (const QString &name : usual)
+        QTest::newRow(qPrintable(name)) << name << name << true;
+#ifdef Q_OS_LINUX
+    const QString end = u".html"_s;
+    QTest::newRow("200 letters") << QString(195, u'x') + end << QString(195, u'x') + end << true;
+    QTest::newRow("248 letters") << QString(243, u'x') + end << QString(195, u'x') + end << true;
+    QTest::newRow("255 letters") << QString(250, u'x') + end << QString(195, u'x') + end << false;
+    QTest::newRow("255 bytes") << QString(83, u'日') + u'x' + end << QString(64, u'日') + u'x' + end << false;
+    QTest::newRow("pairs of 4 bytes") << u'x' + u"🛩"_s.repeated(62) + end << u"🛩"_s.repeated(48) + end << false;
+#endif
+}
+
+void TestHistory::names()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, kept);
+    QFETCH(bool, saves);
+    folder->write(name, "old");
+    const QString path = folder->path(name);
+    QCOMPARE(replaceFile(path, "new", LineEnds::AsGiven), saves);
+    QCOMPARE(folder->read(name), saves ? QByteArray("new") : QByteArray("old"));
+    QCOMPARE(folder->entries(), QStringList{name});
+    const QList<Version> found = versions(path);
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found.constFirst().content, QByteArray("old"));
+    const QRegularExpression pattern(u"^\\d{8}-\\d{6}-\\d{3}-00-replaced-"_s);
+    QVERIFY(pattern.match(found.constFirst().name).hasMatch());
+    QCOMPARE(found.constFirst().name.section(u'-', 5), kept);
+}
+
+void TestHistory::oneHistoryThroughLinks()
+{
+    folder->write(u"real/file.txt"_s, "1");
+    folder->link(folder->path(u"real/file.txt"_s), u"link.txt"_s);
+    folder->link(folder->path(u"real"_s), u"alias"_s);
+    const QStringList paths{u"link.txt"_s, u"alias/file.txt"_s, u"real/../real/./file.txt"_s, u"real/file.txt"_s};
+    for (const QString &path : paths)
+        QVERIFY(replaceFile(folder->path(path), path.toUtf8(), LineEnds::AsGiven));
+    QCOMPARE(contents(folder->path(u"real/file.txt"_s)),
+             (QList<QByteArray>{paths.at(2).toUtf8(), paths.at(1).toUtf8(), paths.at(0).toUtf8(), "1"}));
+    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+}
+
+void TestHistory::oneHistoryBeforeTheFileExists()
+{
+    folder->makeFolder(u"real"_s);
+    folder->link(folder->path(u"real"_s), u"alias"_s);
+    keepUnsaved(folder->path(u"alias/file.txt"_s), "never saved");
+    folder->write(u"real/file.txt"_s, "saved");
+    keepUnsaved(folder->path(u"alias/file.txt"_s), "then this");
+    QCOMPARE(contents(folder->path(u"real/file.txt"_s)), (QList<QByteArray>{"then this", "never saved"}));
+}
+
+void TestHistory::emptyOriginIsFilled()
+{
+    keepUnsaved(file(), "1");
+    QFile empty(origin(file()));
+    QVERIFY(empty.resize(0));
+    QVERIFY(origin(file()).isEmpty());
+    keepUnsaved(file(), "2");
+    QCOMPARE(contents(file()), (QList<QByteArray>{"2", "1"}));
+}
+
+void TestHistory::permissions_data()
+{
+    QTest::addColumn<int>("mask");
+    QTest::newRow("none") << 0;
+    QTest::newRow("usual") << 022;
+    QTest::newRow("strict") << 077;
+}
+
+void TestHistory::permissions()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(int, mask);
+    const mode_t before = ::umask(static_cast<mode_t>(mask));
+    keepUnsaved(file(), "secret");
+    ::umask(before);
+    QCOMPARE(mode(historyFolder()), mode_t(0700));
+    QCOMPARE(mode(QFileInfo(origin(file())).path()), mode_t(0700));
+    QCOMPARE(mode(origin(file())), mode_t(0600));
+    QCOMPARE(::names(file()).size(), 1);
+    QCOMPARE(mode(versionPath(file(), ::names(file()).constFirst())), mode_t(0600));
+#else
+    QSKIP("Masks of permissions are of Unix");
+#endif
+}
+
+void TestHistory::newestFifty()
+{
+    const QString other = folder->path(u"other.txt"_s);
+    keepUnsaved(other, "of another file");
+    QList<QByteArray> expected;
+    for (int i = 0; i < 53; ++i) {
+        keepUnsaved(file(), QByteArray::number(i));
+        if (i == 49)
+            QCOMPARE(contents(file()).size(), 50);
+        if (i >= 3)
+            expected.prepend(QByteArray::number(i));
+    }
+    QCOMPARE(contents(file()), expected);
+    QCOMPARE(contents(other), QList<QByteArray>{"of another file"});
+}
+
+void TestHistory::noneOlderThanAYear()
+{
+    const QString other = folder->path(u"other.txt"_s);
+    keepUnsaved(file(), "now");
+    keepUnsaved(other, "now");
+    const QString old = nameOf(today().addDays(-366));
+    const QString ancient = nameOf(QDate(1999, 12, 31), u"unsaved-other.txt"_s);
+    const QString young = nameOf(today().addDays(-364));
+    makeSparse(versionPath(file(), old), 1);
+    makeSparse(versionPath(file(), young), 1);
+    makeSparse(versionPath(other, ancient), 1);
+    keepUnsaved(file(), "later");
+    QCOMPARE(::names(file()).size(), 3);
+    QCOMPARE(::names(file()).constLast(), young);
+    QCOMPARE(contents(other), QList<QByteArray>{"now"});
+}
+
+void TestHistory::atMostTwoHundredMegabytes()
+{
+    const QString other = folder->path(u"other.txt"_s);
+    keepUnsaved(file(), QByteArray(500, 'x'));
+    keepUnsaved(other, QByteArray(400, 'x'));
+    const QString oldest = nameOf(today().addDays(-30));
+    const QString middle = nameOf(today().addDays(-20), u"unsaved-other.txt"_s);
+    const QString newest = nameOf(today().addDays(-10));
+    makeSparse(versionPath(file(), oldest), 1);
+    makeSparse(versionPath(other, middle), 100'000'000 - 1);
+    makeSparse(versionPath(file(), newest), 99'999'000);
+
+    // Exactly the bound.
+    keepUnsaved(file(), QByteArray(100, 'x'));
+    QCOMPARE(::names(file()).size(), 4);
+    QCOMPARE(::names(other).size(), 2);
+    QCOMPARE(::names(file()).constLast(), oldest);
+
+    keepUnsaved(other, "x");
+    QCOMPARE(::names(file()).size(), 3);
+    QCOMPARE(::names(file()).constLast(), newest);
+    QCOMPARE(::names(other).size(), 3);
+    QCOMPARE(::names(other).constLast(), middle);
+
+    keepUnsaved(other, "yz");
+    QCOMPARE(::names(file()).constLast(), newest);
+    QCOMPARE(contents(other), (QList<QByteArray>{"yz", "x", QByteArray(400, 'x')}));
+}
+
+void TestHistory::oneFileOfMoreIsNotKept()
+{
+    keepUnsaved(file(), "small");
+    makeSparse(folder->path(u"large.txt"_s), 200'000'001);
+    keepReplaced(folder->path(u"large.txt"_s), "new");
+    QCOMPARE(contents(file()), QList<QByteArray>{"small"});
+    QVERIFY(origin(folder->path(u"large.txt"_s)).isEmpty());
+}
+
+void TestHistory::otherFilesInTheFolderStay()
+{
+    keepUnsaved(file(), "small");
+    const QStringList others{u"1.txt"_s, u"A note.txt"_s, u"notes.txt"_s};
+    for (const QString &other : others)
+        makeSparse(versionPath(file(), other), 150'000'000);
+    keepUnsaved(file(), "later");
+    for (const QString &other : others)
+        QVERIFY2(QFileInfo::exists(versionPath(file(), other)), qPrintable(other));
+    QCOMPARE(::names(file()).size(), others.size() + 2);
+}
+
+void TestHistory::dataFolderThatFails_data()
+{
+    QTest::addColumn<QString>("home");
+    QTest::newRow("a file") << u"data"_s;
+    QTest::newRow("below a file") << u"data/home"_s;
+    QTest::newRow("a device") << u"/dev/full"_s;
+    QTest::newRow("not allowed even to the superuser") << u"/proc/data"_s;
+}
+
+void TestHistory::dataFolderThatFails()
+{
+    QFETCH(QString, home);
+    folder->write(u"data"_s, "no folder");
+    folder->write(u"place/file.txt"_s, "old");
+    qputenv("XDG_DATA_HOME", QDir(folder->path()).absoluteFilePath(home).toLocal8Bit());
+    QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+    QVERIFY(replaceFile(folder->path(u"place/file.txt"_s), "new", LineEnds::AsGiven));
+    QCOMPARE(folder->read(u"place/file.txt"_s), QByteArray("new"));
+    QCOMPARE(QDir(folder->path(u"place"_s)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{u"file.txt"_s});
+    QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+    keepUnsaved(folder->path(u"place/file.txt"_s), "unsaved");
+    QCOMPARE(folder->read(u"data"_s), QByteArray("no folder"));
+}
+
+void TestHistory::readOnlyDataFolder()
+{
+    folder->makeFolder(u"data"_s);
+    folder->makeFolder(u"place"_s);
+    QVERIFY(QFile::setPermissions(folder->path(u"data"_s), QFile::Permissions(0x5555)));
+    QVERIFY(QFile::setPermissions(folder->path(u"place"_s), QFile::Permissions(0x7777)));
+    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
+    {
+        const OrdinaryUser user;
+#ifdef Q_OS_LINUX
+        // Who changed the user may not look into /proc/self/fd, which staged files are linked from.
+        QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
+#endif
+        folder->write(u"place/file.txt"_s, "old");
+        QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+        QVERIFY(replaceFile(folder->path(u"place/file.txt"_s), "new", LineEnds::AsGiven));
+    }
+    QCOMPARE(folder->read(u"place/file.txt"_s), QByteArray("new"));
+    QCOMPARE(QDir(folder->path(u"data"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+}
+
+void TestHistory::fullDataFolder()
+{
+#ifdef Q_OS_UNIX
+    keepUnsaved(file(), "before");
+    folder->write(u"file.txt"_s, QByteArray(100'000, 'x'));
+    {
+        const FileSizeLimit limit(50'000);
+        QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+        QVERIFY(replaceFile(file(), "new", LineEnds::AsGiven));
+    }
+    QCOMPARE(folder->read(u"file.txt"_s), QByteArray("new"));
+    QCOMPARE(contents(file()), QList<QByteArray>{"before"});
+    QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
+#else
+    QSKIP("File-size limits are of Unix");
+#endif
+}
+
+void TestHistory::processesKeepAtOnce()
+{
+    constexpr int PROCESSES = 4;
+    constexpr int TEXTS = 12;
+    for (const int times : {1, 3}) {
+        QDir(historyFolder()).removeRecursively();
+        std::array<QProcess, PROCESSES> savers;
+        for (int i = 0; i < PROCESSES; ++i)
+            savers.at(static_cast<size_t>(i))
+                .start(QStringLiteral(SAVER),
+                       {u"unsaved"_s, file(), QString::number(i), QString::number(times * TEXTS)});
+        for (QProcess &saver : savers) {
+            QVERIFY(saver.waitForFinished());
+            QCOMPARE(saver.exitCode(), 0);
+        }
+        QSet<QByteArray> expected;
+        for (int i = 0; i < PROCESSES; ++i) {
+            for (int k = 0; k < times * TEXTS; ++k)
+                expected.insert(u"%1 %2\n"_s.arg(i).arg(k).toUtf8().repeated(5000));
+        }
+        const QList<QByteArray> found = contents(file());
+        const QSet<QByteArray> distinct(found.begin(), found.end());
+        QCOMPARE(found.size(), times == 1 ? PROCESSES * TEXTS : 50);
+        QCOMPARE(distinct.size(), found.size());
+        QVERIFY(expected.contains(distinct));
+    }
+}
+
+void TestHistory::processesReplaceAtOnce()
+{
+    constexpr int PROCESSES = 4;
+    constexpr int TEXTS = 12;
+    folder->write(u"file.txt"_s, "first");
+    std::array<QProcess, PROCESSES> savers;
+    QSet<QByteArray> whole{"first"};
+    for (int i = 0; i < PROCESSES; ++i) {
+        savers.at(static_cast<size_t>(i))
+            .start(QStringLiteral(SAVER), {u"texts"_s, file(), QString::number(i), QString::number(TEXTS)});
+        for (int k = 0; k < TEXTS; ++k)
+            whole.insert(u"%1 %2\n"_s.arg(i).arg(k).toUtf8().repeated(5000));
+    }
+    for (QProcess &saver : savers) {
+        QVERIFY(saver.waitForFinished());
+        QCOMPARE(saver.exitCode(), 0);
+    }
+    QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
+    QVERIFY(whole.contains(folder->read(u"file.txt"_s)));
+    const QList<QByteArray> found = contents(file());
+    // Each save keeps what it finds, and finds something else than it writes.
+    QCOMPARE(found.size(), PROCESSES * TEXTS);
+    QVERIFY(found.contains("first"));
+    for (const QByteArray &content : found)
+        QVERIFY2(whole.contains(content), "A version is torn");
+}
+
+CATALIST_TEST_MAIN(TestHistory)
+#include "tst_history.moc"
