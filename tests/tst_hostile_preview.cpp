@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QRgb PICTURE_COLOUR = 0xff12c832;
-constexpr qint64 MEGABYTE = 1000 * 1000;
+constexpr qint64 MEGABYTE = 1000LL * 1000;
 
 /// Knows what the preview has under way, and what became of it.
 class Downloads : public QObject

@@ -371,7 +371,7 @@ void Monkey::rowSelected(int row)
     storeEditor();
     closeEditor();
     autoSaveLit = false;
-    const QString path = projectFolder() + u'/' + current().descriptions.values().at(row);
+    const QString path = projectFolder() + u'/' + std::next(current().descriptions.cbegin(), row).value();
     const QString real = QFileInfo(path).canonicalFilePath();
     if (disk.contains(real)) {
         openFile = real;
@@ -665,7 +665,7 @@ QString Monkey::answerSaveDialog(const QStringList &paths)
         cancelFileDialog();
         return {};
     }
-    const QString path = oneOf(paths);
+    QString path = oneOf(paths);
     note(path);
     expect(u"QFileDialog"_s, {});
     if (!QFileInfo::exists(path)) {
@@ -695,7 +695,7 @@ QString Monkey::answerOpenDialog(const QStringList &paths)
         cancelFileDialog();
         return {};
     }
-    const QString path = oneOf(paths);
+    QString path = oneOf(paths);
     note(path);
     expect(u"QFileDialog"_s, {});
     if (QFileInfo::exists(path)) {
@@ -786,7 +786,7 @@ void Monkey::deleteDescription()
         else
             dialogs->pressKey(Qt::Key_Escape);
         if (hasCurrent()) {
-            records[index].descriptions.remove(current().descriptions.keys().at(tableRow));
+            records[index].descriptions.remove(std::next(current().descriptions.cbegin(), tableRow).key());
             modified = true;
         }
         refreshed();
@@ -1142,7 +1142,7 @@ QString Monkey::editorDifference() const
 
 QString Monkey::difference() const
 {
-    if (const QString wrong = dialogDifference(); !wrong.isEmpty())
+    if (QString wrong = dialogDifference(); !wrong.isEmpty())
         return wrong;
     const QString title = modified ? u"Orva Catalist (*)"_s : u"Orva Catalist"_s;
     if (window->windowTitle() != title)
