@@ -321,6 +321,12 @@ void TestMainWindow::openProjectCancelled()
     // The file is closed, so nothing is written to it any more.
     clickTool(*window, "actionSave");
     QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
+
+    // No row is left for Delete, and a click on the row opens its file again.
+    click(*window, "btnDeleteDescription");
+    QVERIFY(isUnmarked(*window));
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    QCOMPARE(edit->toPlainText(), QStringLiteral("typed <p>text</p>"));
 }
 
 void TestMainWindow::openProjectThatFails()

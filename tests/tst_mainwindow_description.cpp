@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
 
@@ -129,6 +130,10 @@ private slots:
     void codeIsEditedInTheTable_data();
     void codeIsEditedInTheTable();
     void leftCodeEditorChangesNothing();
+    void codeThatIsBeingEditedIsSaved_data();
+    void codeThatIsBeingEditedIsSaved();
+    void deleteWhileACodeIsEdited();
+    void tabKeyLeavesTheTable();
     void fileColumnIsNotEdited();
 
     void unreadableFile_data();
@@ -147,6 +152,7 @@ private:
     void open(const QByteArray &descriptions = DESCRIPTIONS, const QString &csv = u"Apps.csv"_s);
     void openFile(int row);
     void typeText(const QString &text) { type(editor, text); }
+    QPointer<QLineEdit> beginEditingCode(int row, const QString &code);
     void editCode(int row, const QString &code, Qt::Key end = Qt::Key_Return);
     void addDescription(const char *button, const QString &language, const QString &file);
     [[nodiscard]] QStringList rows() const;
@@ -197,7 +203,7 @@ void TestMainWindowDescription::openFile(int row)
     clickCell(table, row, 1);
 }
 
-void TestMainWindowDescription::editCode(int row, const QString &code, Qt::Key end)
+QPointer<QLineEdit> TestMainWindowDescription::beginEditingCode(int row, const QString &code)
 {
     clickCell(table, row);
     QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, table->visualItemRect(table->item(row, 0)).center());
@@ -207,6 +213,12 @@ void TestMainWindowDescription::editCode(int row, const QString &code, Qt::Key e
     edit->selectAll();
     QTest::keyClick(edit, Qt::Key_Delete);
     type(edit, code);
+    return edit;
+}
+
+void TestMainWindowDescription::editCode(int row, const QString &code, Qt::Key end)
+{
+    const QPointer<QLineEdit> edit = beginEditingCode(row, code);
     QTest::keyClick(edit, end);
     if (!QTest::qWaitFor([&edit] { return edit.isNull(); }))
         qFatal("The code is still being edited");
@@ -892,6 +904,50 @@ void TestMainWindowDescription::leftCodeEditorChangesNothing()
     QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
     QCOMPARE(table->currentRow(), 1);
     QCOMPARE(window->windowTitle(), UNMARKED);
+}
+
+void TestMainWindowDescription::codeThatIsBeingEditedIsSaved_data()
+{
+    QTest::addColumn<bool>("closes");
+    QTest::newRow("Save") << false;
+    QTest::newRow("closing the window") << true;
+}
+
+void TestMainWindowDescription::codeThatIsBeingEditedIsSaved()
+{
+    QFETCH(const bool, closes);
+    open();
+    beginEditingCode(0, u"it"_s);
+    if (closes) {
+        answers->press(QMessageBox::Yes);
+        QVERIFY(window->close());
+        QCOMPARE(answers->shown.constFirst().title, u"Save data"_s);
+    } else {
+        QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
+    }
+    QCOMPARE(folder->read(u"Apps.csv"_s), project(R"({"de":"doc/de.html","it":"doc/cz.html"})"));
+    QCOMPARE(window->windowTitle(), UNMARKED);
+}
+
+// The question takes the focus from the editor of the code, and the rows are sorted anew under it.
+void TestMainWindowDescription::deleteWhileACodeIsEdited()
+{
+    open();
+    beginEditingCode(0, u"it"_s);
+    answers->press(QMessageBox::Yes);
+    child<QPushButton>(*window, "btnDeleteDescription")->click();
+    QCOMPARE(rows(), QStringList({u"de=doc/de.html"_s, u"it=doc/cz.html"_s}));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+}
+
+void TestMainWindowDescription::tabKeyLeavesTheTable()
+{
+    open();
+    openFile(0);
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_Tab);
+    QCOMPARE(QApplication::focusWidget(), child<QWidget>(*window, "btnNewDescription"));
+    QCOMPARE(table->currentRow(), 0);
 }
 
 void TestMainWindowDescription::fileColumnIsNotEdited()

@@ -460,6 +460,8 @@ void TestMainWindowLayout::states()
 {
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QCOMPARE(child<QLabel>(*window, "appsLbl")->maximumWidth(), 300);
+    // With one, an "&" in the path of the project would be a shortcut.
+    QVERIFY(!child<QLabel>(*window, "appsLbl")->buddy());
     QCOMPARE(child<QListWidget>(*window, "listApps")->count(), 0);
     QCOMPARE(child<QListWidget>(*window, "listAppFiles")->count(), 0);
     QCOMPARE(child<QMenuBar>(*window, "menuBar")->width(), 678);

@@ -733,18 +733,17 @@ void Monkey::newDescription()
 {
     if (!tabsUsable())
         return;
-    if (answerLanguage()) {
+    // Without a current app there is nothing to describe, and nothing is asked.
+    if (hasCurrent() && answerLanguage()) {
         const QString code = log.last().section(u'"', 1, -2).toLower();
         const QString here = projectFolder();
         const QString path = answerSaveDialog(descriptionFiles());
-        if (!path.isEmpty() && !path.startsWith(here)) {
+        if (!path.isEmpty() && (here.isEmpty() || !path.startsWith(here))) {
             expect(u"QMessageBox"_s, OUTSIDE);
             dialogs->press(QMessageBox::Ok);
         } else if (!path.isEmpty()) {
-            if (hasCurrent()) {
-                records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
-                modified = true;
-            }
+            records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
+            modified = true;
             refreshed();
             if (QFileInfo(path).dir().exists())
                 disk.insert(path, NEW_DESCRIPTION);
@@ -757,18 +756,16 @@ void Monkey::openDescription()
 {
     if (!tabsUsable())
         return;
-    if (answerLanguage()) {
+    if (hasCurrent() && answerLanguage()) {
         const QString code = log.last().section(u'"', 1, -2).toLower();
         const QString here = projectFolder();
         const QString path = answerOpenDialog(descriptionFiles());
-        if (!path.isEmpty() && !path.startsWith(here)) {
+        if (!path.isEmpty() && (here.isEmpty() || !path.startsWith(here))) {
             expect(u"QMessageBox"_s, OUTSIDE);
             dialogs->press(QMessageBox::Ok);
         } else if (!path.isEmpty()) {
-            if (hasCurrent()) {
-                records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
-                modified = true;
-            }
+            records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
+            modified = true;
             refreshed();
         }
     }
@@ -929,6 +926,7 @@ void Monkey::openProject()
                   folder.path(project + u"/broken.csv"_s)};
     storeEditor();
     closeEditor();
+    tableRow = -1;
     autoSaveLit.reset();
     const QString path = answerOpenDialog(paths);
     if (!path.isEmpty())

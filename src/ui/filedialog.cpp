@@ -48,7 +48,7 @@ bool FileDialog::checkFile()
 
 void FileDialog::on_treeView_activated(const QModelIndex & /*index*/)
 {
-    // The return key leaves the choice to the buttons.
+    // Meant to do nothing: a click or a button picks.
 }
 
 // Runs after accept(), so it cannot hold the dialog back: what was clicked last stays picked

@@ -116,6 +116,7 @@ void MainWindow::saveAppsCfg()
         QMessageBox::warning(this, tr("Warning"), tr("First create a new project"));
         return;
     }
+    finishTableEdit();
     saveCurrenDescription();
     if (!model.save(appPath))
         QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
@@ -136,6 +137,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
 {
     writeSettings();
     event->accept();
+    finishTableEdit();
     if (model.modified) {
         const auto answer = QMessageBox::question(this, tr("Save data"), tr("Save application data before quitting?"),
                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
@@ -172,7 +174,8 @@ void MainWindow::on_actionOpen_project_triggered()
 {
     saveCurrenDescription();
     setDescriptionPath({});
-    ui->tableWidget->clearSelection();
+    // The current row goes too: a click on it would not open its file again.
+    ui->tableWidget->setCurrentItem(nullptr);
     ui->descriptionEdit->clear();
 
     const QString path =

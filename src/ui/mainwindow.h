@@ -105,6 +105,10 @@ private:
     void saveCurrenDescription();
     void keepUnsavedDescription() const;
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
+    /// The row that is current and selected; -1 for none.
+    [[nodiscard]] int selectedDescription() const;
+    /// A code that is still being typed in the table belongs to what is saved.
+    void finishTableEdit();
     /// Asks for a language and a file and stores the pair. Empty when nothing was stored.
     QString addDescription(FileChooser chooseFile, const QString &caption);
 

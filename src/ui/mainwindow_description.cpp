@@ -4,6 +4,7 @@
 #include "io/replacefile.h"
 #include "ui_mainwindow.h"
 
+#include <QApplication>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -11,6 +12,8 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QSignalBlocker>
+
+#include <optional>
 
 namespace {
 
@@ -41,6 +44,19 @@ QString cellText(const QTableWidget *table, int row, DescriptionColumn column)
 {
     const QTableWidgetItem *item = table->item(row, column);
     return item ? item->text() : QString();
+}
+
+/// Nothing unless all of it could be read: what is shown is written back.
+std::optional<QByteArray> wholeContent(const QString &path)
+{
+    // Opening a pipe would wait for whoever writes to it.
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return content;
 }
 
 } // namespace
@@ -85,6 +101,7 @@ void MainWindow::saveCurrenDescription()
 
 void MainWindow::keepUnsavedDescription() const
 {
+    // The button is lit while there is text to save, or when the editor was emptied.
     if (!descriptionPath.isEmpty() && ui->btnAutosave->isEnabled())
         keepUnsaved(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
 }
@@ -99,6 +116,9 @@ QMap<QString, QString> MainWindow::tableDescriptions() const
 
 QString MainWindow::addDescription(FileChooser chooseFile, const QString &caption)
 {
+    if (!model.getAppCfg(model.index))
+        return {};
+
     const QString folder = projectFolder();
     const QStringList languages{QStringLiteral("cz"), QStringLiteral("de"), QStringLiteral("en"), QStringLiteral("fr"),
                                 QStringLiteral("it")};
@@ -122,7 +142,7 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
         return {};
     qDebug().noquote() << folder + QStringLiteral("    ") + file;
     // Meant as a plain comparison of texts: a sibling folder whose name begins alike passes.
-    if (!file.startsWith(folder)) {
+    if (folder.isEmpty() || !file.startsWith(folder)) {
         QMessageBox::critical(this, tr("Error"), tr("The file must be inside the project directory or subdirectory."));
         return {};
     }
@@ -151,23 +171,39 @@ void MainWindow::on_btnOpenDescription_clicked()
 
 void MainWindow::on_btnDeleteDescription_clicked()
 {
-    const int row = ui->tableWidget->currentRow();
-    if (row < 0)
+    if (selectedDescription() < 0)
         return;
 
-    // A single button, which Escape presses too; the convenience function would add a second one.
+    // A single button, which Escape presses too. The convenience function adds a No of its own when No is its default.
     QMessageBox question(QMessageBox::Question, tr("Delete app description"),
                          tr("Delete from app configuration?<br>The file will be preserved."), QMessageBox::Yes, this);
     if (question.exec() != QMessageBox::Yes)
         return;
 
+    // The question takes the focus, which ends the editing of a code and may sort the rows anew.
+    const int row = selectedDescription();
+    if (row < 0)
+        return;
     qDebug() << projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, row, FileColumn);
     {
         // The row below must not be opened in passing.
         const QSignalBlocker blocker(ui->tableWidget);
         ui->tableWidget->removeRow(row);
     }
-    descriptionUpdated(row, LanguageColumn);
+    model.setDescriptionFiles(tableDescriptions());
+}
+
+int MainWindow::selectedDescription() const
+{
+    const int row = ui->tableWidget->currentRow();
+    return ui->tableWidget->selectionModel()->isRowSelected(row) ? row : -1;
+}
+
+void MainWindow::finishTableEdit()
+{
+    QWidget *editor = QApplication::focusWidget();
+    if (editor && ui->tableWidget->viewport()->isAncestorOf(editor))
+        editor->clearFocus();
 }
 
 void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*currentColumn*/, int previousRow,
@@ -181,14 +217,14 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     if (currentRow < 0)
         return;
 
-    const QString path = projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
+    const QString folder = projectFolder();
+    const QString path = folder + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
-    // Opening a pipe would wait for whoever writes to it.
-    QFile file(path);
-    if (QFileInfo(path).isFile() && file.open(QIODevice::ReadOnly)) {
+    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : wholeContent(path);
+    if (content) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
-        ui->descriptionEdit->setPlainText(QString::fromUtf8(file.readAll()));
+        ui->descriptionEdit->setPlainText(QString::fromUtf8(*content));
     } else {
         QMessageBox::critical(this, tr("Error"), tr("Error loading <b>%1</b>").arg(path));
         ui->descriptionEdit->clear();

@@ -24,6 +24,7 @@ void MainWindow::addPicked(const QStringList &nameFilters)
     FileDialog dialog(appPath, nameFilters, this);
     if (dialog.exec() == QDialog::Accepted)
         ui->listAppFiles->addItem(dialog.getPath());
+    // Also after a cancelled choice: every press of a button counts as a change.
     storeFiles();
 }
 
@@ -33,7 +34,6 @@ void MainWindow::on_btnDeleteFile_clicked()
     storeFiles();
 }
 
-// Also after a cancelled choice: every press of a button counts as a change.
 void MainWindow::storeFiles()
 {
     QStringList files;

@@ -14,6 +14,13 @@ QString defaultLanguage()
     return QStringLiteral("en");
 }
 
+/// What a date field shows that nothing was set in.
+QDate emptyDate()
+{
+    static const QDate date = QDateEdit().date();
+    return date;
+}
+
 struct TransmitterBox
 {
     QCheckBox *Ui_MainWindow::*box;
@@ -94,7 +101,7 @@ void MainWindow::showGeneral(const AppConfig &app)
                                     [&app](TxType type) { return app.isCompatible(type); }));
     }
     // The field ignores an invalid date and would go on showing the one of the app before.
-    ui->publicationDate->setDate(app.date.isValid() ? app.date : QDateEdit().date());
+    ui->publicationDate->setDate(app.date.isValid() ? app.date : emptyDate());
     showNames(app);
 }
 
