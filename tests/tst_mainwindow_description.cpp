@@ -948,6 +948,13 @@ void TestMainWindowDescription::tabKeyLeavesTheTable()
     QTest::keyClick(table, Qt::Key_Tab);
     QCOMPARE(QApplication::focusWidget(), child<QWidget>(*window, "btnNewDescription"));
     QCOMPARE(table->currentRow(), 0);
+
+    // In the source it is a character, so only the other direction leads on.
+    editor->setFocus();
+    QTest::keyClick(editor, Qt::Key_Tab);
+    QVERIFY(editor->hasFocus());
+    QTest::keyClick(editor, Qt::Key_Backtab, Qt::ShiftModifier);
+    QVERIFY(!editor->hasFocus());
 }
 
 void TestMainWindowDescription::fileColumnIsNotEdited()
