@@ -1,5 +1,7 @@
 #include "io/history.h"
 
+#include "io/wholefile.h"
+
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDebug>
@@ -38,17 +40,6 @@ QString shortened(QString fileName)
     while (fileName.toUtf8().size() > MAX_NAME)
         fileName.remove(0, fileName.front().isHighSurrogate() ? 2 : 1);
     return fileName;
-}
-
-std::optional<QByteArray> currentContent(const QString &path)
-{
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    QByteArray content = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    return content;
 }
 
 bool makeOwnFolder(const QString &path)
@@ -148,14 +139,14 @@ QString historyFolder()
 
 void keepReplaced(const QString &path, const QByteArray &newContent)
 {
-    const std::optional<QByteArray> old = currentContent(path);
+    const std::optional<QByteArray> old = readWholeFile(path);
     if (old && *old != newContent)
         keep(canonical(path), *old, "replaced");
 }
 
 void keepUnsaved(const QString &path, const QByteArray &content)
 {
-    const std::optional<QByteArray> saved = currentContent(path);
+    const std::optional<QByteArray> saved = readWholeFile(path);
     if (!saved || *saved != content)
         keep(canonical(path), content, "unsaved");
 }

@@ -2,12 +2,12 @@
 
 #include "io/history.h"
 #include "io/replacefile.h"
+#include "io/wholefile.h"
 #include "ui_mainwindow.h"
 
 #include <QApplication>
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -44,19 +44,6 @@ QString cellText(const QTableWidget *table, int row, DescriptionColumn column)
 {
     const QTableWidgetItem *item = table->item(row, column);
     return item ? item->text() : QString();
-}
-
-/// Nothing unless all of it could be read: what is shown is written back.
-std::optional<QByteArray> wholeContent(const QString &path)
-{
-    // Opening a pipe would wait for whoever writes to it.
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    QByteArray content = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::nullopt;
-    return content;
 }
 
 } // namespace
@@ -220,7 +207,8 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     const QString folder = projectFolder();
     const QString path = folder + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
-    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : wholeContent(path);
+    // What is shown is written back, so it has to be the whole file.
+    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : readWholeFile(path);
     if (content) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
