@@ -152,7 +152,7 @@ private:
     void open(const QByteArray &descriptions = DESCRIPTIONS, const QString &csv = u"Apps.csv"_s);
     void openFile(int row);
     void typeText(const QString &text) { type(editor, text); }
-    QPointer<QLineEdit> beginEditingCode(int row, const QString &code);
+    QLineEdit *beginEditingCode(int row, const QString &code);
     void editCode(int row, const QString &code, Qt::Key end = Qt::Key_Return);
     void addDescription(const char *button, const QString &language, const QString &file);
     [[nodiscard]] QStringList rows() const;
@@ -203,11 +203,11 @@ void TestMainWindowDescription::openFile(int row)
     clickCell(table, row, 1);
 }
 
-QPointer<QLineEdit> TestMainWindowDescription::beginEditingCode(int row, const QString &code)
+QLineEdit *TestMainWindowDescription::beginEditingCode(int row, const QString &code)
 {
     clickCell(table, row);
     QTest::mouseDClick(table->viewport(), Qt::LeftButton, {}, table->visualItemRect(table->item(row, 0)).center());
-    const QPointer<QLineEdit> edit = table->viewport()->findChild<QLineEdit *>();
+    auto *edit = table->viewport()->findChild<QLineEdit *>();
     if (!edit)
         qFatal("The code cannot be edited");
     edit->selectAll();
