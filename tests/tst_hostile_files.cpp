@@ -61,10 +61,14 @@ void TestHostileFiles::shapes_data()
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<int>("apps");
 
+#ifdef __SANITIZE_ADDRESS__
+    constexpr qsizetype LONG = 10'000'000; // the sanitizer copies a text each time it grows
+#else
     constexpr qsizetype LONG = 100'000'000;
+#endif
     const QByteArray deep(100'000, '[');
-    QTest::newRow("a line of 100 MB without cells") << QByteArray(LONG, 'x') << false << 0;
-    QTest::newRow("an author of 100 MB") << "{};" + QByteArray(LONG, 'x') + ";;;;{};\n" << true << 1;
+    QTest::newRow("a very long line without cells") << QByteArray(LONG, 'x') << false << 0;
+    QTest::newRow("a very long author") << "{};" + QByteArray(LONG, 'x') + ";;;;{};\n" << true << 1;
     QTest::newRow("a million empty cells") << QByteArray(1'000'000, ';') << false << 0;
     QTest::newRow("a million cells more than there are columns")
         << "{}" + ROW_END.chopped(1) + QByteArray(1'000'000, ';') << true << 1;
