@@ -34,7 +34,11 @@ bool writeAll(QFileDevice &file, const QByteArray &content)
 bool reachedDisk(const QFileDevice &file)
 {
 #ifdef Q_OS_UNIX
-    return ::fsync(file.handle()) == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+    int answer = 0;
+    do {
+        answer = ::fsync(file.handle());
+    } while (answer != 0 && errno == EINTR);
+    return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
 #else
     Q_UNUSED(file)
     return true;
