@@ -70,8 +70,8 @@ QList<Trial> trials(const QStringList &calls)
     // What has reached the disk once is not lost any more.
     const auto flush =
         std::find_if(calls.begin(), calls.end(), [](const QString &name) { return name.endsWith(u"sync"); });
-    const QStringList lasting{u"open64"_s, u"write"_s,  u"fsync"_s, u"fdatasync"_s,
-                              u"linkat"_s, u"rename"_s, u"close"_s};
+    const QStringList lasting{u"open64"_s,    u"read"_s,   u"write"_s,  u"fsync"_s,
+                              u"fdatasync"_s, u"linkat"_s, u"rename"_s, u"close"_s};
     // A signal may interrupt these before they did anything.
     const QStringList repeated{u"open64"_s, u"write"_s, u"fsync"_s};
     QList<Trial> all;
@@ -116,9 +116,11 @@ private slots:
     void everyCallOfASave();
     void everyCallOfTheHistory_data();
     void everyCallOfTheHistory();
+    void everyCallOfALoad_data();
+    void everyCallOfALoad();
 
 private:
-    void begin(bool isProject, Staging staging);
+    void begin(bool isProject, Staging staging, const QString &source = QString());
     void prepare(Target target);
     void prepareHistory(History state);
     Answer save(const QString &watched, const Trial &trial);
@@ -175,7 +177,7 @@ void TestFaults::cleanup()
     folder.reset();
 }
 
-void TestFaults::begin(bool isProject, Staging staging)
+void TestFaults::begin(bool isProject, Staging staging, const QString &source)
 {
     path = folder->path(isProject ? u"work/project/Apps.csv"_s : u"work/project/en.html"_s);
     oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
@@ -192,11 +194,12 @@ void TestFaults::begin(bool isProject, Staging staging)
     saver = std::make_unique<QProcess>();
     saver->setProcessEnvironment(environment);
     saver->setProcessChannelMode(QProcess::SeparateChannels);
-    saver->start(QStringLiteral(FAULTY_SAVER), {isProject ? u"project"_s : u"description"_s, path});
+    saver->start(QStringLiteral(FAULTY_SAVER), {isProject ? u"project"_s : u"description"_s, path, source});
     if (!saver->waitForStarted())
         qFatal("The saver did not start");
 #else
     Q_UNUSED(staging)
+    Q_UNUSED(source)
 #endif
     user = std::make_unique<OrdinaryUser>();
 }
@@ -476,6 +479,44 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
     expect(versions.size() <= (state == History::Full ? 52 : before + 1), u"too many versions"_s);
     expect(saveAgain().saved, u"the second save failed"_s);
     return found;
+}
+
+void TestFaults::everyCallOfALoad_data()
+{
+    QTest::addColumn<bool>("isProject");
+    QTest::newRow("project") << true;
+    QTest::newRow("description") << false;
+}
+
+void TestFaults::everyCallOfALoad()
+{
+    QFETCH(bool, isProject);
+    begin(isProject, Staging::Unnamed, folder->path(u"home/source"_s));
+    prepare(Target::New);
+    folder->write(u"home/source"_s, oldContent);
+    const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);
+    QVERIFY(saveAgain().saved);
+    QCOMPARE(onDisk(), oldContent);
+    QVERIFY(undisturbed.calls.contains(u"read"_s));
+
+    QStringList found;
+    const QList<Trial> all = trials(undisturbed.calls);
+    for (const Trial &trial : all) {
+        if (trial.fault != Fault::Fail && trial.fault != Fault::KeepFailing)
+            continue;
+        ++tried;
+        prepare(Target::New);
+        folder->write(u"home/source"_s, oldContent);
+        const Answer first = save(folder->path(u"home"_s), trial);
+        failed += first.saved ? 0 : 1;
+        // What is loaded in part is saved in part.
+        if (onDisk() != (first.saved ? oldContent : QByteArray()))
+            found.append(trial.description() + u": loaded in part"_s);
+        if (!saveAgain().saved || onDisk() != oldContent)
+            found.append(trial.description() + u": the next load failed"_s);
+    }
+    shorts += static_cast<int>(found.size());
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
 }
 
 CATALIST_CORE_TEST_MAIN(TestFaults)

@@ -47,8 +47,8 @@ class TestHostileFiles : public QObject
 private slots:
     void shapes_data();
     void shapes();
-    void noRegularFile_data();
-    void noRegularFile();
+    void unreadable_data();
+    void unreadable();
     void deepTree();
     void changesWhileItIsHashed_data();
     void changesWhileItIsHashed();
@@ -99,16 +99,19 @@ void TestHostileFiles::shapes()
     QVERIFY(parseCSV(QString::fromUtf8(content)).size() <= content.size());
 }
 
-void TestHostileFiles::noRegularFile_data()
+void TestHostileFiles::unreadable_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("folder") << QString();
     QTest::newRow("pipe that nobody writes to") << QStringLiteral("pipe");
     QTest::newRow("endless device") << QStringLiteral("/dev/zero");
     QTest::newRow("link to itself") << QStringLiteral("loop");
+#ifdef Q_OS_LINUX
+    QTest::newRow("regular file that gives a read error") << QStringLiteral("/proc/self/mem");
+#endif
 }
 
-void TestHostileFiles::noRegularFile()
+void TestHostileFiles::unreadable()
 {
 #ifdef Q_OS_UNIX
     QFETCH(QString, path);

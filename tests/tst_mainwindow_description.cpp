@@ -972,6 +972,9 @@ void TestMainWindowDescription::unreadableFile_data()
     QTest::newRow("missing") << u"missing"_s;
     QTest::newRow("folder in its place") << u"folder"_s;
     QTest::newRow("no permission") << u"permission"_s;
+#ifdef Q_OS_LINUX
+    QTest::newRow("read error") << u"read"_s;
+#endif
 }
 
 void TestMainWindowDescription::unreadableFile()
@@ -984,13 +987,16 @@ void TestMainWindowDescription::unreadableFile()
         QVERIFY(QFile::remove(path));
     if (fault == "folder"_L1)
         folder->makeFolder(u"doc/de.html"_s);
+    // A regular file whose first byte is never there. Another user could not even open it.
+    if (fault == "read"_L1)
+        folder->link(u"/proc/self/mem"_s, u"doc/de.html"_s);
     open();
     openFile(0);
     typeText(u"typed"_s);
     answers->press(QMessageBox::Ok);
     {
         QVERIFY(QFile::setPermissions(folder->path(u"doc/cz.html"_s), QFile::Permissions(0x6666)));
-        const OrdinaryUser user;
+        const auto user = fault == "read"_L1 ? nullptr : std::make_unique<OrdinaryUser>();
         openFile(1);
     }
 
@@ -1011,6 +1017,7 @@ void TestMainWindowDescription::unreadableFile()
     QVERIFY(editor->isEnabled());
     QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
     QCOMPARE(folder->exists(u"doc/de.html"_s), fault != "missing"_L1);
+    QCOMPARE(QFileInfo(path).isSymLink(), fault == "read"_L1);
 }
 
 void TestMainWindowDescription::fileThatCannotBeWrittenBack_data()

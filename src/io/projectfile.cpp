@@ -2,10 +2,10 @@
 
 #include "io/csv.h"
 #include "io/replacefile.h"
+#include "io/wholefile.h"
 
+#include <QBuffer>
 #include <QCalendar>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
@@ -157,13 +157,14 @@ QString appLine(const AppConfig &app)
 
 bool readProject(const QString &path, QList<AppConfig> *apps)
 {
-    // A pipe would be waited for, and some devices never end.
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Text))
+    std::optional<QByteArray> content = readWholeFile(path);
+    if (!content)
         return false;
 
     apps->clear();
-    QTextStream stream(&file);
+    QBuffer lines(&*content);
+    lines.open(QIODevice::ReadOnly | QIODevice::Text);
+    QTextStream stream(&lines);
     QStringList row;
     while (readCSVRow(stream, &row)) {
         if (row.constFirst() == QLatin1String(COLUMNS.front().title))
@@ -173,8 +174,7 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
             return false;
         apps->append(*app);
     }
-    // A read error ends the rows as the end of the file does.
-    return file.error() == QFileDevice::NoError;
+    return true;
 }
 
 QByteArray projectContent(const QList<AppConfig> &apps)

@@ -8,8 +8,8 @@
 
 // The project file, Apps.csv: a header, then a line per app; cells are separated by ";" and never quoted.
 
-/// Replaces the records by those of a project file. False when there is no regular file that can be opened (the records
-/// are untouched), at a read error, or at the first malformed row: one of fewer than seven cells, or whose names or
+/// Replaces the records by those of a project file. False when there is no regular file that can be read to its end
+/// (the records are untouched), or at the first malformed row: one of fewer than seven cells, or whose names or
 /// descriptions are not JSON. The records then hold the rows before it.
 [[nodiscard]] bool readProject(const QString &path, QList<AppConfig> *apps);
 

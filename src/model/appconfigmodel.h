@@ -39,7 +39,7 @@ public:
     void clear();
 
     /// Replaces the apps by those of a project file; the index stays what it was.
-    /// False, without a signal, when the file cannot be opened (nothing changed)
+    /// False, without a signal, when the file cannot be read (nothing changed)
     /// or at its first malformed row (the rows before it are loaded).
     [[nodiscard]] bool load(const QString &path);
 

@@ -1,11 +1,13 @@
 // Saves again and again, each time in a process of its own whose calls go wrong as it is told.
-//   faultysaver (project|description) PATH
-// A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save of the new content under that fault. The answer
-// is a line "saved|...", "failed|..." or "killed", where ... is "modified" or "unmodified" and the names of the calls.
-// Whoever was not killed then awaits another line, saves once more without a fault, and answers as before.
+//   faultysaver (project|description) PATH [SOURCE]
+// A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save under that fault, of the new content or of what
+// is loaded from the source just then. The answer is a line "saved|...", "failed|..." or "killed", where ... is
+// "modified" or "unmodified" and the names of the calls. Whoever was not killed then awaits another line, saves once
+// more without a fault, and answers as before.
 
 #include "faults.h"
 #include "io/replacefile.h"
+#include "io/wholefile.h"
 #include "model/appconfigmodel.h"
 
 #include <QCoreApplication>
@@ -13,6 +15,7 @@
 #include <cstdio>
 #include <dlfcn.h>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -22,6 +25,7 @@
 namespace {
 
 constexpr uid_t NOBODY = 65534;
+const QByteArray NEW_DESCRIPTION = "<p>new</p>\r\n<p>and longer</p>\n";
 
 // A process that changed its user may not look into its own /proc/self/fd, which staged files are linked from.
 void becomeOrdinaryUser()
@@ -43,7 +47,8 @@ template <typename Function> Function found(const char *name)
 class Saver
 {
 public:
-    Saver(bool isProject, QString target) : project(isProject), path(std::move(target))
+    Saver(bool isProject, QString target, QString from)
+        : project(isProject), path(std::move(target)), source(std::move(from))
     {
         model.createNew();
         model.createNew();
@@ -53,8 +58,9 @@ public:
     bool save()
     {
         if (project)
-            return model.save(path);
-        return replaceFile(path, "<p>new</p>\r\n<p>and longer</p>\n", LineEnds::AsGiven);
+            return (source.isEmpty() || model.load(source)) && model.save(path);
+        const std::optional<QByteArray> text = source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source);
+        return text && replaceFile(path, *text, LineEnds::AsGiven);
     }
 
     [[nodiscard]] const char *mark() const { return model.modified ? "modified" : "unmodified"; }
@@ -62,6 +68,7 @@ public:
 private:
     bool project;
     QString path;
+    QString source;
     AppConfigModel model;
 };
 
@@ -104,7 +111,7 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     becomeOrdinaryUser();
     const QStringList arguments = QCoreApplication::arguments();
-    Saver saver(arguments.value(1) == QLatin1String("project"), arguments.value(2));
+    Saver saver(arguments.value(1) == QLatin1String("project"), arguments.value(2), arguments.value(3));
     QStringList order;
     while (nextLine(&order)) {
         const pid_t process = ::fork();
