@@ -2,7 +2,6 @@
 
 #include "io/history.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
@@ -49,14 +48,13 @@ bool reachedDisk(const QFileDevice &file)
 
 bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds)
 {
+    // A pipe would be waited for.
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile())
+        return false;
+
     const QByteArray bytes = withLineEnds(content, lineEnds);
     keepReplaced(path, bytes);
-    const QFileInfo target(path);
-    if (target.exists() && !target.isFile()) {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && writeAll(file, bytes);
-    }
-
     // QSaveFile asks again for what a link leads to and for the permissions, and goes on without an answer: over the
     // link, and with a file that nobody may read.
     const QString real = target.canonicalFilePath();
