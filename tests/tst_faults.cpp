@@ -26,6 +26,7 @@ enum class Target {
     New,
     Existing,
     BehindLink,
+    BehindDanglingLink,
     ReadOnly,
     InReadOnlyFolder,
 };
@@ -221,6 +222,10 @@ void TestFaults::prepare(Target target)
     const QString relative = QDir(folder->path()).relativeFilePath(path);
     if (target == Target::New)
         return;
+    if (target == Target::BehindDanglingLink) {
+        folder->link(folder->path(u"work/real/file"_s), relative);
+        return;
+    }
     if (target == Target::BehindLink) {
         folder->write(u"work/real/file"_s, oldContent);
         folder->link(folder->path(u"work/real/file"_s), relative);
@@ -321,6 +326,8 @@ void TestFaults::everyCallOfASave_data()
         QTest::addRow("%s, new", what) << isProject << Target::New << Staging::Unnamed;
         QTest::addRow("%s, existing", what) << isProject << Target::Existing << Staging::Unnamed;
         QTest::addRow("%s, behind a link", what) << isProject << Target::BehindLink << Staging::Unnamed;
+        QTest::addRow("%s, behind a dangling link", what)
+            << isProject << Target::BehindDanglingLink << Staging::Unnamed;
         QTest::addRow("%s, read-only", what) << isProject << Target::ReadOnly << Staging::Unnamed;
         QTest::addRow("%s, in a read-only folder", what) << isProject << Target::InReadOnlyFolder << Staging::Unnamed;
         QTest::addRow("%s, new, staged by name", what) << isProject << Target::New << Staging::Named;
@@ -364,7 +371,7 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
         if (!fulfilled)
             found.append(what);
     };
-    const bool isNew = target == Target::New;
+    const bool isNew = target == Target::New || target == Target::BehindDanglingLink;
     const bool isDirect = target == Target::InReadOnlyFolder;
     const bool isProject = newContent == NEW_PROJECT;
     const QByteArray oldOne = isNew ? QByteArray() : oldContent;
@@ -382,7 +389,7 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
     const bool isFailing = trial.fault == Fault::Fail || trial.fault == Fault::KeepFailing;
     if (!isNew && content == newContent && !isFailing)
         expect(kept().contains(oldContent), u"the history has no old bytes"_s);
-    if (target == Target::BehindLink)
+    if (target == Target::BehindLink || target == Target::BehindDanglingLink)
         expect(QFileInfo(path).isSymLink(), u"the link is gone"_s);
     if (!isNew)
         expect(QFile::permissions(path) == permissions, u"other permissions"_s);

@@ -29,7 +29,10 @@ private slots:
     void content_data();
     void content();
     void keepsPermissions();
+    void writesThroughLinks_data();
     void writesThroughLinks();
+    void linkThatLeadsNowhere_data();
+    void linkThatLeadsNowhere();
     void readOnlyFile();
     void folderThatAllowsNoStagedFile();
     void noRegularFile_data();
@@ -71,20 +74,61 @@ void TestReplaceFile::keepsPermissions()
     QCOMPARE(folder.read(target()), QByteArray("new"));
 }
 
+void TestReplaceFile::writesThroughLinks_data()
+{
+    QTest::addColumn<QByteArray>("old");
+    QTest::newRow("to a file") << QByteArray("old");
+    QTest::newRow("to a file that is to be made") << QByteArray();
+}
+
 void TestReplaceFile::writesThroughLinks()
 {
+    QFETCH(QByteArray, old);
     const Folder folder;
-    folder.write(QStringLiteral("real/file.txt"), "old");
-    folder.link(folder.path(QStringLiteral("real/file.txt")), QStringLiteral("second.txt"));
-    folder.link(folder.path(QStringLiteral("second.txt")), target());
+    folder.makeFolder(QStringLiteral("real/folder"));
+    if (!old.isNull())
+        folder.write(QStringLiteral("real/file.txt"), old);
+    // Seen from the alias, the folder above is another one.
+    folder.link(QStringLiteral("../file.txt"), QStringLiteral("real/folder/second.txt"));
+    folder.link(folder.path(QStringLiteral("real/folder")), QStringLiteral("alias"));
+    folder.link(folder.path(QStringLiteral("alias/second.txt")), target());
+    const QStringList entries = folder.entries();
     QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
     QCOMPARE(folder.read(QStringLiteral("real/file.txt")), QByteArray("new"));
     QVERIFY(QFileInfo(folder.path(target())).isSymLink());
-    QVERIFY(QFileInfo(folder.path(QStringLiteral("second.txt"))).isSymLink());
+    QVERIFY(QFileInfo(folder.path(QStringLiteral("real/folder/second.txt"))).isSymLink());
+    QCOMPARE(folder.entries(), entries);
+}
 
-    folder.link(folder.path(QStringLiteral("real/new.txt")), QStringLiteral("dangling.txt"));
-    QVERIFY(replaceFile(folder.path(QStringLiteral("dangling.txt")), "made", LineEnds::AsGiven));
-    QCOMPARE(folder.read(QStringLiteral("real/new.txt")), QByteArray("made"));
+void TestReplaceFile::linkThatLeadsNowhere_data()
+{
+    QTest::addColumn<QString>("leadsTo");
+    QTest::newRow("itself") << target();
+    QTest::newRow("one that leads back") << QStringLiteral("back");
+    QTest::newRow("folder that is not there") << QStringLiteral("missing/file.txt");
+    QTest::newRow("below a file") << QStringLiteral("file/file.txt");
+    QTest::newRow("folder that may not be entered") << QStringLiteral("closed/file.txt");
+}
+
+void TestReplaceFile::linkThatLeadsNowhere()
+{
+    QFETCH(QString, leadsTo);
+    const Folder folder;
+    folder.write(QStringLiteral("file"), "a file");
+    folder.write(QStringLiteral("closed/file.txt"), "old");
+    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("closed")), {}));
+    folder.link(folder.path(target()), QStringLiteral("back"));
+    folder.link(folder.path(leadsTo), target());
+    const QStringList entries = folder.entries();
+    {
+        const OrdinaryUser user;
+        QVERIFY(!replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    }
+    QCOMPARE(QFile::symLinkTarget(folder.path(target())), folder.path(leadsTo));
+    QVERIFY(QFileInfo(folder.path(QStringLiteral("back"))).isSymLink());
+    QCOMPARE(folder.entries(), entries);
+    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("closed")), QFile::Permissions(0x7777)));
+    QCOMPARE(folder.read(QStringLiteral("closed/file.txt")), QByteArray("old"));
 }
 
 void TestReplaceFile::readOnlyFile()

@@ -2,6 +2,8 @@
 
 #include "io/history.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
@@ -44,6 +46,22 @@ bool reachedDisk(const QFileDevice &file)
 #endif
 }
 
+/// What a path leads to, which need not exist; nothing when its links lead in a circle.
+QString behindLinks(QString path)
+{
+    if (QFileInfo::exists(path))
+        return QFileInfo(path).canonicalFilePath();
+    constexpr int MAX_LINKS = 40; // the system gives up there too
+    for (int links = 0; links < MAX_LINKS; ++links) {
+        const QFileInfo info(path);
+        if (!info.isSymLink())
+            return path;
+        const QDir folder(QFileInfo(info.absolutePath()).canonicalFilePath());
+        path = QFile::symLinkTarget(folder.filePath(info.fileName()));
+    }
+    return {};
+}
+
 } // namespace
 
 bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds)
@@ -57,9 +75,11 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     keepReplaced(path, bytes);
     // QSaveFile asks again for what a link leads to and for the permissions, and goes on without an answer: over the
     // link, and with a file that nobody may read.
-    const QString real = target.canonicalFilePath();
+    const QString real = behindLinks(path);
+    if (real.isEmpty())
+        return false;
     const QFile::Permissions permissions = target.permissions();
-    QSaveFile file(real.isEmpty() ? path : real);
+    QSaveFile file(real);
     file.setDirectWriteFallback(true);
     if (!file.open(QIODevice::WriteOnly))
         return false;
