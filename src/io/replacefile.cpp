@@ -70,20 +70,27 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     const QFileInfo target(path);
     if (target.exists() && !target.isFile())
         return false;
-
-    const QByteArray bytes = withLineEnds(content, lineEnds);
-    keepReplaced(path, bytes);
-    // QSaveFile asks again for what a link leads to and for the permissions, and goes on without an answer: over the
-    // link, and with a file that nobody may read.
     const QString real = behindLinks(path);
     if (real.isEmpty())
         return false;
-    const QFile::Permissions permissions = target.permissions();
-    QSaveFile file(real);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly))
+
+    const QByteArray bytes = withLineEnds(content, lineEnds);
+    QSaveFile staged(real);
+    if (staged.open(QIODevice::WriteOnly)) {
+        // QSaveFile asks for the permissions too, and goes on without an answer: with a file that nobody may read.
+        const QFile::Permissions permissions = target.permissions();
+        if (permissions.toInt() != 0 && staged.permissions() != permissions)
+            staged.setPermissions(permissions);
+        if (!writeAll(staged, bytes) || !reachedDisk(staged))
+            return false;
+        // Only now, so that the copy cannot take the last room on the disk.
+        keepReplaced(path, bytes);
+        return staged.commit();
+    }
+
+    if (QFileInfo(QFileInfo(real).path()).isWritable())
         return false;
-    if (permissions.toInt() != 0 && file.permissions() != permissions)
-        file.setPermissions(permissions);
-    return writeAll(file, bytes) && reachedDisk(file) && file.commit();
+    keepReplaced(path, bytes);
+    QFile file(real);
+    return file.open(QIODevice::WriteOnly) && writeAll(file, bytes) && reachedDisk(file);
 }
