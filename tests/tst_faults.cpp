@@ -29,6 +29,7 @@ enum class Target {
     BehindDanglingLink,
     ReadOnly,
     InReadOnlyFolder,
+    WithLongName,
 };
 
 // Files without a name are linked in when they are whole; not every file system has them.
@@ -121,7 +122,7 @@ private slots:
     void everyCallOfALoad();
 
 private:
-    void begin(bool isProject, Staging staging, const QString &source = QString());
+    void begin(bool isProject, Staging staging, Target target = Target::Existing, const QString &source = QString());
     void prepare(Target target);
     void prepareHistory(History state);
     Answer save(const QString &watched, const Trial &trial);
@@ -156,8 +157,8 @@ void TestFaults::initTestCase()
 
 void TestFaults::cleanupTestCase()
 {
-    qInfo("%d points tried, %d fell short; %d saves were killed, %d reported a failure, %d files in a read-only folder "
-          "were torn and are in the history",
+    qInfo("%d points tried, %d fell short; %d saves were killed, %d reported a failure, %d files written directly were "
+          "torn and are in the history",
           tried, shorts, killed, failed, torn);
 }
 
@@ -178,9 +179,10 @@ void TestFaults::cleanup()
     folder.reset();
 }
 
-void TestFaults::begin(bool isProject, Staging staging, const QString &source)
+void TestFaults::begin(bool isProject, Staging staging, Target target, const QString &source)
 {
-    path = folder->path(isProject ? u"work/project/Apps.csv"_s : u"work/project/en.html"_s);
+    const QString prefix = target == Target::WithLongName ? QString(247, u'x') : QString();
+    path = folder->path(u"work/project/"_s + prefix + (isProject ? u"Apps.csv"_s : u"en.html"_s));
     oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
     newContent = isProject ? NEW_PROJECT : NEW_DESCRIPTION;
 #ifdef FAULTS
@@ -330,6 +332,7 @@ void TestFaults::everyCallOfASave_data()
             << isProject << Target::BehindDanglingLink << Staging::Unnamed;
         QTest::addRow("%s, read-only", what) << isProject << Target::ReadOnly << Staging::Unnamed;
         QTest::addRow("%s, in a read-only folder", what) << isProject << Target::InReadOnlyFolder << Staging::Unnamed;
+        QTest::addRow("%s, with a long name", what) << isProject << Target::WithLongName << Staging::Unnamed;
         QTest::addRow("%s, new, staged by name", what) << isProject << Target::New << Staging::Named;
         QTest::addRow("%s, existing, staged by name", what) << isProject << Target::Existing << Staging::Named;
         QTest::addRow("%s, behind a link, staged by name", what) << isProject << Target::BehindLink << Staging::Named;
@@ -341,7 +344,7 @@ void TestFaults::everyCallOfASave()
     QFETCH(bool, isProject);
     QFETCH(Target, target);
     QFETCH(Staging, staging);
-    begin(isProject, staging);
+    begin(isProject, staging, target);
 
     prepare(target);
     const Answer undisturbed = save(folder->path(u"work"_s), NO_FAULT);
@@ -372,7 +375,7 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
             found.append(what);
     };
     const bool isNew = target == Target::New || target == Target::BehindDanglingLink;
-    const bool isDirect = target == Target::InReadOnlyFolder;
+    const bool isDirect = target == Target::InReadOnlyFolder || target == Target::WithLongName;
     const bool isProject = newContent == NEW_PROJECT;
     const QByteArray oldOne = isNew ? QByteArray() : oldContent;
     const QFile::Permissions permissions = QFile::permissions(path);
@@ -501,7 +504,7 @@ void TestFaults::everyCallOfALoad_data()
 void TestFaults::everyCallOfALoad()
 {
     QFETCH(bool, isProject);
-    begin(isProject, Staging::Unnamed, folder->path(u"home/source"_s));
+    begin(isProject, Staging::Unnamed, Target::New, folder->path(u"home/source"_s));
     prepare(Target::New);
     folder->write(u"home/source"_s, oldContent);
     const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);

@@ -14,6 +14,9 @@
 
 namespace {
 
+// The staged file's name is longer by a dot and six letters, and no name has more than 255 bytes.
+constexpr qsizetype MAX_NAME = 248;
+
 QByteArray withLineEnds(QByteArray content, LineEnds lineEnds)
 {
 #ifdef Q_OS_WIN
@@ -75,8 +78,10 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         return false;
 
     const QByteArray bytes = withLineEnds(content, lineEnds);
+    const QFileInfo file(real);
+    const bool isNameTooLong = QFile::encodeName(file.fileName()).size() > MAX_NAME;
     QSaveFile staged(real);
-    if (staged.open(QIODevice::WriteOnly)) {
+    if (!isNameTooLong && staged.open(QIODevice::WriteOnly)) {
         // QSaveFile asks for the permissions too, and goes on without an answer: with a file that nobody may read.
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)
@@ -88,9 +93,9 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         return staged.commit();
     }
 
-    if (QFileInfo(QFileInfo(real).path()).isWritable())
+    if (!isNameTooLong && QFileInfo(file.path()).isWritable())
         return false;
     keepReplaced(path, bytes);
-    QFile file(real);
-    return file.open(QIODevice::WriteOnly) && writeAll(file, bytes) && reachedDisk(file);
+    QFile direct(real);
+    return direct.open(QIODevice::WriteOnly) && writeAll(direct, bytes) && reachedDisk(direct);
 }
