@@ -8,8 +8,15 @@
 #include <QThread>
 #include <QtTest>
 
+#include <array>
+
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
+#include <unistd.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <grp.h>
+#include <sys/prctl.h>
 #endif
 
 namespace {
@@ -29,6 +36,9 @@ private slots:
     void content_data();
     void content();
     void keepsPermissions();
+    void keepsOwner();
+    void keepsGroup();
+    void hardLink();
     void writesThroughLinks_data();
     void writesThroughLinks();
     void linkThatLeadsNowhere_data();
@@ -72,6 +82,73 @@ void TestReplaceFile::keepsPermissions()
     QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
     QCOMPARE(QFile::permissions(folder.path(target())), permissions);
     QCOMPARE(folder.read(target()), QByteArray("new"));
+}
+
+void TestReplaceFile::keepsOwner()
+{
+#ifdef Q_OS_UNIX
+    if (::geteuid() != 0)
+        QSKIP("Only the superuser gives files away");
+    const Folder folder;
+    folder.write(target(), "old");
+    const QByteArray path = QFile::encodeName(folder.path(target()));
+    QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
+    QVERIFY(QFile::setPermissions(folder.path(target()), QFile::Permissions(0x6604)));
+    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    const QFileInfo replaced(folder.path(target()));
+    QCOMPARE(replaced.ownerId(), 12345U);
+    QCOMPARE(replaced.groupId(), 23456U);
+    QCOMPARE(replaced.permissions(), QFile::Permissions(0x6604));
+    QCOMPARE(folder.read(target()), QByteArray("new"));
+#else
+    QSKIP("Owners are of Unix");
+#endif
+}
+
+void TestReplaceFile::keepsGroup()
+{
+#ifdef Q_OS_LINUX
+    if (::geteuid() != 0)
+        QSKIP("Only the superuser joins groups");
+    const Folder folder;
+    folder.write(target(), "old");
+    const QByteArray path = QFile::encodeName(folder.path(target()));
+    QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
+    QVERIFY(QFile::setPermissions(folder.path(target()), QFile::Permissions(0x6666)));
+
+    std::array<gid_t, 256> before{};
+    const int count = ::getgroups(before.size(), before.data());
+    QVERIFY(count >= 0);
+    const gid_t joined = 23456;
+    QCOMPARE(::setgroups(1, &joined), 0);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
+        QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    }
+    QCOMPARE(::setgroups(static_cast<size_t>(count), before.data()), 0);
+    const QFileInfo replaced(folder.path(target()));
+    QVERIFY(replaced.ownerId() != 12345U);
+    QCOMPARE(replaced.groupId(), joined);
+    QCOMPARE(replaced.permissions() & QFile::Permissions(0x7077), QFile::Permissions(0x6066));
+#else
+    QSKIP("Only Linux lends another user");
+#endif
+}
+
+void TestReplaceFile::hardLink()
+{
+#ifdef Q_OS_UNIX
+    const Folder folder;
+    folder.write(target(), "old");
+    const QByteArray other = QFile::encodeName(folder.path(QStringLiteral("other.txt")));
+    QCOMPARE(::link(QFile::encodeName(folder.path(target())).constData(), other.constData()), 0);
+    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QCOMPARE(folder.read(target()), QByteArray("new"));
+    QCOMPARE(folder.read(QStringLiteral("other.txt")), QByteArray("old"));
+#else
+    QSKIP("Hard links are of Unix");
+#endif
 }
 
 void TestReplaceFile::writesThroughLinks_data()

@@ -2,6 +2,7 @@
 
 #include "io/history.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -49,6 +50,20 @@ bool reachedDisk(const QFileDevice &file)
 #endif
 }
 
+// Only the superuser gives a file away, but everybody may give it to a group of theirs.
+void keepOwner(const QFileInfo &target, const QFileDevice &file)
+{
+#ifdef Q_OS_UNIX
+    constexpr uid_t SAME = -1;
+    if (target.exists() && ::fchown(file.handle(), target.ownerId(), target.groupId()) != 0
+        && ::fchown(file.handle(), SAME, target.groupId()) != 0)
+        qDebug() << "No longer of its owner or group:" << target.filePath();
+#else
+    Q_UNUSED(target)
+    Q_UNUSED(file)
+#endif
+}
+
 /// What a path leads to, which need not exist; nothing when its links lead in a circle.
 QString behindLinks(QString path)
 {
@@ -82,6 +97,7 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     const bool isNameTooLong = QFile::encodeName(file.fileName()).size() > MAX_NAME;
     QSaveFile staged(real);
     if (!isNameTooLong && staged.open(QIODevice::WriteOnly)) {
+        keepOwner(target, staged);
         // QSaveFile asks for the permissions too, and goes on without an answer: with a file that nobody may read.
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)

@@ -325,6 +325,11 @@ int fchmod(int descriptor, mode_t mode) noexcept
     return mustFail("fchmod", isBelow(descriptor)) ? -1 : result(::syscall(SYS_fchmod, descriptor, mode));
 }
 
+int fchown(int descriptor, uid_t owner, gid_t group) noexcept
+{
+    return mustFail("fchown", isBelow(descriptor)) ? -1 : result(::syscall(SYS_fchown, descriptor, owner, group));
+}
+
 int ftruncate(int descriptor, off_t length) noexcept
 {
     return mustFail("ftruncate", isBelow(descriptor)) ? -1 : result(::syscall(SYS_ftruncate, descriptor, length));
