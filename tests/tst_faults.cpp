@@ -449,8 +449,12 @@ void TestFaults::everyCallOfTheHistory()
     QCOMPARE(undisturbed.calls.contains(u"unlink"_s), state != History::Begun);
 
     QStringList found;
-    const QList<Trial> all = trials(undisturbed.calls);
-    for (const Trial &trial : all) {
+    QList<Trial> all = trials(undisturbed.calls);
+    for (int i = 0; i < undisturbed.calls.size(); ++i) {
+        if (undisturbed.calls.at(i) == u"open64")
+            all.append({i + 1, undisturbed.calls.at(i), Fault::Vanished, 0});
+    }
+    for (const Trial &trial : std::as_const(all)) {
         ++tried;
         prepareHistory(state);
         for (const QString &shortfall : historyShortfalls(state, trial))
@@ -482,8 +486,8 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
         expect(kept().count(oldContent) >= qMin(before + 1, 49), u"the next start keeps nothing"_s);
         return found;
     }
-    if (trial.fault == Fault::Forestalled)
-        expect(versions.size() == before + 1, u"nothing kept"_s);
+    if (trial.fault == Fault::Forestalled || trial.fault == Fault::Vanished)
+        expect(versions.size() == qMin(before + 1, 50), u"nothing kept"_s);
     expect(first.saved && !first.modified, u"not reported as saved"_s);
     expect(onDisk() == newContent, u"not the new bytes"_s);
     expect(versions.count(oldContent) == versions.size(), u"a version is not whole"_s);

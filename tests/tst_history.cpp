@@ -178,6 +178,7 @@ private slots:
     void atMostTwoHundredMegabytes();
     void oneFileOfMoreIsNotKept();
     void otherFilesInTheFolderStay();
+    void foldersWithoutVersionsGo();
 
     void dataFolderThatFails_data();
     void dataFolderThatFails();
@@ -619,6 +620,26 @@ void TestHistory::otherFilesInTheFolderStay()
     for (const QString &other : others)
         QVERIFY2(QFileInfo::exists(versionPath(file(), other)), qPrintable(other));
     QCOMPARE(::names(file()).size(), others.size() + 2);
+}
+
+void TestHistory::foldersWithoutVersionsGo()
+{
+    const QString over = folder->path(u"over.txt"_s);
+    const QString noted = folder->path(u"noted.txt"_s);
+    for (const QString &path : {over, noted}) {
+        keepUnsaved(path, "new");
+        const QString version = versionPath(path, ::names(path).constFirst());
+        QVERIFY(QFile::rename(version, versionPath(path, nameOf(today().addDays(-366)))));
+    }
+    makeSparse(versionPath(noted, u"notes.txt"_s), 1);
+    keepUnsaved(file(), "now");
+    QVERIFY(origin(over).isEmpty());
+    QCOMPARE(::names(noted), QStringList{u"notes.txt"_s});
+    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
+
+    keepUnsaved(over, "again");
+    QCOMPARE(contents(over), QList<QByteArray>{"again"});
+    QCOMPARE(contents(file()), QList<QByteArray>{"now"});
 }
 
 void TestHistory::dataFolderThatFails_data()

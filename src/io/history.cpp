@@ -78,34 +78,49 @@ QFileInfoList versions(const QString &folder)
     return found;
 }
 
+QString originOf(const QString &folder)
+{
+    return folder + QStringLiteral("/origin.txt");
+}
+
+/// Together with its folder when that holds nothing else.
+void removeVersion(const QFileInfo &version)
+{
+    QFile::remove(version.filePath());
+    const QDir folder = version.dir();
+    const QString origin = originOf(folder.path());
+    const QStringList left = folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    if (left != QStringList{QFileInfo(origin).fileName()})
+        return;
+    const std::optional<QByteArray> file = readWholeFile(origin);
+    QFile::remove(origin);
+    // The folder stays when another window has just kept something in it.
+    if (!QDir().rmdir(folder.path()) && file)
+        writeNew(origin, *file);
+}
+
 void removeOld(const QString &fileFolder)
 {
     const QString oldest = QDateTime::currentDateTimeUtc().addDays(-MAX_DAYS).toString(QStringLiteral("yyyyMMdd"));
     const QFileInfoList ofFile = versions(fileFolder);
     for (qsizetype i = MAX_VERSIONS; i < ofFile.size(); ++i)
-        QFile::remove(ofFile.at(i).filePath());
+        removeVersion(ofFile.at(i));
 
     qint64 bytes = 0;
     const QFileInfoList all = versions(historyFolder());
     for (const QFileInfo &version : all) {
         bytes += version.size();
         if (bytes > MAX_BYTES || version.fileName() < oldest)
-            QFile::remove(version.filePath());
+            removeVersion(version);
     }
 }
 
-void keep(const QString &path, const QByteArray &content, const char *reason)
+bool keepIn(const QString &folder, const QString &path, const QByteArray &content, const char *reason)
 {
-    if (content.size() > MAX_BYTES)
-        return;
-    const QString key = QString::fromLatin1(QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha1).toHex());
-    const QString folder = historyFolder() + QLatin1Char('/') + key;
-    if (!makeOwnFolder(historyFolder()) || !makeOwnFolder(folder)) {
-        qDebug() << "No history of" << path << "in" << folder;
-        return;
-    }
+    if (!makeOwnFolder(historyFolder()) || !makeOwnFolder(folder))
+        return false;
     // It is empty when the program was killed before it could fill it.
-    const QString origin = folder + QStringLiteral("/origin.txt");
+    const QString origin = originOf(folder);
     if (QFileInfo(origin).size() == 0) {
         QFile::remove(origin);
         writeNew(origin, path.toUtf8() + '\n');
@@ -119,14 +134,25 @@ void keep(const QString &path, const QByteArray &content, const char *reason)
                                  .arg(attempt, 2, 10, QLatin1Char('0'))
                                  .arg(QLatin1String(reason), shortened(QFileInfo(path).fileName()));
         const QString version = folder + QLatin1Char('/') + name;
-        if (writeNew(version, content)) {
-            removeOld(folder);
-            return;
-        }
+        if (writeNew(version, content))
+            return true;
         if (!QFile::exists(version))
-            break;
+            return false;
     }
-    qDebug() << "No history of" << path << "in" << folder;
+    return false;
+}
+
+void keep(const QString &path, const QByteArray &content, const char *reason)
+{
+    if (content.size() > MAX_BYTES)
+        return;
+    const QString key = QString::fromLatin1(QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha1).toHex());
+    const QString folder = historyFolder() + QLatin1Char('/') + key;
+    // Another window may remove the folder before there is a version in it.
+    if (keepIn(folder, path, content, reason) || (!QFileInfo::exists(folder) && keepIn(folder, path, content, reason)))
+        removeOld(folder);
+    else
+        qDebug() << "No history of" << path << "in" << folder;
 }
 
 } // namespace

@@ -113,11 +113,30 @@ int flushed(int descriptor)
     return ::syscall(SYS_fcntl, descriptor, F_GETFD) < 0 ? -1 : 0;
 }
 
+// As another window removes a folder of the history: one without versions.
+void removeFolderOf(const char *path)
+{
+    std::array<char, 4096> origin{};
+    std::snprintf(origin.data(), origin.size(), "%s", path);
+    char *slash = std::strrchr(origin.data(), '/');
+    if (!slash)
+        return;
+    std::snprintf(slash, origin.size() - static_cast<size_t>(slash - origin.data()), "/origin.txt");
+    ::syscall(SYS_unlinkat, AT_FDCWD, origin.data(), 0);
+    *slash = '\0';
+    ::syscall(SYS_unlinkat, AT_FDCWD, origin.data(), AT_REMOVEDIR);
+}
+
 int opened(const char *name, int folder, const char *path, int flags, mode_t mode)
 {
     const bool concerned = isBelow(path);
-    if (mustFail(name, concerned))
+    const bool isOwnTurn = concerned && isTurn(name);
+    if (isOwnTurn && isFailing()) {
+        errno = failure;
         return -1;
+    }
+    if (isOwnTurn && fault == Fault::Vanished)
+        removeFolderOf(path);
     if (concerned && (flags & O_TMPFILE) == O_TMPFILE && std::getenv("NO_UNNAMED_FILES")) {
         errno = EOPNOTSUPP;
         return -1;

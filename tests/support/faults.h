@@ -8,6 +8,7 @@ enum class Fault {
     Fail, ///< the call does nothing and fails, a close apart, which closes
     KeepFailing, ///< the same, and so does every later call of the same name
     Forestalled, ///< a folder that is to be made has just been made by somebody else
+    Vanished, ///< the folder of what is opened, if it holds nothing else, has just been removed by somebody else
     CutShort, ///< a write takes half of its bytes and says so
     KillHalfway, ///< a write takes half of its bytes, then the process ends
     Lose, ///< a flush to the disk fails, and half of what was written is gone
