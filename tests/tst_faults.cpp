@@ -42,6 +42,7 @@ enum class History {
     None,
     Begun,
     Full,
+    Outdated,
 };
 
 struct Trial
@@ -253,6 +254,11 @@ void TestFaults::prepareHistory(History state)
     folder->write(QDir(folder->path()).relativeFilePath(path), oldContent);
     if (state == History::Begun)
         return;
+    if (state == History::Outdated) {
+        folder->write(u"home/Orva model/Catalist/history/other/origin.txt"_s, "other\n");
+        folder->write(u"home/Orva model/Catalist/history/other/20000101-000000-000-00-replaced-other"_s, oldContent);
+        return;
+    }
     QDirIterator origin(folder->path(u"home"_s), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
     if (!origin.hasNext())
         qFatal("No history");
@@ -436,6 +442,7 @@ void TestFaults::everyCallOfTheHistory_data()
     QTest::newRow("none yet") << History::None;
     QTest::newRow("begun") << History::Begun;
     QTest::newRow("full") << History::Full;
+    QTest::newRow("outdated") << History::Outdated;
 }
 
 void TestFaults::everyCallOfTheHistory()
@@ -471,7 +478,8 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
         if (!fulfilled)
             found.append(what);
     };
-    const qsizetype before = kept().size();
+    const qsizetype outdated = state == History::Outdated ? 1 : 0;
+    const qsizetype before = kept().size() - outdated;
     const Answer first = save(folder->path(u"home"_s), trial);
     const QList<QByteArray> versions = kept();
     expect(leftovers().isEmpty(), u"a file left behind"_s);
@@ -493,7 +501,9 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
     expect(versions.count(oldContent) == versions.size(), u"a version is not whole"_s);
     expect(versions.size() >= qMin(before, 50), u"versions are gone"_s);
     // One more than the bound is there when one could not be removed.
-    expect(versions.size() <= (state == History::Full ? 52 : before + 1), u"too many versions"_s);
+    expect(versions.size() <= (state == History::Full ? 52 : before + 1 + outdated), u"too many versions"_s);
+    const QString other = u"home/Orva model/Catalist/history/other"_s;
+    expect(!folder->exists(other) || folder->exists(other + u"/origin.txt"_s), u"a folder without its origin"_s);
     expect(saveAgain().saved, u"the second save failed"_s);
     return found;
 }
