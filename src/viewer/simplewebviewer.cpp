@@ -1,11 +1,16 @@
 #include "viewer/simplewebviewer.h"
 
+#include "viewer/layoutlimits.h"
+
+#include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
 #include <QImage>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QPixmap>
+#include <QResizeEvent>
 #include <QScrollBar>
+#include <QStyle>
 #include <QThread>
 #include <QTimer>
 
@@ -56,6 +61,7 @@ SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent)
 {
     manager.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(&manager, &QNetworkAccessManager::finished, this, &SimpleWebViewer::onReplyFinished);
+    connect(document(), &QTextDocument::contentsChange, this, &SimpleWebViewer::withholdLayout);
     setOpenExternalLinks(true);
 }
 
@@ -175,4 +181,62 @@ void SimpleWebViewer::doSetSource(const QUrl &name, QTextDocument::ResourceType 
         clear();
     }
     QTextBrowser::doSetSource(name, type);
+    replaceWithheld();
+}
+
+void SimpleWebViewer::setHtml(const QString &html)
+{
+    if (nestsTooDeep(html)) {
+        showTooLarge();
+    } else {
+        QTextBrowser::setHtml(html);
+        replaceWithheld();
+    }
+}
+
+// Both lay the document out anew, in lines of another length or in another font.
+void SimpleWebViewer::resizeEvent(QResizeEvent *event)
+{
+    if (!canBeLaidOut())
+        showTooLarge();
+    QTextBrowser::resizeEvent(event);
+}
+
+void SimpleWebViewer::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange && !canBeLaidOut())
+        showTooLarge();
+    QTextBrowser::changeEvent(event);
+}
+
+bool SimpleWebViewer::canBeLaidOut() const
+{
+    // Scroll bars come and go in the midst of a layout, which cannot be withheld any more.
+    const int margins = 2 * (frameWidth() + style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this));
+    return ::canBeLaidOut(*document(), font(), width() - margins);
+}
+
+void SimpleWebViewer::showTooLarge()
+{
+    QTextBrowser::setHtml(messagePage(tr("Too large or too deeply nested to be shown.")));
+}
+
+// New content is parsed but not yet laid out. Without a page there is no layout, and nobody is to be told of that.
+void SimpleWebViewer::withholdLayout()
+{
+    if (withheldPageSize || canBeLaidOut())
+        return;
+    withheldPageSize = document()->pageSize();
+    document()->documentLayout()->blockSignals(true);
+    document()->setPageSize({0, 0});
+}
+
+void SimpleWebViewer::replaceWithheld()
+{
+    if (!withheldPageSize)
+        return;
+    showTooLarge();
+    document()->documentLayout()->blockSignals(false);
+    document()->setPageSize(*withheldPageSize);
+    withheldPageSize.reset();
 }

@@ -7,6 +7,8 @@
 #include <QUrl>
 #include <QVariant>
 
+#include <optional>
+
 class QNetworkReply;
 
 /// A read-only HTML view that also fetches what is not local, images above all, without blocking.
@@ -32,6 +34,9 @@ public:
     /// Aborts every pending download; each counts as failed.
     void abort();
 
+    /// Shows HTML; a message in its place where the toolkit could not lay it out in a bounded time.
+    void setHtml(const QString &html);
+
     /// Renders anew and keeps the scroll position.
     void reload() override;
 
@@ -42,6 +47,8 @@ public slots:
 protected:
     /// Going to another source aborts and forgets everything of the old one.
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+    void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private slots:
     void onReplyFinished(QNetworkReply *reply);
@@ -49,8 +56,13 @@ private slots:
 private:
     [[nodiscard]] QUrl foundInSearchPaths(const QUrl &name) const;
     void store(const QNetworkReply &reply, const QVariant &value);
+    [[nodiscard]] bool canBeLaidOut() const;
+    void showTooLarge();
+    void withholdLayout();
+    void replaceWithheld();
 
     QSet<QNetworkReply *> replies; // pending; owned by the manager
     QNetworkAccessManager manager;
     QMap<QUrl, QVariant> cache; // invalid while pending or failed, else bytes, a decoded picture or a page
+    std::optional<QSizeF> withheldPageSize; // of the document, while its content is not to be laid out
 };
