@@ -23,7 +23,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr QRgb PICTURE_COLOUR = 0xff12c832;
+constexpr qint64 LONGEST_PAUSE = 4000; // in milliseconds; less than what a download is given
 constexpr qint64 MEGABYTE = 1000LL * 1000;
+constexpr qint64 LARGEST_DOWNLOAD = 32 * MEGABYTE;
 
 /// Knows what the preview has under way, and what became of it.
 class Downloads : public QObject
@@ -210,10 +212,13 @@ private slots:
     void badAnswers_data();
     void badAnswers();
     void redirectsInACircle();
+    void redirectsFromSecure_data();
+    void redirectsFromSecure();
     void redirectsOutOfTheNet_data();
     void redirectsOutOfTheNet();
     void pageThatIsAnImage();
     void hugeDownload();
+    void largeDownload();
     void hugeImage();
     void tenThousandImages();
     void deepHtml_data();
@@ -332,7 +337,7 @@ void TestHostilePreview::badAnswers()
     }
     QCOMPARE(showsPicture(viewer), showsIt);
     typeOn();
-    expectAlive(pulse, 4000);
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::redirectsInACircle()
@@ -345,7 +350,32 @@ void TestHostilePreview::redirectsInACircle()
     QTRY_COMPARE(downloads->ends, QList{QNetworkReply::TooManyRedirectsError});
     QVERIFY(server->requests().size() <= 60);
     typeOn();
-    expectAlive(pulse, 4000);
+    expectAlive(pulse, LONGEST_PAUSE);
+}
+
+void TestHostilePreview::redirectsFromSecure_data()
+{
+    QTest::addColumn<bool>("toPlain");
+    QTest::newRow("to secure") << false;
+    QTest::newRow("to plain") << true;
+}
+
+void TestHostilePreview::redirectsFromSecure()
+{
+    QFETCH(bool, toPlain);
+    if (!HttpServer::trustSecureOnes())
+        QSKIP("The toolkit has no TLS here.");
+    HttpServer secure(HttpServer::Scheme::Secure);
+    HttpServer &target = toPlain ? *server : secure;
+    target.serve(u"/a.png"_s, {.body = picture()});
+    secure.redirect(u"/moved.png"_s, target.url(u"/a.png"_s));
+    const Pulse pulse;
+    preview(image(secure.url(u"/moved.png"_s)));
+    QTRY_COMPARE(downloads->ends, QList{toPlain ? QNetworkReply::InsecureRedirectError : QNetworkReply::NoError});
+    QCOMPARE(target.requests(u"/a.png"_s), toPlain ? 0 : 1);
+    QTRY_COMPARE(showsPicture(viewer), !toPlain);
+    typeOn();
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::redirectsOutOfTheNet_data()
@@ -371,7 +401,7 @@ void TestHostilePreview::redirectsOutOfTheNet()
              QByteArray::number(downloads->ends.constFirst()).constData());
     QVERIFY(!showsPicture(viewer));
     typeOn();
-    expectAlive(pulse, 4000);
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::pageThatIsAnImage()
@@ -381,31 +411,44 @@ void TestHostilePreview::pageThatIsAnImage()
     viewer->setSource(server->url(u"/page"_s));
     QTRY_COMPARE(downloads->ends, QList{QNetworkReply::NoError});
     QVERIFY(!showsPicture(viewer));
-    expectAlive(pulse, 4000);
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::hugeDownload()
 {
-    constexpr qint64 SIZE = 200 * MEGABYTE;
-    server->script(u"/a.png"_s, [](QTcpSocket *socket) { pour(socket, SIZE); });
+    for (int i = 0; i < 5; ++i)
+        server->script(u"/%1.png"_s.arg(i), [](QTcpSocket *socket) { pour(socket, 200 * MEGABYTE); });
     forgetPeakMemory();
     const qint64 before = memoryLine("VmRSS:");
     const Pulse pulse;
-    QElapsedTimer clock;
-    clock.start();
-    preview(image(server->url(u"/a.png"_s)));
+    QString html;
+    for (int i = 0; i < 5; ++i)
+        html += image(server->url(u"/%1.png"_s.arg(i)));
+    preview(html);
     typeOn();
-    QTRY_VERIFY_WITH_TIMEOUT(downloads->ends.size() == 1, 9000);
-    const qint64 took = clock.elapsed();
+    QTRY_VERIFY_WITH_TIMEOUT(downloads->ends.size() == 5, 9000);
+    QCOMPARE(downloads->ends, QList<QNetworkReply::NetworkError>(5, QNetworkReply::OperationCanceledError));
     typeOn();
     const qint64 peak = memoryLine("VmHWM:");
-    qInfo("End %d after %lld ms, memory up by %lld MB at most and by %lld MB now", int(downloads->ends.constFirst()),
-          static_cast<long long>(took), static_cast<long long>((peak - before) / MEGABYTE),
-          static_cast<long long>((memoryLine("VmRSS:") - before) / MEGABYTE));
-    // Twice for a moment: in the pieces that came and in one.
+    qInfo("Memory up by %lld MB at most", static_cast<long long>((peak - before) / MEGABYTE));
+    // Twice of each, for what comes in until it is stopped. Sanitizers hold back what was freed.
+#ifndef __SANITIZE_ADDRESS__
     if (before > 0)
-        QVERIFY(peak - before < 2 * SIZE + 50 * MEGABYTE);
-    expectAlive(pulse, 10000);
+        QVERIFY(peak - before < 10 * LARGEST_DOWNLOAD);
+#endif
+    expectAlive(pulse, LONGEST_PAUSE);
+}
+
+void TestHostilePreview::largeDownload()
+{
+    QByteArray png = picture();
+    png.append(LARGEST_DOWNLOAD - png.size(), '\0');
+    server->serve(u"/a.png"_s, {.body = png});
+    const Pulse pulse;
+    preview(image(server->url(u"/a.png"_s)));
+    QTRY_COMPARE_WITH_TIMEOUT(downloads->ends, QList{QNetworkReply::NoError}, 9000);
+    QTRY_VERIFY(showsPicture(viewer));
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::hugeImage()
@@ -420,7 +463,7 @@ void TestHostilePreview::hugeImage()
     typeOn();
     if (before > 0)
         QVERIFY(memoryLine("VmHWM:") - before < 300 * MEGABYTE);
-    expectAlive(pulse, 4000);
+    expectAlive(pulse, LONGEST_PAUSE);
 }
 
 void TestHostilePreview::tenThousandImages()
@@ -443,40 +486,36 @@ void TestHostilePreview::tenThousandImages()
     dialogs.reset();
     dialogs = std::make_unique<DialogAnswers>();
     window.reset();
-    QVERIFY2(clock.elapsed() < 4000, QByteArray::number(clock.elapsed()).constData());
+    QVERIFY2(clock.elapsed() < LONGEST_PAUSE, QByteArray::number(clock.elapsed()).constData());
 }
 
 void TestHostilePreview::deepHtml_data()
 {
     QTest::addColumn<QString>("opening");
     QTest::addColumn<QString>("closing");
-    QTest::addColumn<int>("depth");
-    QTest::newRow("blocks") << u"<div>"_s << u"</div>"_s << 3000;
-    QTest::newRow("bold") << u"<b>"_s << u"</b>"_s << 3000;
-    QTest::newRow("never closed") << u"<p><i>"_s << QString() << 3000;
-    QTest::newRow("never opened") << QString() << u"</div></table>"_s << 10000;
-    // The toolkit's time for these grows with the square of the depth, for tables it doubles with each level.
-    QTest::newRow("lists") << u"<ul><li>"_s << u"</li></ul>"_s << 1500;
-    QTest::newRow("quotations") << u"<blockquote>"_s << u"</blockquote>"_s << 3000;
-    QTest::newRow("tables") << u"<table><tr><td>"_s << u"</td></tr></table>"_s << 10;
+    QTest::newRow("blocks") << u"<div>\n"_s << u"</div>"_s;
+    QTest::newRow("bold") << u"<b>\n"_s << u"</b>"_s;
+    QTest::newRow("never closed") << u"<p><i>\n"_s << QString();
+    QTest::newRow("never opened") << QString() << u"</div></table>\n"_s;
+    QTest::newRow("lists") << u"<ul><li>\n"_s << u"</li></ul>"_s;
+    QTest::newRow("quotations") << u"<blockquote>\n"_s << u"</blockquote>"_s;
+    QTest::newRow("tables") << u"<table><tr><td>\n"_s << u"</td></tr></table>"_s;
 }
 
 void TestHostilePreview::deepHtml()
 {
+    constexpr int DEPTH = 10000;
     QFETCH(QString, opening);
     QFETCH(QString, closing);
-    QFETCH(int, depth);
     const Pulse pulse;
-    QElapsedTimer clock;
-    clock.start();
-    preview(opening.repeated(depth) + u"deep"_s + closing.repeated(depth));
-    QVERIFY(viewer->toPlainText().contains(u"deep"_s));
+    preview(opening.repeated(DEPTH) + u"deep"_s + closing.repeated(DEPTH));
+    QVERIFY(!viewer->toPlainText().isEmpty());
     viewer->grab();
-    qInfo("%lld ms", static_cast<long long>(clock.elapsed()));
-    QVERIFY2(clock.elapsed() < 15000, QByteArray::number(clock.elapsed()).constData());
+    QTest::keyClick(editor, 'x');
+    QVERIFY(editor->toPlainText().startsWith(u'x'));
+    expectAlive(pulse, LONGEST_PAUSE);
     preview(u"<p>text</p>"_s);
     typeOn();
-    expectAlive(pulse, 15000);
 }
 
 void TestHostilePreview::longText()
@@ -523,7 +562,7 @@ void TestHostilePreview::closingWithDownloadsPending()
     clock.start();
     QVERIFY(window->close());
     window.reset();
-    QVERIFY2(clock.elapsed() < 4000, QByteArray::number(clock.elapsed()).constData());
+    QVERIFY2(clock.elapsed() < LONGEST_PAUSE, QByteArray::number(clock.elapsed()).constData());
     QTRY_COMPARE(server->openRequests(), 0);
     QCOMPARE(downloads->most(), 5);
 }

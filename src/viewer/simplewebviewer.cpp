@@ -22,6 +22,7 @@ namespace {
 
 constexpr qsizetype MAX_DOWNLOADS = 5;
 constexpr auto DOWNLOAD_TIMEOUT = 5000ms;
+constexpr qint64 LARGEST_DOWNLOAD = 32LL * 1000 * 1000; // bytes; far more than an image of a description has
 
 QString messagePage(const QString &message)
 {
@@ -114,6 +115,11 @@ void SimpleWebViewer::downloadResource(const QUrl &url)
     cache.insert(url, QVariant());
     QNetworkReply *reply = manager.get(QNetworkRequest(url));
     replies.insert(reply);
+
+    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
+        if (received > LARGEST_DOWNLOAD)
+            reply->abort();
+    });
 
     auto *timer = new QTimer(reply);
     timer->setSingleShot(true);

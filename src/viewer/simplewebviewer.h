@@ -15,7 +15,8 @@ class QNetworkReply;
 ///
 /// What a render asks for and is not there yet shows as nothing; when the last pending download has
 /// finished, the document is rendered once more at the same scroll position. Everything is fetched once
-/// and kept until clear(); at most five downloads run at a time, each for at most five seconds.
+/// and kept until clear(); at most five downloads run at a time, each for at most five seconds and
+/// of at most 32 MB.
 class SimpleWebViewer : public QTextBrowser
 {
     Q_OBJECT

@@ -1,5 +1,12 @@
 #include "httpserver.h"
 
+#include <QFile>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
+#include <QSslSocket>
+#include <QTcpServer>
 #include <QTcpSocket>
 
 #include <algorithm>
@@ -9,9 +16,33 @@ namespace {
 
 const QByteArray END_OF_HEADERS = QByteArrayLiteral("\r\n\r\n");
 
-QUrl loopbackUrl(quint16 port, const QString &path)
+QUrl loopbackUrl(const char *scheme, quint16 port, const QString &path)
 {
-    return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port) + path);
+    return QUrl(QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(scheme)).arg(port) + path);
+}
+
+/// Of the loopback address, signed by itself, and valid until 2119, with its key.
+QByteArray certificate()
+{
+    QFile file(QStringLiteral(TEST_SUPPORT_DIR "/loopback.pem"));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("No certificate");
+    return file.readAll();
+}
+
+std::unique_ptr<QTcpServer> makeServer(HttpServer::Scheme scheme)
+{
+    if (scheme == HttpServer::Scheme::Plain)
+        return std::make_unique<QTcpServer>();
+
+    const QByteArray pem = certificate();
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setLocalCertificate(QSslCertificate(pem));
+    configuration.setPrivateKey(QSslKey(pem, QSsl::Ec));
+    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    auto server = std::make_unique<QSslServer>();
+    server->setSslConfiguration(configuration);
+    return server;
 }
 
 QString withoutQuery(const QString &target)
@@ -21,16 +52,26 @@ QString withoutQuery(const QString &target)
 
 } // namespace
 
-HttpServer::HttpServer()
+HttpServer::HttpServer(Scheme withScheme) : scheme(withScheme), server(makeServer(withScheme))
 {
-    if (!server.listen(QHostAddress::LocalHost))
+    if (!server->listen(QHostAddress::LocalHost))
         qFatal("No port to listen on");
-    connect(&server, &QTcpServer::newConnection, this, &HttpServer::welcome);
+    connect(server.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::welcome);
+}
+
+HttpServer::~HttpServer() = default;
+
+bool HttpServer::trustSecureOnes()
+{
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.addCaCertificate(QSslCertificate(certificate()));
+    QSslConfiguration::setDefaultConfiguration(configuration);
+    return QSslSocket::supportsSsl();
 }
 
 QUrl HttpServer::url(const QString &path) const
 {
-    return loopbackUrl(server.serverPort(), path);
+    return loopbackUrl(scheme == Scheme::Secure ? "https" : "http", server->serverPort(), path);
 }
 
 void HttpServer::serve(const QString &path, const HttpAnswer &answer)
@@ -91,7 +132,7 @@ int HttpServer::mostOpenRequests() const
 
 void HttpServer::welcome()
 {
-    while (QTcpSocket *socket = server.nextPendingConnection()) {
+    while (QTcpSocket *socket = server->nextPendingConnection()) {
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
             open.removeIf([socket](const Request &request) { return request.socket == socket; });
@@ -140,5 +181,5 @@ QUrl unreachableUrl()
     QTcpServer closed;
     if (!closed.listen(QHostAddress::LocalHost))
         qFatal("No port to listen on");
-    return loopbackUrl(closed.serverPort(), QStringLiteral("/page"));
+    return loopbackUrl("http", closed.serverPort(), QStringLiteral("/page"));
 }

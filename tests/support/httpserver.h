@@ -7,11 +7,12 @@
 #include <QPair>
 #include <QSet>
 #include <QString>
-#include <QTcpServer>
 #include <QUrl>
 
 #include <functional>
+#include <memory>
 
+class QTcpServer;
 class QTcpSocket;
 
 /// What a route answers. The length of the body is sent as a header by itself.
@@ -30,7 +31,14 @@ class HttpServer : public QObject
     Q_OBJECT
 
 public:
-    HttpServer(); ///< fails the program when no port is to be had
+    enum class Scheme { Plain, Secure };
+
+    /// Fails the program when no port is to be had.
+    explicit HttpServer(Scheme scheme = Scheme::Plain);
+    ~HttpServer() override;
+
+    /// Makes the downloads of this program trust secure servers of this class. False where there is no TLS.
+    [[nodiscard]] static bool trustSecureOnes();
 
     /// The path may carry a query and is taken as it is, percent encoding included.
     [[nodiscard]] QUrl url(const QString &path) const;
@@ -84,7 +92,8 @@ private:
     QList<Request> open;
     QStringList seen;
     int mostOpen = 0;
-    QTcpServer server; // goes first: its sockets still report their end to the lists above
+    Scheme scheme;
+    std::unique_ptr<QTcpServer> server; // goes first: its sockets still report their end to the lists above
 };
 
 /// A URL on the loopback interface where nobody listens.
