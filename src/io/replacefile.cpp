@@ -54,7 +54,7 @@ bool reachedDisk(const QFileDevice &file)
 void keepOwner(const QFileInfo &target, const QFileDevice &file)
 {
 #ifdef Q_OS_UNIX
-    constexpr uid_t SAME = -1;
+    constexpr auto SAME = static_cast<uid_t>(-1);
     if (target.exists() && ::fchown(file.handle(), target.ownerId(), target.groupId()) != 0
         && ::fchown(file.handle(), SAME, target.groupId()) != 0)
         qDebug() << "No longer of its owner or group:" << target.filePath();
