@@ -99,6 +99,13 @@ void removeVersion(const QFileInfo &version)
         writeNew(origin, *file);
 }
 
+/// Where the versions of a file lie, by its canonical path.
+QString folderOf(const QString &path)
+{
+    const QByteArray key = QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return historyFolder() + QLatin1Char('/') + QString::fromLatin1(key);
+}
+
 void removeOld(const QString &fileFolder)
 {
     const QString oldest = QDateTime::currentDateTimeUtc().addDays(-MAX_DAYS).toString(QStringLiteral("yyyyMMdd"));
@@ -146,8 +153,7 @@ void keep(const QString &path, const QByteArray &content, const char *reason)
 {
     if (content.size() > MAX_BYTES)
         return;
-    const QString key = QString::fromLatin1(QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha1).toHex());
-    const QString folder = historyFolder() + QLatin1Char('/') + key;
+    const QString folder = folderOf(path);
     // Another window may remove the folder before there is a version in it.
     if (keepIn(folder, path, content, reason) || (!QFileInfo::exists(folder) && keepIn(folder, path, content, reason)))
         removeOld(folder);
@@ -175,4 +181,33 @@ void keepUnsaved(const QString &path, const QByteArray &content)
     const std::optional<QByteArray> saved = readWholeFile(path);
     if (!saved || *saved != content)
         keep(canonical(path), content, "unsaved");
+}
+
+QList<KeptVersion> keptVersions(const QString &path)
+{
+    QList<KeptVersion> kept;
+    const QFileInfoList found = versions(folderOf(canonical(path)));
+    for (const QFileInfo &version : found) {
+        const QString time = version.fileName().section(QLatin1Char('-'), 0, 2);
+        QDateTime moment = QDateTime::fromString(time, QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+        moment.setTimeSpec(Qt::UTC);
+        const QString reason = version.fileName().section(QLatin1Char('-'), 4, 4);
+        kept.append({version.filePath(), moment, version.size(), reason == QLatin1String("unsaved")});
+    }
+    return kept;
+}
+
+QStringList filesInHistory(const QString &folder)
+{
+    const QString place = canonical(folder) + QLatin1Char('/');
+    QStringList files;
+    QDirIterator origins(historyFolder(), {QStringLiteral("origin.txt")}, QDir::Files, QDirIterator::Subdirectories);
+    while (origins.hasNext()) {
+        const QByteArray origin = readWholeFile(origins.next()).value_or(QByteArray());
+        const QString path = QString::fromUtf8(origin.chopped(origin.endsWith('\n') ? 1 : 0));
+        if (path.startsWith(place))
+            files.append(path);
+    }
+    files.sort();
+    return files;
 }

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
+#include <QList>
 #include <QString>
+#include <QStringList>
 
 // What an author's files held before they were replaced, and what was never saved to them. It lies outside the
 // project, in the user's data folder, readable by the owner only; docs/reliability.md says where and how to get
@@ -17,3 +20,18 @@ void keepReplaced(const QString &path, const QByteArray &newContent);
 
 /// Keeps what would have been saved to a file, unless the file holds it.
 void keepUnsaved(const QString &path, const QByteArray &content);
+
+/// What the history holds of a file.
+struct KeptVersion
+{
+    QString path; ///< where it lies in the history
+    QDateTime time; ///< in UTC
+    qint64 size = 0;
+    bool isUnsaved = false; ///< was never saved to the file; otherwise the file held it before a save
+};
+
+/// What is kept of a file, which need not exist any more; newest first.
+[[nodiscard]] QList<KeptVersion> keptVersions(const QString &path);
+
+/// The files in a folder, or below it, of which the history knows something.
+[[nodiscard]] QStringList filesInHistory(const QString &folder);

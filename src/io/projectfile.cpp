@@ -177,6 +177,11 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
     return true;
 }
 
+std::optional<AppConfig> appFromCells(const QStringList &cells)
+{
+    return appFromRow(cells);
+}
+
 QByteArray projectContent(const QList<AppConfig> &apps)
 {
     QByteArray content = headerLine().toUtf8();

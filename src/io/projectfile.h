@@ -5,6 +5,9 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
+
+#include <optional>
 
 // The project file, Apps.csv: a header, then a line per app; cells are separated by ";" and never quoted.
 
@@ -12,6 +15,9 @@
 /// (the records are untouched), or at the first malformed row: one of fewer than seven cells, or whose names or
 /// descriptions are not JSON. The records then hold the rows before it.
 [[nodiscard]] bool readProject(const QString &path, QList<AppConfig> *apps);
+
+/// The record of a row; nothing when the row is malformed.
+[[nodiscard]] std::optional<AppConfig> appFromCells(const QStringList &cells);
 
 /// What a project file with these records holds.
 [[nodiscard]] QByteArray projectContent(const QList<AppConfig> &apps);

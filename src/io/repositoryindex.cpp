@@ -31,42 +31,37 @@ QStringList entryNames(const QString &folder)
     return sorted;
 }
 
-/// Collects the file entries of one app.
+/// One walk over a listed path.
 class FileWalk
 {
 public:
-    FileWalk(QString url, const QString &folder) : repoUrl(std::move(url)), projectDir(folder) { }
+    FileWalk(const QString &folder, const WalkVisitor &visited) : projectDir(folder), visitor(visited) { }
 
-    QJsonArray files;
-
-    void appendFile(const QString &name, const QString &parentPath)
+    void visit(const QString &name, const QString &parentPath) const
     {
         const QString path = parentPath + QLatin1Char('/') + name;
         const QFileInfo info(path);
         if (info.isFile()) {
-            files.append(fileObject(info));
+            visitor.file(info, relativePath(path));
         } else if (info.isDir()) {
+            if (visitor.enters && !visitor.enters(info))
+                return;
             const QStringList entries = entryNames(path);
             for (const QString &entry : entries)
-                appendFile(entry, path);
+                visit(entry, path);
+        } else if (visitor.neither) {
+            visitor.neither(info);
         }
     }
 
 private:
-    [[nodiscard]] QJsonObject fileObject(const QFileInfo &info) const
+    [[nodiscard]] QString relativePath(const QString &path) const
     {
-        const QString relativePath =
-            projectDir.relativeFilePath(info.filePath()).replace(QLatin1Char('\\'), QLatin1Char('/'));
-        return {
-            {QStringLiteral("url"), repoUrl + relativePath},
-            {QStringLiteral("destination"), QStringLiteral("Apps/") + relativePath},
-            {QStringLiteral("hash"), generateHash(info.filePath(), QCryptographicHash::Sha1)},
-            {QStringLiteral("size"), info.size()},
-        };
+        return projectDir.relativeFilePath(path).replace(QLatin1Char('\\'), QLatin1Char('/'));
     }
 
-    QString repoUrl;
     QDir projectDir;
+    const WalkVisitor &visitor;
 };
 
 QJsonObject toObject(const QMap<QString, QString> &map, const QString &prefix)
@@ -77,17 +72,40 @@ QJsonObject toObject(const QMap<QString, QString> &map, const QString &prefix)
     return object;
 }
 
-QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QString &projectDir)
+QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, const QString &repoUrl, IndexReport *report)
+{
+    if (report->progress)
+        report->progress(*report);
+    const QString hash = generateHash(info.filePath(), QCryptographicHash::Sha1);
+    if (hash.isEmpty())
+        report->unreadable.append(info.filePath());
+    ++report->files;
+    report->bytes += info.size();
+    return {
+        {QStringLiteral("url"), repoUrl + relativePath},
+        {QStringLiteral("destination"), QStringLiteral("Apps/") + relativePath},
+        {QStringLiteral("hash"), hash},
+        {QStringLiteral("size"), info.size()},
+    };
+}
+
+QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QString &projectDir, IndexReport *report)
 {
     QJsonArray hardware;
     for (const qint32 id : app.hardware)
         hardware.append(id);
 
-    FileWalk walk(repoUrl, projectDir);
+    ++report->apps;
+    QJsonArray files;
+    const WalkVisitor visitor{
+        [&](const QFileInfo &info, const QString &path) { files.append(fileObject(info, path, repoUrl, report)); },
+        nullptr,
+        [report](const QFileInfo &entry) { report->left.append(entry.filePath()); },
+    };
     // A project folder that is gone has no canonical path; the entries must not be looked for at the root.
     if (!projectDir.isEmpty()) {
         for (const QString &file : app.files)
-            walk.appendFile(file, projectDir);
+            walkListedPath(file, projectDir, visitor);
     }
 
     return {
@@ -99,26 +117,47 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
         {QStringLiteral("name"), toObject(app.names, {})},
         {QStringLiteral("description"), toObject(app.descriptions, repoUrl)},
         {QStringLiteral("previewIcon"), repoUrl + app.icon},
-        {QStringLiteral("files"), walk.files},
+        {QStringLiteral("files"), files},
     };
 }
 
 } // namespace
 
-QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl, const QString &projectDir)
+void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor)
 {
+    FileWalk(projectDir, visitor).visit(listed, projectDir);
+}
+
+QString repositoryUrl(const QString &typed)
+{
+    return typed.endsWith(QLatin1Char('/')) ? typed : typed + QLatin1Char('/');
+}
+
+QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl, const QString &projectDir,
+                                 IndexReport *report)
+{
+    IndexReport unwatched;
     QJsonArray applications;
     for (const AppConfig &app : apps)
-        applications.append(appObject(app, repoUrl, projectDir));
+        applications.append(appObject(app, repoUrl, projectDir, report ? report : &unwatched));
     return {{QStringLiteral("applications"), applications}};
 }
 
 bool writeRepositoryIndex(const QString &jsonFile, const QList<AppConfig> &apps, const QString &repoUrl,
-                          const QString &projectDir)
+                          const QString &projectDir, IndexReport *report)
 {
+    IndexReport unwatched;
+    if (!report)
+        report = &unwatched;
     QFile file(jsonFile);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        report->error = file.errorString();
         return false;
-    file.write(QJsonDocument(buildRepositoryIndex(apps, repoUrl, projectDir)).toJson(QJsonDocument::Indented));
+    }
+    const QJsonDocument index(buildRepositoryIndex(apps, repoUrl, projectDir, report));
+    file.write(index.toJson(QJsonDocument::Indented));
+    file.close();
+    if (file.error() != QFileDevice::NoError)
+        report->error = file.errorString();
     return true;
 }

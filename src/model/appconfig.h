@@ -38,6 +38,12 @@ enum TxType : unsigned {
 inline constexpr std::array<qint32, 21> TX_IDS{673,  674,  675,  676,  677,  678,  679,  680,  652,  653, 3857,
                                                3858, 3859, 3860, 3861, 3862, 3863, 3864, 3865, 3866, 3867};
 
+/// The languages that the editor offers; "en" is the default of names.
+inline constexpr std::array LANGUAGES{"cz", "de", "en", "fr", "it"};
+
+/// Endings of the pictures that the editor offers as icons, in any case.
+inline constexpr std::array ICON_ENDINGS{"jpg", "png", "jpeg", "gif"};
+
 /// One app of the catalogue. Paths are relative to the project folder, with "/" separators.
 struct AppConfig
 {

@@ -86,9 +86,10 @@ bool AppConfigModel::save(const QString &path)
     return true;
 }
 
-bool AppConfigModel::saveRepo(const QString &jsonFile, const QString &repoUrl, const QString &projectDir) const
+bool AppConfigModel::saveRepo(const QString &jsonFile, const QString &repoUrl, const QString &projectDir,
+                              IndexReport *report) const
 {
-    return writeRepositoryIndex(jsonFile, apps, repoUrl, projectDir);
+    return writeRepositoryIndex(jsonFile, apps, repoUrl, projectDir, report);
 }
 
 void AppConfigModel::createNew()

@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+struct IndexReport;
+
 /// The open project: its apps, which of them is current, and whether they differ from the project file.
 ///
 /// An index outside of the list means that no app is current. Every operation that changes the apps
@@ -48,7 +50,8 @@ public:
 
     /// Publishes the project as a JSON index. The repository URL is put before every path as it stands.
     /// False when the file cannot be opened for writing. Emits nothing and does not count as saving.
-    bool saveRepo(const QString &jsonFile, const QString &repoUrl, const QString &projectDir) const;
+    bool saveRepo(const QString &jsonFile, const QString &repoUrl, const QString &projectDir,
+                  IndexReport *report = nullptr) const;
 
 public slots:
     /// Appends a new app and makes it current, without currentIndexChanged().

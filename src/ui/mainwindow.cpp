@@ -2,6 +2,7 @@
 
 #include "io/history.h"
 #include "io/projectfile.h"
+#include "io/repositoryindex.h"
 #include "ui_mainwindow.h"
 
 #include <QCloseEvent>
@@ -207,7 +208,8 @@ void MainWindow::on_actionSave_generate_JSON_triggered()
 
 void MainWindow::on_repository_editingFinished()
 {
-    const QString url = ui->repository->text();
-    if (!url.endsWith(QLatin1Char('/')))
-        ui->repository->setText(url + QLatin1Char('/'));
+    const QString typed = ui->repository->text();
+    const QString url = repositoryUrl(typed);
+    if (url != typed)
+        ui->repository->setText(url);
 }

@@ -107,8 +107,9 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
         return {};
 
     const QString folder = projectFolder();
-    const QStringList languages{QStringLiteral("cz"), QStringLiteral("de"), QStringLiteral("en"), QStringLiteral("fr"),
-                                QStringLiteral("it")};
+    QStringList languages;
+    for (const char *language : LANGUAGES)
+        languages.append(QLatin1String(language));
     bool accepted = false;
     const QString language = QInputDialog::getItem(this, tr("Language selection"), tr("Select language code:"),
                                                    languages, 0, true, &accepted)

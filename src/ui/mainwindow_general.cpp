@@ -187,8 +187,9 @@ void MainWindow::on_btnDeleteApp_clicked()
 
 void MainWindow::on_iconBtn_clicked()
 {
-    const QStringList pictures{QStringLiteral("*.jpg"), QStringLiteral("*.png"), QStringLiteral("*.jpeg"),
-                               QStringLiteral("*.gif")};
+    QStringList pictures;
+    for (const char *ending : ICON_ENDINGS)
+        pictures.append(QStringLiteral("*.") + QLatin1String(ending));
     FileDialog dialog(appPath, pictures, this);
     if (dialog.exec() == QDialog::Accepted)
         ui->icon->setText(dialog.getPath());
