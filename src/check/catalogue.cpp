@@ -1,0 +1,164 @@
+#include "check/catalogue.h"
+
+#include "io/csv.h"
+#include "io/projectfile.h"
+#include "io/repositoryindex.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QTextStream>
+
+namespace {
+
+constexpr qsizetype REQUIRED_CELLS = 7;
+
+QString jsonProblem(const QStringList &cells, qsizetype column, const char *title)
+{
+    QJsonParseError error;
+    QJsonDocument::fromJson(cells.at(column).toUtf8(), &error);
+    if (error.error == QJsonParseError::NoError)
+        return {};
+    return QStringLiteral("%1 is not JSON: %2 at byte %3")
+        .arg(QLatin1String(title), error.errorString())
+        .arg(error.offset + 1);
+}
+
+// The loading drops every carriage return; here they are still to be seen.
+QStringList loadedCells(QStringList cells)
+{
+    for (QString &cell : cells)
+        cell.remove(QLatin1Char('\r'));
+    return cells;
+}
+
+bool readRows(const QString &projectFile, QList<Row> *rows, QString *error)
+{
+    *error = openProblem(projectFile);
+    if (!error->isEmpty())
+        return false;
+    QFile file(projectFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = projectFile + QStringLiteral(": ") + file.errorString();
+        return false;
+    }
+
+    QTextStream stream(&file);
+    QStringList cells;
+    while (readCSVRow(stream, &cells)) {
+        Row row;
+        row.line = static_cast<int>(rows->size()) + 1;
+        row.cells = cells;
+        const QStringList loaded = loadedCells(cells);
+        row.isHeader = loaded.constFirst() == QLatin1String("NAME");
+        if (!row.isHeader)
+            row.app = appFromCells(loaded);
+        rows->append(row);
+    }
+    if (file.error() != QFileDevice::NoError) {
+        *error = QStringLiteral("%1:%2: ").arg(projectFile, QString::number(rows->size() + 1)) + file.errorString();
+        return false;
+    }
+    return true;
+}
+
+bool canRead(const QFileInfo &info)
+{
+    if (info.isDir())
+        return info.isReadable() && info.isExecutable();
+    QFile file(info.filePath());
+    return file.open(QIODevice::ReadOnly);
+}
+
+ListedPath walk(const QString &path, const ProjectTree &tree)
+{
+    ListedPath listed;
+    listed.path = path;
+    const QDir folder(tree.path());
+    const auto isInside = [&](const QFileInfo &info) {
+        const bool inside = tree.holds(info.filePath());
+        if (!inside)
+            listed.outside.append(folder.relativeFilePath(info.filePath()));
+        if (!canRead(info))
+            listed.unreadable.append(folder.relativeFilePath(info.filePath()));
+        return inside;
+    };
+    WalkVisitor visitor;
+    visitor.file = [&](const QFileInfo &info, const QString &relativePath) {
+        isInside(info);
+        listed.files.append({folder.relativeFilePath(info.filePath()), relativePath});
+    };
+    // What lies outside may be the whole disk.
+    visitor.enters = [&](const QFileInfo &info) {
+        const bool circle = isCircle(info.filePath());
+        if (circle)
+            listed.circles.append(folder.relativeFilePath(info.filePath()));
+        return !circle && isInside(info);
+    };
+    visitor.neither = [&](const QFileInfo &info) {
+        if (isCircle(info.filePath()))
+            listed.circles.append(folder.relativeFilePath(info.filePath()));
+        else if (info.filePath() == tree.path(path))
+            (info.exists() ? listed.isOther : listed.isMissing) = true;
+    };
+    walkListedPath(path, tree.path(), visitor);
+    return listed;
+}
+
+} // namespace
+
+QString Row::name() const
+{
+    if (!app || app->names.isEmpty())
+        return {};
+    return app->names.value(QStringLiteral("en"), app->names.first());
+}
+
+std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *error)
+{
+    Catalogue catalogue{projectFile, ProjectTree(QFileInfo(projectFile).absoluteDir().canonicalPath()), {}};
+    if (!readRows(projectFile, &catalogue.rows, error))
+        return std::nullopt;
+    for (Row &row : catalogue.rows) {
+        if (!row.app)
+            continue;
+        const AppConfig &app = *row.app;
+        for (const QString &path : app.files)
+            row.listed.append(walk(path, catalogue.tree));
+        for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry)
+            row.descriptions.append({entry.key(), entry.value(), readPage(catalogue.tree.path(entry.value()))});
+    }
+    return catalogue;
+}
+
+QString rowProblem(const QStringList &cells)
+{
+    const QStringList loaded = loadedCells(cells);
+    if (loaded.size() < REQUIRED_CELLS)
+        return QStringLiteral("%1 of at least %2 cells").arg(loaded.size()).arg(REQUIRED_CELLS);
+    const QString problem = jsonProblem(loaded, 0, "NAME");
+    return problem.isEmpty() ? jsonProblem(loaded, 5, "DESCRIPTION") : problem;
+}
+
+QString loadProblem(const QString &projectFile)
+{
+    QList<Row> rows;
+    QString error;
+    if (!readRows(projectFile, &rows, &error))
+        return error;
+    for (const Row &row : std::as_const(rows)) {
+        if (!row.isHeader && !row.app)
+            return QStringLiteral("%1:%2: ").arg(projectFile, QString::number(row.line)) + rowProblem(row.cells);
+    }
+    return {};
+}
+
+QString openProblem(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile())
+        return path + QStringLiteral(": Is not a regular file");
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
+}

@@ -1,0 +1,54 @@
+#include "check/page.h"
+
+#include "check/projecttree.h"
+#include "io/wholefile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QStringDecoder>
+#include <QUrl>
+
+namespace {
+
+QStringList pictures(const QString &html)
+{
+    static const QRegularExpression comment(QStringLiteral("<!--.*?(-->|$)"),
+                                            QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression picture(
+        QStringLiteral(
+            R"re(<img\s(?:[^>"']|"[^"]*"|'[^']*')*?(?<=[\s"'/])src\s*=\s*(?:"([^"]*)"|'([^']*)'|([^\s>"']+)))re"),
+        QRegularExpression::CaseInsensitiveOption);
+    QStringList found;
+    const QString shown = QString(html).remove(comment);
+    for (auto match = picture.globalMatch(shown); match.hasNext();) {
+        QString source = match.next().capturedTexts().constLast();
+        found.append(source.replace(QLatin1String("&amp;"), QLatin1String("&")).trimmed());
+    }
+    return found;
+}
+
+} // namespace
+
+std::optional<Page> readPage(const QString &path)
+{
+    const std::optional<QByteArray> content = readWholeFile(path);
+    if (!content)
+        return std::nullopt;
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString html = decoder(*content);
+    return Page{!decoder.hasError(), pictures(html)};
+}
+
+std::optional<QString> pictureFile(const QString &pagePath, const QString &source)
+{
+    static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*:"));
+    if (source.startsWith(QLatin1String("data:"), Qt::CaseInsensitive))
+        return QString();
+    const QString named = source.section(QLatin1Char('#'), 0, 0).section(QLatin1Char('?'), 0, 0);
+    const QString decoded = QUrl::fromPercentEncoding(named.toUtf8());
+    const QString path = QDir::cleanPath(QFileInfo(pagePath).path() + QLatin1Char('/') + decoded);
+    if (isAbsolutePath(source) || scheme.match(source).hasMatch() || climbsOut(path))
+        return std::nullopt;
+    return path;
+}

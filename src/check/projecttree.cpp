@@ -1,0 +1,130 @@
+#include "check/projecttree.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <utility>
+
+namespace {
+
+constexpr QLatin1Char SLASH('/');
+
+void appendUnused(const QString &folder, const QString &prefix, const QSet<QString> &used,
+                  const QSet<QString> &usedFolders, QStringList *found)
+{
+    const QFileInfoList entries =
+        QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QFileInfo &entry : entries) {
+        const QString path = prefix + entry.fileName();
+        if (used.contains(path))
+            continue;
+        if (entry.isSymLink() || !entry.isDir())
+            found->append(path);
+        else if (usedFolders.contains(path))
+            appendUnused(entry.filePath(), path + SLASH, used, usedFolders, found);
+        else if (!QDir(entry.filePath()).isEmpty(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot))
+            found->append(path + SLASH);
+    }
+}
+
+} // namespace
+
+ProjectTree::ProjectTree(QString folder) : root(std::move(folder)) { }
+
+QString ProjectTree::path(const QString &relative) const
+{
+    return root + SLASH + relative;
+}
+
+const ProjectTree::Names &ProjectTree::names(const QString &folder) const
+{
+    const auto found = known.constFind(folder);
+    if (found != known.constEnd())
+        return *found;
+    Names listed;
+    const QStringList entries =
+        QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QString &entry : entries) {
+        listed.exact.insert(entry);
+        listed.folded.insert(entry.toCaseFolded(), entry);
+    }
+    return *known.insert(folder, listed);
+}
+
+QString ProjectTree::spelling(const QString &relative) const
+{
+    const QString cleaned = QDir::cleanPath(relative);
+    if (cleaned.isEmpty() || isAbsolutePath(cleaned) || climbsOut(cleaned))
+        return QFileInfo::exists(path(relative)) ? relative : QString();
+
+    QStringList spelt;
+    const QStringList parts = cleaned.split(SLASH);
+    for (const QString &part : parts) {
+        const QString folder = spelt.isEmpty() ? root : path(spelt.join(SLASH));
+        const Names &there = names(folder);
+        // A folder that may be passed but not listed shows no names.
+        const bool isThere = part == QLatin1String(".") || there.exact.contains(part)
+                             || (there.exact.isEmpty() && QFileInfo::exists(folder + SLASH + part));
+        spelt.append(isThere ? part : there.folded.value(part.toCaseFolded()));
+        if (spelt.constLast().isEmpty())
+            return {};
+    }
+    return spelt.join(SLASH) == cleaned ? relative : spelt.join(SLASH);
+}
+
+bool ProjectTree::holds(const QString &path) const
+{
+    const QString canonical = QFileInfo(path).canonicalFilePath();
+    return canonical == root || canonical.startsWith(root + SLASH);
+}
+
+QStringList ProjectTree::unused(const QSet<QString> &used) const
+{
+    QSet<QString> usedFolders;
+    for (const QString &path : used) {
+        for (qsizetype end = path.lastIndexOf(SLASH); end > 0; end = path.lastIndexOf(SLASH, end - 1)) {
+            const QString folder = path.left(end);
+            if (usedFolders.contains(folder))
+                break;
+            usedFolders.insert(folder);
+        }
+    }
+    QStringList found;
+    appendUnused(root, {}, used, usedFolders, &found);
+    return found;
+}
+
+bool isAbsolutePath(const QString &path)
+{
+    static const QRegularExpression drive(QStringLiteral("^[A-Za-z]:"));
+    return path.startsWith(SLASH) || path.startsWith(QLatin1Char('\\')) || drive.match(path).hasMatch();
+}
+
+bool climbsOut(const QString &path)
+{
+    const QString cleaned = QDir::cleanPath(path);
+    return cleaned == QLatin1String("..") || cleaned.startsWith(QLatin1String("../"));
+}
+
+bool isCircle(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.isSymLink())
+        return false;
+    if (!info.exists()) {
+        QSet<QString> seen;
+        QFileInfo next = info;
+        while (next.isSymLink() && !seen.contains(next.absoluteFilePath())) {
+            seen.insert(next.absoluteFilePath());
+            next = QFileInfo(next.symLinkTarget());
+        }
+        return next.isSymLink();
+    }
+    const QString target = info.canonicalFilePath();
+    for (QString above = info.path(); above.size() > 1; above = QFileInfo(above).path()) {
+        if (QFileInfo(above).canonicalFilePath() == target)
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+/// A folder as it lies on the disk, whose own listings are remembered.
+class ProjectTree
+{
+public:
+    /// The path is canonical.
+    explicit ProjectTree(QString folder);
+
+    [[nodiscard]] const QString &path() const { return root; }
+    [[nodiscard]] QString path(const QString &relative) const;
+
+    /// How the disk spells a path that may differ from it in case; empty when there is no such file or folder.
+    [[nodiscard]] QString spelling(const QString &relative) const;
+
+    /// Whether what exists under a path lies in the folder, links considered.
+    [[nodiscard]] bool holds(const QString &path) const;
+
+    /// The files that are not among the used ones, hidden ones apart; for a folder without any used one, itself with
+    /// a "/" at its end.
+    [[nodiscard]] QStringList unused(const QSet<QString> &used) const;
+
+private:
+    struct Names
+    {
+        QSet<QString> exact;
+        QHash<QString, QString> folded; ///< by the name in folded case
+    };
+
+    [[nodiscard]] const Names &names(const QString &folder) const;
+
+    QString root;
+    mutable QHash<QString, Names> known;
+};
+
+/// Whether a path is relative to no folder, on any system.
+[[nodiscard]] bool isAbsolutePath(const QString &path);
+
+/// Whether a relative path climbs out of its folder.
+[[nodiscard]] bool climbsOut(const QString &path);
+
+/// Whether a path is a link that leads back to itself, or to a folder on the way to it.
+[[nodiscard]] bool isCircle(const QString &path);

@@ -1,0 +1,152 @@
+#include "check/rules.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+/// Whether a path leads out of the project by itself or through a link.
+bool isOutside(const ProjectTree &tree, const QString &path)
+{
+    return isAbsolutePath(path) || climbsOut(path)
+           || (QFileInfo::exists(tree.path(path)) && !tree.holds(tree.path(path)));
+}
+
+/// Whether it is no file, under this path or in another case.
+bool isNowhere(const ProjectTree &tree, const QString &path)
+{
+    return !isAbsolutePath(path) && !QFileInfo(tree.path(path)).isFile()
+           && (path.isEmpty() || !QFileInfo(tree.path(tree.spelling(path))).isFile());
+}
+
+bool hasOfferedEnding(const QString &path)
+{
+    return std::any_of(ICON_ENDINGS.cbegin(), ICON_ENDINGS.cend(), [&path](const char *ending) {
+        return path.endsWith(QLatin1Char('.') + QLatin1String(ending), Qt::CaseInsensitive);
+    });
+}
+
+bool beginsLikePicture(QFile &file)
+{
+    const QByteArray begin = file.read(8);
+    const std::array<QByteArray, 3> kinds{"\xff\xd8\xff", "\x89PNG\r\n\x1a\n", "GIF8"};
+    return std::any_of(kinds.cbegin(), kinds.cend(),
+                       [&begin](const QByteArray &kind) { return begin.startsWith(kind); });
+}
+
+} // namespace
+
+namespace PageRules {
+
+void iconMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    if (row.app->icon.isEmpty())
+        reportAt(row, report);
+}
+
+void iconNotFound(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QString &icon = row.app->icon;
+    if (!icon.isEmpty() && isNowhere(catalogue.tree, icon))
+        reportAt(row, report, {icon});
+}
+
+void iconOutside(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    if (isOutside(catalogue.tree, row.app->icon))
+        reportAt(row, report, {row.app->icon});
+}
+
+void iconKind(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    const QString &icon = row.app->icon;
+    if (!icon.isEmpty() && !hasOfferedEnding(icon))
+        reportAt(row, report, {icon});
+}
+
+void iconContent(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QString &icon = row.app->icon;
+    QFile file(catalogue.tree.path(icon));
+    if (hasOfferedEnding(icon) && QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly)
+        && !beginsLikePicture(file))
+        reportAt(row, report, {icon});
+}
+
+void descriptionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    if (row.descriptions.isEmpty())
+        reportAt(row, report);
+}
+
+void descriptionNotFound(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (isNowhere(catalogue.tree, description.path))
+            reportAt(row, report, {description.language, description.path});
+    }
+}
+
+void descriptionOutside(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (isOutside(catalogue.tree, description.path))
+            reportAt(row, report, {description.path});
+    }
+}
+
+void descriptionCode(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (!isLanguageCode(description.language))
+            reportAt(row, report, {description.language});
+    }
+}
+
+void descriptionNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (isLanguageCode(description.language) && !isOfferedLanguage(description.language))
+            reportAt(row, report, {description.language});
+    }
+}
+
+void descriptionEncoding(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (description.page && !description.page->isUtf8)
+            reportAt(row, report, {description.path});
+    }
+}
+
+void pictureNotFound(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        const QStringList sources = description.page ? description.page->pictures : QStringList();
+        for (const QString &source : sources) {
+            const std::optional<QString> path = pictureFile(description.path, source);
+            if (!path || path->isEmpty())
+                continue;
+            const bool isThere =
+                catalogue.tree.spelling(*path) == *path && QFileInfo(catalogue.tree.path(*path)).isFile();
+            if (!isThere)
+                reportAt(row, report, {source, description.path});
+        }
+    }
+}
+
+void pictureElsewhere(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        const QStringList sources = description.page ? description.page->pictures : QStringList();
+        for (const QString &source : sources) {
+            if (!pictureFile(description.path, source))
+                reportAt(row, report, {source, description.path});
+        }
+    }
+}
+
+} // namespace PageRules

@@ -1,0 +1,366 @@
+#include "check/rules.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QHash>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+
+namespace {
+
+constexpr QLatin1Char SLASH('/');
+constexpr qsizetype FAT_LENGTH = 255;
+
+using IsFaulty = bool (*)(const QString &part);
+
+/// The paths up to each faulty part of the given ones, every place once.
+QStringList faultyPlaces(const QStringList &paths, IsFaulty isFaulty)
+{
+    QStringList places;
+    QSet<QString> once;
+    for (const QString &path : paths) {
+        qsizetype end = 0;
+        const QStringList parts = path.split(SLASH);
+        for (const QString &part : parts) {
+            end += part.size();
+            const QString place = path.left(end);
+            if (isFaulty(part) && !once.contains(place)) {
+                places.append(place);
+                once.insert(place);
+            }
+            ++end;
+        }
+    }
+    return places;
+}
+
+void reportPlaces(const Row &row, const Report &report, const QStringList &paths, IsFaulty isFaulty)
+{
+    const QStringList places = faultyPlaces(paths, isFaulty);
+    for (const QString &place : places)
+        reportAt(row, report, {place});
+}
+
+/// As they are called on the disk.
+QStringList publishedFiles(const Row &row)
+{
+    QStringList paths;
+    for (const ListedPath &listed : row.listed) {
+        for (const PublishedFile &file : listed.files)
+            paths.append(file.onDisk);
+    }
+    return paths;
+}
+
+/// What of the app goes into URLs, as it stands there.
+QStringList urlPaths(const Row &row)
+{
+    QStringList paths{row.app->icon};
+    for (const DescriptionFile &description : row.descriptions)
+        paths.append(description.path);
+    for (const ListedPath &listed : row.listed) {
+        for (const PublishedFile &file : listed.files)
+            paths.append(file.path);
+    }
+    return paths;
+}
+
+/// What the app names: files and folders, icon and descriptions.
+QStringList namedPaths(const Row &row)
+{
+    QStringList paths = row.app->files;
+    paths.append(row.app->icon);
+    for (const DescriptionFile &description : row.descriptions)
+        paths.append(description.path);
+    return paths;
+}
+
+/// The listed paths that are parts of one name with a "," in it. Those of each name are joined.
+QHash<qsizetype, QString> commaNames(const Catalogue &catalogue, const Row &row)
+{
+    constexpr qsizetype MOST_PARTS = 8;
+    QHash<qsizetype, QString> names;
+    const QStringList &files = row.app->files;
+    for (qsizetype first = 0; first < files.size(); ++first) {
+        for (qsizetype count = 2; count <= std::min(MOST_PARTS, files.size() - first); ++count) {
+            const QString name = files.mid(first, count).join(QLatin1Char(','));
+            if (!row.listed.at(first).isMissing || !QFileInfo::exists(catalogue.tree.path(name)))
+                continue;
+            for (qsizetype part = first; part < first + count; ++part)
+                names.insert(part, name);
+        }
+    }
+    return names;
+}
+
+bool isWholeProject(const QString &path)
+{
+    const QString cleaned = QDir::cleanPath(path);
+    return cleaned.isEmpty() || cleaned == QLatin1String(".");
+}
+
+bool isBadOnFat(const QString &part)
+{
+    return std::any_of(part.cbegin(), part.cend(), [](QChar character) {
+        return character < QLatin1Char(' ') || character == QChar(0x7f)
+               || QStringLiteral("\"*:<>?\\|").contains(character);
+    });
+}
+
+bool isTooLongForFat(const QString &part)
+{
+    return part.size() > FAT_LENGTH;
+}
+
+bool endsBadlyForFat(const QString &part)
+{
+    const bool isDots = part == QLatin1String(".") || part == QLatin1String("..");
+    return !isDots && (part.endsWith(QLatin1Char('.')) || part.endsWith(QLatin1Char(' ')));
+}
+
+bool isReservedOnFat(const QString &part)
+{
+    static const QRegularExpression reserved(QStringLiteral("\\A(CON|PRN|AUX|NUL|COM[1-9]|LPT[1-9])\\s*(\\.|\\z)"),
+                                             QRegularExpression::CaseInsensitiveOption);
+    return reserved.match(part).hasMatch();
+}
+
+bool isCutInUrl(const QString &part)
+{
+    static const QRegularExpression cut(QStringLiteral("[#?%\\\\]"));
+    return part.contains(cut);
+}
+
+bool isEscapedInUrl(const QString &part)
+{
+    static const QRegularExpression escaped(QStringLiteral(R"([^!$&'()*+,.0-9:;=@A-Z_a-z~#?%\\-])"));
+    return part.contains(escaped);
+}
+
+} // namespace
+
+namespace PathRules {
+
+void filesMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    if (publishedFiles(row).isEmpty())
+        reportAt(row, report);
+}
+
+void empty(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const QString &path : row.app->files) {
+        if (isWholeProject(path))
+            reportAt(row, report, {path});
+    }
+}
+
+void absolute(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const QString &path : row.app->files) {
+        if (isAbsolutePath(path))
+            reportAt(row, report, {path});
+    }
+}
+
+void comma(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QStringList names = commaNames(catalogue, row).values();
+    const QSet<QString> once(names.cbegin(), names.cend());
+    for (const QString &name : once)
+        reportAt(row, report, {name});
+}
+
+void otherCase(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QStringList paths = namedPaths(row);
+    for (const QString &path : paths) {
+        const QString spelling = path.isEmpty() ? QString() : catalogue.tree.spelling(path);
+        if (!spelling.isEmpty() && spelling != path)
+            reportAt(row, report, {path, spelling});
+    }
+}
+
+void notFound(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QHash<qsizetype, QString> parts = commaNames(catalogue, row);
+    for (qsizetype i = 0; i < row.listed.size(); ++i) {
+        const ListedPath &listed = row.listed.at(i);
+        if (listed.isMissing && !isAbsolutePath(listed.path) && !parts.contains(i)
+            && catalogue.tree.spelling(listed.path).isEmpty())
+            reportAt(row, report, {listed.path});
+    }
+}
+
+void otherKind(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        if (listed.isOther)
+            reportAt(row, report, {listed.path});
+    }
+}
+
+void circle(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        for (const QString &path : listed.circles)
+            reportAt(row, report, {path});
+    }
+}
+
+void outside(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        if (listed.outside.isEmpty() && climbsOut(listed.path) && listed.files.isEmpty())
+            reportAt(row, report, {listed.path});
+        for (const QString &path : listed.outside)
+            reportAt(row, report, {path});
+    }
+}
+
+void unreadable(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        for (const QString &path : listed.unreadable)
+            reportAt(row, report, {path});
+    }
+    QStringList pages{row.app->icon};
+    for (const DescriptionFile &description : row.descriptions)
+        pages.append(description.path);
+    for (const QString &path : std::as_const(pages)) {
+        const QString file = catalogue.tree.path(path);
+        if (!path.isEmpty() && QFileInfo(file).isFile() && !openProblem(file).isEmpty())
+            reportAt(row, report, {path});
+    }
+}
+
+void twice(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    QSet<QString> listedBefore;
+    QSet<QString> reached;
+    for (const ListedPath &listed : row.listed) {
+        const QString cleaned = QDir::cleanPath(listed.path);
+        if (listedBefore.contains(cleaned)) {
+            reportAt(row, report, {listed.path});
+            continue;
+        }
+        listedBefore.insert(cleaned);
+        for (const PublishedFile &file : listed.files) {
+            if (reached.contains(file.path))
+                reportAt(row, report, {file.path});
+            reached.insert(file.path);
+        }
+    }
+}
+
+void shared(const Catalogue &catalogue, const Report &report)
+{
+    QHash<QString, const Row *> publishers;
+    for (const Row &row : catalogue.rows) {
+        for (const ListedPath &listed : row.listed) {
+            bool isReported = false;
+            for (const PublishedFile &file : listed.files) {
+                const Row *first = publishers.value(file.path);
+                if (!first) {
+                    publishers.insert(file.path, &row);
+                } else if (first != &row && !isReported) {
+                    reportAt(row, report, {file.path, QString::number(first->line)});
+                    isReported = true;
+                }
+            }
+        }
+    }
+}
+
+void differInCase(const Catalogue &catalogue, const Report &report)
+{
+    QHash<QString, QString> destinations;
+    QSet<QString> reported;
+    for (const Row &row : catalogue.rows) {
+        for (const ListedPath &listed : row.listed) {
+            for (const PublishedFile &file : listed.files) {
+                const QString folded = file.path.toCaseFolded();
+                const QString first = destinations.value(folded, file.path);
+                destinations.insert(folded, first);
+                if (first == file.path || reported.contains(file.path))
+                    continue;
+                reportAt(row, report, {file.path, first});
+                reported.insert(file.path);
+            }
+        }
+    }
+}
+
+void fatCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    reportPlaces(row, report, publishedFiles(row), isBadOnFat);
+}
+
+void fatLength(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    const QStringList paths = publishedFiles(row);
+    QStringList tooLong = faultyPlaces(paths, isTooLongForFat);
+    for (const QString &path : paths) {
+        if (QStringLiteral("Apps/").size() + path.size() > FAT_LENGTH && !tooLong.contains(path))
+            tooLong.append(path);
+    }
+    for (const QString &path : std::as_const(tooLong))
+        reportAt(row, report, {path});
+}
+
+void fatEnding(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    reportPlaces(row, report, publishedFiles(row), endsBadlyForFat);
+}
+
+void fatReserved(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    reportPlaces(row, report, publishedFiles(row), isReservedOnFat);
+}
+
+void urlCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    reportPlaces(row, report, urlPaths(row), isCutInUrl);
+}
+
+void urlEscapes(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    reportPlaces(row, report, urlPaths(row), isEscapedInUrl);
+}
+
+void unlisted(const Catalogue &catalogue, const Report &report)
+{
+    // What a line lists that cannot be understood is not known.
+    for (const Row &row : catalogue.rows) {
+        if (!row.isHeader && !row.app)
+            return;
+    }
+
+    const QDir folder(catalogue.tree.path());
+    QSet<QString> used{QFileInfo(catalogue.projectFile).fileName(), QStringLiteral("Apps.json")};
+    const auto use = [&](const QString &path) {
+        used.insert(QDir::cleanPath(path));
+        used.insert(folder.relativeFilePath(QFileInfo(catalogue.tree.path(path)).canonicalFilePath()));
+    };
+    for (const Row &row : catalogue.rows) {
+        if (!row.app)
+            continue;
+        use(row.app->icon);
+        for (const DescriptionFile &description : row.descriptions) {
+            use(description.path);
+            const QStringList sources = description.page ? description.page->pictures : QStringList();
+            for (const QString &source : sources)
+                use(pictureFile(description.path, source).value_or(QString()));
+        }
+        const QStringList files = publishedFiles(row);
+        for (const QString &file : files)
+            use(file);
+    }
+    const QStringList unused = catalogue.tree.unused(used);
+    for (const QString &path : unused)
+        report.add({}, 0, {path});
+}
+
+} // namespace PathRules
