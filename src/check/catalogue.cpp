@@ -153,12 +153,3 @@ QString loadProblem(const QString &projectFile)
     }
     return {};
 }
-
-QString openProblem(const QString &path)
-{
-    const QFileInfo info(path);
-    if (info.exists() && !info.isFile())
-        return path + QStringLiteral(": Is not a regular file");
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
-}

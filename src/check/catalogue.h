@@ -69,6 +69,3 @@ struct Catalogue
 /// The first line of a project file that cannot be understood, as "FILE:LINE: WHY", or why the file cannot be read.
 /// Empty when there is no such thing.
 [[nodiscard]] QString loadProblem(const QString &projectFile);
-
-/// Why a file cannot be read to its end, as "FILE: WHY"; empty when it can be opened.
-[[nodiscard]] QString openProblem(const QString &path);

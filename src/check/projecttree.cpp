@@ -1,6 +1,7 @@
 #include "check/projecttree.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -127,4 +128,13 @@ bool isCircle(const QString &path)
             return true;
     }
     return false;
+}
+
+QString openProblem(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile())
+        return path + QStringLiteral(": Is not a regular file");
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
 }

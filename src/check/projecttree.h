@@ -46,3 +46,6 @@ private:
 
 /// Whether a path is a link that leads back to itself, or to a folder on the way to it.
 [[nodiscard]] bool isCircle(const QString &path);
+
+/// Why a regular file cannot be opened, as "FILE: WHY"; empty when it can.
+[[nodiscard]] QString openProblem(const QString &path);
