@@ -1,0 +1,135 @@
+#include "cli/output.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+bool write(std::FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    const auto size = static_cast<size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
+}
+
+QString counted(qsizetype number, const QString &thing)
+{
+    return QStringLiteral("%1 %2%3").arg(QString::number(number), thing, number == 1 ? QString() : QStringLiteral("s"));
+}
+
+QString heading(const Finding &finding)
+{
+    if (finding.app.isEmpty() && finding.line == 0)
+        return QStringLiteral("The whole");
+    const QString app = finding.app.isEmpty() ? QStringLiteral("(no name)") : finding.app;
+    return finding.line == 0 ? app : QStringLiteral("%1, line %2").arg(app, QString::number(finding.line));
+}
+
+} // namespace
+
+bool print(const QString &text)
+{
+    errno = 0;
+    if (write(stdout, text))
+        return true;
+    printError(QStringLiteral("standard output: ") + QString::fromStdString(std::generic_category().message(errno)));
+    return false;
+}
+
+void printError(const QString &message)
+{
+    write(stderr, QStringLiteral("catalist-cli: ") + message + QLatin1Char('\n'));
+}
+
+QString asText(const QList<Finding> &findings)
+{
+    QString text;
+    QString last;
+    for (const Finding &finding : findings) {
+        const QString title = heading(finding);
+        if (title != last)
+            text += (last.isEmpty() ? QString() : QStringLiteral("\n")) + title + QLatin1Char('\n');
+        last = title;
+        text += QStringLiteral("  %1 %2 %3\n")
+                    .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22), finding.text);
+    }
+    if (findings.isEmpty())
+        return QStringLiteral("Nothing found.\n");
+    return text
+           + QStringLiteral("\n%1, %2, %3\n")
+                 .arg(counted(count(findings, Severity::Error), QStringLiteral("error")),
+                      counted(count(findings, Severity::Warning), QStringLiteral("warning")),
+                      counted(count(findings, Severity::Note), QStringLiteral("note")));
+}
+
+QString asJson(const QList<Finding> &findings, const QString &command, const QString &input)
+{
+    QJsonArray list;
+    for (const Finding &finding : findings) {
+        list.append(QJsonObject{
+            {QStringLiteral("code"), finding.code},
+            {QStringLiteral("severity"), severityName(finding.severity)},
+            {QStringLiteral("app"), finding.app},
+            {QStringLiteral("line"), finding.line},
+            {QStringLiteral("text"), finding.text},
+        });
+    }
+    const QJsonObject object{
+        {QStringLiteral("command"), command},
+        {QStringLiteral("input"), input},
+        {QStringLiteral("errors"), count(findings, Severity::Error)},
+        {QStringLiteral("warnings"), count(findings, Severity::Warning)},
+        {QStringLiteral("notes"), count(findings, Severity::Note)},
+        {QStringLiteral("findings"), list},
+    };
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
+}
+
+qsizetype count(const QList<Finding> &findings, Severity severity)
+{
+    return std::count_if(findings.cbegin(), findings.cend(),
+                         [severity](const Finding &finding) { return finding.severity == severity; });
+}
+
+ProgressLine::ProgressLine()
+{
+#ifdef Q_OS_UNIX
+    isTerminal = ::isatty(STDERR_FILENO) == 1;
+#endif
+}
+
+ProgressLine::~ProgressLine()
+{
+    if (isShown)
+        write(stderr, QStringLiteral("\r\033[K"));
+}
+
+void ProgressLine::show(const QString &text)
+{
+    if (!isTerminal)
+        return;
+    isShown = true;
+    write(stderr, QStringLiteral("\r\033[K") + text);
+}
+
+void holdStandardStreams()
+{
+#ifdef Q_OS_UNIX
+    // What is opened takes the lowest number that is free; writing to it then fails as it does to a closed stream.
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1 && ::open("/dev/null", O_RDONLY) != stream)
+            return;
+    }
+#endif
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "check/finding.h"
+
+#include <QString>
+
+// What the command prints. Nothing here ends the program.
+
+/// Writes a text to standard output, where false means that it did not get there; standard error then says why.
+[[nodiscard]] bool print(const QString &text);
+
+/// "catalist-cli: " and a message, on standard error.
+void printError(const QString &message);
+
+/// The findings, grouped by app, to be read.
+[[nodiscard]] QString asText(const QList<Finding> &findings);
+
+/// The findings as one JSON object; the input is what they were found in.
+[[nodiscard]] QString asJson(const QList<Finding> &findings, const QString &command, const QString &input);
+
+[[nodiscard]] qsizetype count(const QList<Finding> &findings, Severity severity);
+
+/// A line on a terminal that is written over again and again, and gone in the end.
+class ProgressLine
+{
+public:
+    ProgressLine();
+    ~ProgressLine();
+    Q_DISABLE_COPY_MOVE(ProgressLine)
+
+    void show(const QString &text);
+
+private:
+    bool isShown = false;
+    bool isTerminal = false;
+};
+
+/// Makes sure that no file that is opened later takes the place of a standard stream that the caller has closed.
+void holdStandardStreams();
