@@ -1,6 +1,7 @@
 #include "check/projecttree.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -18,13 +19,14 @@ void appendUnused(const QString &folder, const QString &prefix, const QSet<QStri
         QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     for (const QFileInfo &entry : entries) {
         const QString path = prefix + entry.fileName();
-        if (used.contains(path))
+        const bool isLink = entry.isSymLink();
+        if (used.contains(path) || (isLink && usedFolders.contains(path)))
             continue;
-        if (entry.isSymLink() || !entry.isDir())
+        if (isLink || !entry.isDir())
             found->append(path);
         else if (usedFolders.contains(path))
             appendUnused(entry.filePath(), path + SLASH, used, usedFolders, found);
-        else if (!QDir(entry.filePath()).isEmpty(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot))
+        else if (QDirIterator(entry.filePath(), QDir::Files, QDirIterator::Subdirectories).hasNext())
             found->append(path + SLASH);
     }
 }
@@ -59,19 +61,33 @@ QString ProjectTree::spelling(const QString &relative) const
     if (cleaned.isEmpty() || isAbsolutePath(cleaned) || climbsOut(cleaned))
         return QFileInfo::exists(path(relative)) ? relative : QString();
 
-    QStringList spelt;
-    const QStringList parts = cleaned.split(SLASH);
-    for (const QString &part : parts) {
-        const QString folder = spelt.isEmpty() ? root : path(spelt.join(SLASH));
-        const Names &there = names(folder);
+    const QString spelt = spelling(cleaned.split(SLASH), {});
+    return spelt == cleaned ? relative : spelt;
+}
+
+QString ProjectTree::spelling(const QStringList &parts, const QString &folder) const
+{
+    if (parts.isEmpty())
+        return folder;
+    const QString &part = parts.constFirst();
+    const QString place = folder.isEmpty() ? root : path(folder);
+    QStringList candidates;
+    {
+        const Names &there = names(place);
+        candidates = there.folded.values(part.toCaseFolded());
         // A folder that may be passed but not listed shows no names.
-        const bool isThere = part == QLatin1String(".") || there.exact.contains(part)
-                             || (there.exact.isEmpty() && QFileInfo::exists(folder + SLASH + part));
-        spelt.append(isThere ? part : there.folded.value(part.toCaseFolded()));
-        if (spelt.constLast().isEmpty())
-            return {};
+        const bool isHere = there.exact.contains(part) || part == QLatin1String(".")
+                            || (there.exact.isEmpty() && QFileInfo::exists(place + SLASH + part));
+        candidates.removeOne(part);
+        if (isHere)
+            candidates.prepend(part);
     }
-    return spelt.join(SLASH) == cleaned ? relative : spelt.join(SLASH);
+    for (const QString &candidate : std::as_const(candidates)) {
+        QString found = spelling(parts.mid(1), folder.isEmpty() ? candidate : folder + SLASH + candidate);
+        if (!found.isEmpty())
+            return found;
+    }
+    return {};
 }
 
 bool ProjectTree::holds(const QString &path) const

@@ -29,9 +29,10 @@ private:
     struct Names
     {
         QSet<QString> exact;
-        QHash<QString, QString> folded; ///< by the name in folded case
+        QMultiHash<QString, QString> folded; ///< by the name in folded case
     };
 
+    [[nodiscard]] QString spelling(const QStringList &parts, const QString &folder) const;
     [[nodiscard]] const Names &names(const QString &folder) const;
 
     QString root;

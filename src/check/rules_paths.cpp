@@ -188,8 +188,10 @@ void notFound(const Catalogue &catalogue, const Row &row, const Report &report)
     const QHash<qsizetype, QString> parts = commaNames(catalogue, row);
     for (qsizetype i = 0; i < row.listed.size(); ++i) {
         const ListedPath &listed = row.listed.at(i);
-        if (listed.isMissing && !isAbsolutePath(listed.path) && !parts.contains(i)
-            && catalogue.tree.spelling(listed.path).isEmpty())
+        const QString spelling = catalogue.tree.spelling(listed.path);
+        // A link that leads nowhere has a name.
+        const bool hasOtherCase = !spelling.isEmpty() && spelling != listed.path;
+        if (listed.isMissing && !isAbsolutePath(listed.path) && !parts.contains(i) && !hasOtherCase)
             reportAt(row, report, {listed.path});
     }
 }
@@ -357,6 +359,15 @@ void unlisted(const Catalogue &catalogue, const Report &report)
         const QStringList files = publishedFiles(row);
         for (const QString &file : files)
             use(file);
+        for (const ListedPath &listed : row.listed) {
+            const QStringList notEntered = listed.circles + listed.outside;
+            for (const QString &path : notEntered) {
+                const QFileInfo link(catalogue.tree.path(path));
+                used.insert(path);
+                used.insert(
+                    folder.relativeFilePath(QFileInfo(link.path()).canonicalFilePath() + SLASH + link.fileName()));
+            }
+        }
     }
     const QStringList unused = catalogue.tree.unused(used);
     for (const QString &path : unused)

@@ -1,0 +1,580 @@
+#include "check/checkrules.h"
+
+#include "folder.h"
+#include "scratchhome.h"
+
+#include <QtTest>
+
+#include <memory>
+
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray PNG = "\x89PNG\r\n\x1a\n and so on";
+const QString HEADER = u"NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER"_s;
+
+enum Column { Name, Author, Version, Hardware, Date, Description, Files, Icon, MinVersion };
+
+/// A catalogue of one app in which nothing is wrong, until a case changes it.
+struct Draft
+{
+    Folder folder;
+    QString header = HEADER;
+    QStringList cells{uR"({"en":"Clock"})"_s,   u"Ann"_s,   u"1.0"_s,      u"674"_s, u"05-03-2024"_s,
+                      uR"({"en":"en.html"})"_s, u"Clock"_s, u"icon.png"_s, u"5.03"_s};
+    QStringList lines; ///< after that of the app
+    QString closed; ///< for everybody but the superuser
+
+    Draft()
+    {
+        folder.write(u"project/Clock/main.lua"_s, "abc");
+        folder.write(u"project/en.html"_s, "<p>Clock</p>");
+        folder.write(u"project/icon.png"_s, PNG);
+    }
+
+    ~Draft()
+    {
+        if (!closed.isEmpty())
+            QFile::setPermissions(closed, QFile::Permissions(0x7777));
+    }
+    Q_DISABLE_COPY_MOVE(Draft)
+
+    void set(Column column, const char *text) { cells[column] = QString::fromUtf8(text); }
+
+    void add(const char *path, const QByteArray &content = "abc") const
+    {
+        folder.write(u"project/"_s + QString::fromUtf8(path), content);
+    }
+
+    void link(const char *target, const char *path) const
+    {
+        folder.link(folder.path(QString::fromUtf8(target)), u"project/"_s + QString::fromUtf8(path));
+    }
+
+    void close(const char *path)
+    {
+        closed = folder.path(u"project/"_s + QString::fromUtf8(path));
+        if (!QFile::setPermissions(closed, {}))
+            qFatal("Cannot set the permissions");
+    }
+
+    /// Another app, clean but for one cell.
+    void addApp(Column column, const char *text)
+    {
+        QStringList others = Draft::cellsOf(u"Lamp"_s);
+        others[column] = QString::fromUtf8(text);
+        lines.append(others.join(u';'));
+        if (!folder.exists(u"project/Lamp"_s))
+            add("Lamp/lamp.lua");
+    }
+
+    static QStringList cellsOf(const QString &name)
+    {
+        return {uR"({"en":"%1"})"_s.arg(name), u"Ann"_s, u"1.0"_s,      u"674"_s, u"05-03-2024"_s,
+                uR"({"en":"en.html"})"_s,      name,     u"icon.png"_s, u"5.03"_s};
+    }
+
+    [[nodiscard]] QString save() const
+    {
+        QStringList all = lines;
+        all.prepend(cells.join(u';'));
+        if (!header.isNull())
+            all.prepend(header);
+        folder.write(u"project/Apps.csv"_s, all.join(u'\n').toUtf8() + '\n');
+        return folder.path(u"project/Apps.csv"_s);
+    }
+};
+
+struct Case
+{
+    const char *code;
+    bool isFaulty; ///< otherwise it nearly is
+    const char *title;
+    void (*make)(Draft &draft);
+    const char *also = ""; ///< the other codes that it has
+};
+
+constexpr bool FAULT = true;
+constexpr bool NEARLY = false;
+
+void makePipe(const QString &path)
+{
+#ifdef Q_OS_UNIX
+    if (::mkfifo(QFile::encodeName(path).constData(), 0666) != 0)
+        qFatal("Cannot make %s", qPrintable(path));
+#else
+    Q_UNUSED(path)
+#endif
+}
+
+// clang-format off
+const QList<Case> &lineCases()
+{
+    static const QList<Case> cases{
+        {"header-missing", FAULT, "none", [](Draft &d) { d.header = QString(); }},
+        {"header-missing", FAULT, "in lower case", [](Draft &d) { d.header = HEADER.toLower(); }, "row-not-json"},
+        {"header-missing", NEARLY, "after a mark", [](Draft &d) { d.header.prepend(QChar(0xfeff)); }},
+        {"header-differs", FAULT, "other order", [](Draft &d) { d.header = u"NAME;VERSION;AUTHOR"_s; }},
+        {"header-differs", FAULT, "blank at the end", [](Draft &d) { d.header += u' '; }},
+        {"header-differs", NEARLY, "carriage return", [](Draft &d) { d.header += u'\r'; }},
+        {"header-again", FAULT, "twice", [](Draft &d) { d.lines.append(HEADER); }},
+        {"header-again", FAULT, "an app of that name", [](Draft &d) { d.lines.append(u"NAME;Ann;1.0;674;;{};;;"_s); }},
+        {"header-again", NEARLY, "an app called NAME", [](Draft &d) { d.set(Name, R"({"en":"NAME"})"); }},
+        {"row-too-short", FAULT, "blank line", [](Draft &d) { d.lines.append(QString()); }},
+        {"row-too-short", FAULT, "six cells", [](Draft &d) { d.lines.append(u"{};A;1;674;;{}"_s); }},
+        {"row-too-short", NEARLY, "seven cells", [](Draft &d) { d.cells = d.cells.mid(0, 7); }, "icon-missing min-version-missing file-unlisted"},
+        {"row-not-json", FAULT, "names", [](Draft &d) { d.set(Name, "Clock"); }},
+        {"row-not-json", FAULT, "descriptions", [](Draft &d) { d.set(Description, "{\"en\":"); }},
+        {"row-not-json", NEARLY, "blanks in it", [](Draft &d) { d.set(Name, R"( { "en" : "Clock" } )"); }},
+        {"row-too-long", FAULT, "ten cells", [](Draft &d) { d.cells.append(QString()); }},
+        {"row-too-long", FAULT, "semicolon in a path", [](Draft &d) { d.set(Files, "Clock;b"); d.add("b"); }, "icon-kind min-version-unclear file-unlisted"},
+        {"row-too-long", NEARLY, "nine cells, the last of them empty", [](Draft &d) { d.set(MinVersion, ""); }, "min-version-missing"},
+        {"text-semicolon", FAULT, "in a name", [](Draft &d) { d.set(Name, R"({"en":"A;B;C"})"); }, "row-not-json row-too-long"},
+        {"text-semicolon", FAULT, "in an author", [](Draft &d) { d.set(Author, "Ann; Bob"); }, "row-not-json row-too-long"},
+        {"text-semicolon", FAULT, "in the path of a description", [](Draft &d) { d.set(Description, R"({"en":"a;b.html"})"); }, "row-not-json row-too-long"},
+        {"text-semicolon", FAULT, "escaped in a name", [](Draft &d) { d.set(Name, R"({"en":"A\u003bB"})"); }},
+        {"text-semicolon", FAULT, "escaped in the path of a description", [](Draft &d) { d.set(Description, R"({"en":"a\u003b.html"})"); d.add("a;.html"); }, "file-unlisted"},
+        {"text-semicolon", NEARLY, "a Greek question mark", [](Draft &d) { d.set(Name, R"({"en":"A\u037eB"})"); }},
+        {"text-line-break", FAULT, "in an author", [](Draft &d) { d.set(Author, "Ann\nBob"); }, "row-too-short row-not-json"},
+        {"text-line-break", FAULT, "in an icon", [](Draft &d) { d.set(Icon, "ic\non.png"); }, "row-too-short icon-not-found icon-kind min-version-missing"},
+        {"text-line-break", FAULT, "carriage return in an author", [](Draft &d) { d.set(Author, "Ann\rBob"); }},
+        {"text-line-break", NEARLY, "escaped in a name", [](Draft &d) { d.set(Name, R"({"en":"A\nB\rC"})"); }},
+        {"text-line-break", NEARLY, "Windows' line ends", [](Draft &d) { d.header += u'\r'; d.cells.last() += u'\r'; }},
+        {"text-not-utf8", FAULT, "in an author", [](Draft &d) { d.set(Author, "\xef\xbf\xbd"); }},
+        {"text-not-utf8", FAULT, "in a name", [](Draft &d) { d.set(Name, "{\"en\":\"Caf\xef\xbf\xbd\"}"); }},
+        {"text-not-utf8", NEARLY, "letters of every length", [](Draft &d) { d.set(Author, "é日𝄞"); }},
+    };
+    return cases;
+}
+
+const QList<Case> &factCases()
+{
+    static const QList<Case> cases{
+        {"name-missing", FAULT, "only another language", [](Draft &d) { d.set(Name, R"({"de":"Uhr"})"); }},
+        {"name-missing", FAULT, "blank", [](Draft &d) { d.set(Name, R"({"en":" "})"); }},
+        {"name-missing", FAULT, "a list of names", [](Draft &d) { d.set(Name, R"(["Clock"])"); }},
+        {"name-missing", NEARLY, "a number", [](Draft &d) { d.set(Name, R"({"en":5})"); }},
+        {"name-code", FAULT, "upper case", [](Draft &d) { d.set(Name, R"({"en":"Clock","DE":"Uhr"})"); }},
+        {"name-code", FAULT, "three letters", [](Draft &d) { d.set(Name, R"({"en":"Clock","deu":"Uhr"})"); }},
+        {"name-code", FAULT, "line end", [](Draft &d) { d.set(Name, R"({"en":"Clock","de\n":"Uhr"})"); }},
+        {"name-code", NEARLY, "two lower-case letters", [](Draft &d) { d.set(Name, R"({"en":"Clock","it":"Orologio"})"); }},
+        {"name-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Name, R"({"en":"Clock","es":"Reloj"})"); }},
+        {"name-not-offered", FAULT, "Czech by its right code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cs":"Hodiny"})"); }},
+        {"name-not-offered", NEARLY, "Czech by the offered code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cz":"Hodiny"})"); }},
+        {"name-too-many", FAULT, "five", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D","it":"E"})"); }},
+        {"name-too-many", FAULT, "four without the default", [](Draft &d) { d.set(Name, R"({"cz":"B","de":"C","fr":"D","it":"E"})"); }, "name-missing"},
+        {"name-too-many", NEARLY, "four", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D"})"); }},
+        {"name-twice", FAULT, "the same", [](Draft &d) { d.addApp(Name, R"({"en":"Clock"})"); }},
+        {"name-twice", FAULT, "with a blank", [](Draft &d) { d.addApp(Name, R"({"en":" Clock"})"); }},
+        {"name-twice", NEARLY, "in another language", [](Draft &d) { d.addApp(Name, R"({"de":"Clock","en":"Lamp"})"); }},
+        {"version-missing", FAULT, "empty", [](Draft &d) { d.set(Version, ""); }},
+        {"version-missing", FAULT, "quotes", [](Draft &d) { d.set(Version, "\"\""); }},
+        {"version-missing", NEARLY, "zero", [](Draft &d) { d.set(Version, "0"); }},
+        {"version-unclear", FAULT, "a word after it", [](Draft &d) { d.set(Version, "1.2beta"); }},
+        {"version-unclear", FAULT, "a letter before it", [](Draft &d) { d.set(Version, "v1.2"); }},
+        {"version-unclear", FAULT, "dot at the end", [](Draft &d) { d.set(Version, "1.2."); }},
+        {"version-unclear", FAULT, "a number too large", [](Draft &d) { d.set(Version, "1.99999999999"); }},
+        {"version-unclear", NEARLY, "in quotes, with zeros", [](Draft &d) { d.set(Version, "\"1.02.003.4\""); }},
+        {"date-missing", FAULT, "empty", [](Draft &d) { d.set(Date, ""); }},
+        {"date-missing", FAULT, "blanks", [](Draft &d) { d.set(Date, "  "); }},
+        {"date-missing", NEARLY, "early", [](Draft &d) { d.set(Date, "01-01-2000"); }},
+        {"date-unclear", FAULT, "month 13", [](Draft &d) { d.set(Date, "05-13-2024"); }},
+        {"date-unclear", FAULT, "29 February", [](Draft &d) { d.set(Date, "29-02-2023"); }},
+        {"date-unclear", FAULT, "dots", [](Draft &d) { d.set(Date, "05.03.2024"); }},
+        {"date-unclear", NEARLY, "29 February of a leap year", [](Draft &d) { d.set(Date, " 29-02-2024 "); }},
+        {"date-form", FAULT, "year first", [](Draft &d) { d.set(Date, "2024-03-05"); }},
+        {"date-form", FAULT, "a word", [](Draft &d) { d.set(Date, "5 Mar 2024"); }},
+        {"date-form", NEARLY, "blanks around", [](Draft &d) { d.set(Date, " 05-03-2024 "); }},
+        {"min-version-missing", FAULT, "empty", [](Draft &d) { d.set(MinVersion, ""); }},
+        {"min-version-missing", FAULT, "zero", [](Draft &d) { d.set(MinVersion, "0.00"); }},
+        {"min-version-missing", NEARLY, "nearly zero", [](Draft &d) { d.set(MinVersion, "0.01"); }},
+        {"min-version-unclear", FAULT, "word", [](Draft &d) { d.set(MinVersion, "any"); }},
+        {"min-version-unclear", FAULT, "three numbers", [](Draft &d) { d.set(MinVersion, "5.3.1"); }},
+        {"min-version-unclear", FAULT, "comma", [](Draft &d) { d.set(MinVersion, "5,03"); }},
+        {"min-version-unclear", NEARLY, "one number", [](Draft &d) { d.set(MinVersion, "5"); }},
+        {"hardware-missing", FAULT, "empty", [](Draft &d) { d.set(Hardware, ""); }},
+        {"hardware-missing", FAULT, "blank", [](Draft &d) { d.set(Hardware, " "); }},
+        {"hardware-missing", NEARLY, "one", [](Draft &d) { d.set(Hardware, "3867"); }},
+        {"hardware-unclear", FAULT, "a name", [](Draft &d) { d.set(Hardware, "674,KR-9"); }},
+        {"hardware-unclear", FAULT, "comma too many", [](Draft &d) { d.set(Hardware, "674,,678"); }},
+        {"hardware-unclear", FAULT, "too large", [](Draft &d) { d.set(Hardware, "674,99999999999"); }},
+        {"hardware-unclear", NEARLY, "blanks", [](Draft &d) { d.set(Hardware, "674, 678"); }},
+        {"hardware-unknown", FAULT, "zero", [](Draft &d) { d.set(Hardware, "0"); }},
+        {"hardware-unknown", FAULT, "between two", [](Draft &d) { d.set(Hardware, "674,681"); }},
+        {"hardware-unknown", NEARLY, "read only", [](Draft &d) { d.set(Hardware, "673"); }},
+        {"hardware-twice", FAULT, "one after the other", [](Draft &d) { d.set(Hardware, "674,674"); }},
+        {"hardware-twice", FAULT, "far apart", [](Draft &d) { d.set(Hardware, "674,678,3859,674"); }},
+        {"hardware-twice", NEARLY, "both of one transmitter", [](Draft &d) { d.set(Hardware, "673,674"); }},
+    };
+    return cases;
+}
+
+const QList<Case> &pageCases()
+{
+    static const QList<Case> cases{
+        {"icon-missing", FAULT, "empty", [](Draft &d) { d.set(Icon, ""); }, "file-unlisted"},
+        {"icon-missing", FAULT, "eight cells fewer one", [](Draft &d) { d.cells = d.cells.mid(0, 7); }, "min-version-missing file-unlisted"},
+        {"icon-missing", NEARLY, "in a folder", [](Draft &d) { d.add("i/a.png", PNG); d.set(Icon, "i/a.png"); }, "file-unlisted"},
+        {"icon-not-found", FAULT, "no such file", [](Draft &d) { d.set(Icon, "other.png"); }, "file-unlisted"},
+        {"icon-not-found", FAULT, "a folder", [](Draft &d) { d.add("f.png/a"); d.set(Icon, "f.png"); }, "file-unlisted"},
+        {"icon-not-found", NEARLY, "another case", [](Draft &d) { d.set(Icon, "Icon.png"); }, "path-other-case file-unlisted"},
+        {"icon-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a.png"_s, PNG); d.set(Icon, "../a.png"); }, "file-unlisted"},
+        {"icon-outside", FAULT, "absolute", [](Draft &d) { d.set(Icon, "/icon.png"); }},
+        {"icon-outside", FAULT, "through a link", [](Draft &d) { d.folder.write(u"out/a.png"_s, PNG); d.link("out", "in"); d.set(Icon, "in/a.png"); }, "file-unlisted"},
+        {"icon-outside", NEARLY, "out and in again", [](Draft &d) { d.set(Icon, "Clock/../icon.png"); }},
+        {"icon-kind", FAULT, "bmp", [](Draft &d) { d.add("a.bmp", "BM"); d.set(Icon, "a.bmp"); }, "file-unlisted"},
+        {"icon-kind", FAULT, "no ending", [](Draft &d) { d.add("png", PNG); d.set(Icon, "png"); }, "file-unlisted"},
+        {"icon-kind", NEARLY, "upper case", [](Draft &d) { d.add("a.JPEG", "\xff\xd8\xff\xe0"); d.set(Icon, "a.JPEG"); }, "file-unlisted"},
+        {"icon-content", FAULT, "text", [](Draft &d) { d.add("icon.png", "<svg/>"); }},
+        {"icon-content", FAULT, "nothing", [](Draft &d) { d.add("icon.png", ""); }},
+        {"icon-content", NEARLY, "a picture of another kind", [](Draft &d) { d.add("icon.png", "GIF89a"); }},
+        {"description-missing", FAULT, "empty", [](Draft &d) { d.set(Description, "{}"); }, "file-unlisted"},
+        {"description-missing", FAULT, "a list", [](Draft &d) { d.set(Description, "[]"); }, "file-unlisted"},
+        {"description-missing", NEARLY, "only another language", [](Draft &d) { d.set(Description, R"({"de":"en.html"})"); }},
+        {"description-not-found", FAULT, "no such file", [](Draft &d) { d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
+        {"description-not-found", FAULT, "no path", [](Draft &d) { d.set(Description, R"({"de":"","en":"en.html"})"); }},
+        {"description-not-found", NEARLY, "another case", [](Draft &d) { d.set(Description, R"({"en":"EN.html"})"); }, "path-other-case file-unlisted"},
+        {"description-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.set(Description, R"({"en":"../a.html"})"); }, "file-unlisted"},
+        {"description-outside", FAULT, "a link", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
+        {"description-outside", NEARLY, "a link inside", [](Draft &d) { d.link("project/en.html", "de.html"); d.set(Description, R"({"de":"de.html"})"); }},
+        {"description-code", FAULT, "upper case", [](Draft &d) { d.set(Description, R"({"EN":"en.html"})"); }},
+        {"description-code", FAULT, "empty", [](Draft &d) { d.set(Description, R"({"":"en.html"})"); }},
+        {"description-code", NEARLY, "French", [](Draft &d) { d.set(Description, R"({"fr":"en.html"})"); }},
+        {"description-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Description, R"({"en":"en.html","es":"en.html"})"); }},
+        {"description-not-offered", FAULT, "Polish", [](Draft &d) { d.set(Description, R"({"pl":"en.html"})"); }},
+        {"description-not-offered", NEARLY, "all that are offered", [](Draft &d) { d.set(Description, R"({"cz":"en.html","de":"en.html","en":"en.html","fr":"en.html","it":"en.html"})"); }},
+        {"description-not-utf8", FAULT, "one byte", [](Draft &d) { d.add("en.html", "<p>Caf\xe9</p>"); }},
+        {"description-not-utf8", FAULT, "cut at the end", [](Draft &d) { d.add("en.html", "<p>Caf\xc3"); }},
+        {"description-not-utf8", NEARLY, "with a mark", [](Draft &d) { d.add("en.html", "\xef\xbb\xbf<p>Caf\xc3\xa9</p>"); }},
+        {"picture-not-found", FAULT, "no such file", [](Draft &d) { d.add("en.html", "<img src=\"a.png\">"); }},
+        {"picture-not-found", FAULT, "another case", [](Draft &d) { d.add("a.PNG", PNG); d.add("en.html", "<IMG ALT='>' SRC=a.png>"); }, "file-unlisted"},
+        {"picture-not-found", FAULT, "seen from the description", [](Draft &d) { d.add("a.png", PNG); d.add("d/en.html", "<img src='a.png'>"); d.set(Description, R"({"en":"d/en.html"})"); }, "file-unlisted"},
+        {"picture-not-found", NEARLY, "there, in many spellings", [](Draft &d) { d.add("a &b.png", PNG); d.add("en.html", "<img src=\"a%20&amp;b.png#x\"><img\nalt=x src='./a &b.png?y'><!-- <img src=c> --><img data-src=d>"); }},
+        {"picture-elsewhere", FAULT, "on the web", [](Draft &d) { d.add("en.html", "<img src=\"https://example.org/a.png\">"); }},
+        {"picture-elsewhere", FAULT, "on the web, without a scheme", [](Draft &d) { d.add("en.html", "<img width=1 src=//example.org/a.png>"); }},
+        {"picture-elsewhere", FAULT, "above", [](Draft &d) { d.add("en.html", "<img src='../a.png'>"); }},
+        {"picture-elsewhere", NEARLY, "in the page", [](Draft &d) { d.add("en.html", "<img src='data:image/png;base64,AAAA'>"); }},
+    };
+    return cases;
+}
+
+const QList<Case> &pathCases()
+{
+    static const QList<Case> cases{
+        {"path-none", FAULT, "nothing listed", [](Draft &d) { d.set(Files, ""); }, "file-unlisted"},
+        {"path-none", FAULT, "empty folder", [](Draft &d) { d.folder.makeFolder(u"project/e"_s); d.set(Files, "e"); }, "file-unlisted"},
+        {"path-none", NEARLY, "an empty file", [](Draft &d) { d.add("Clock/main.lua", ""); }},
+        {"path-whole-project", FAULT, "comma too many", [](Draft &d) { d.set(Files, "Clock,"); }, "path-twice"},
+        {"path-whole-project", FAULT, "dot", [](Draft &d) { d.set(Files, "."); }},
+        {"path-whole-project", FAULT, "there and back", [](Draft &d) { d.set(Files, "Clock/.."); }},
+        {"path-whole-project", NEARLY, "slash at the end", [](Draft &d) { d.set(Files, "Clock/"); }},
+        {"path-absolute", FAULT, "slash", [](Draft &d) { d.set(Files, "/Clock"); }},
+        {"path-absolute", FAULT, "drive", [](Draft &d) { d.set(Files, "Clock,C:/Clock"); }},
+        {"path-absolute", NEARLY, "dot before it", [](Draft &d) { d.set(Files, "./Clock"); }},
+        {"path-comma", FAULT, "in a file", [](Draft &d) { d.add("a,b.lua"); d.set(Files, "a,b.lua"); }, "path-none file-unlisted"},
+        {"path-comma", FAULT, "twice in a folder", [](Draft &d) { d.add("a,b,c/x"); d.set(Files, "Clock,a,b,c"); }, "file-unlisted"},
+        {"path-comma", NEARLY, "in a listed folder", [](Draft &d) { d.add("Clock/a,b.lua"); }},
+        {"path-other-case", FAULT, "of a folder", [](Draft &d) { d.set(Files, "clock/main.lua"); }, "path-none file-unlisted"},
+        {"path-other-case", FAULT, "of a file", [](Draft &d) { d.set(Files, "Clock/Main.lua"); }, "path-none file-unlisted"},
+        {"path-other-case", NEARLY, "both cases are there", [](Draft &d) { d.add("clock/main.lua"); d.set(Files, "clock/main.lua"); }, "file-unlisted"},
+        {"path-not-found", FAULT, "file", [](Draft &d) { d.set(Files, "Clock,Clock/other.lua"); }},
+        {"path-not-found", FAULT, "link to nothing", [](Draft &d) { d.link("nothing", "Clock/a"); d.set(Files, "Clock/a,Clock/main.lua"); }},
+        {"path-not-found", NEARLY, "hidden", [](Draft &d) { d.add("Clock/.a"); d.set(Files, "Clock,Clock/.a"); }},
+        {"path-other-kind", FAULT, "pipe", [](Draft &d) { makePipe(d.folder.path(u"project/pipe"_s)); d.set(Files, "Clock,pipe"); }},
+        {"path-other-kind", FAULT, "link to a device", [](Draft &d) { d.folder.link(u"/dev/null"_s, u"project/a"_s); d.set(Files, "Clock,a"); }, "file-unlisted"},
+        {"path-other-kind", NEARLY, "link to a file", [](Draft &d) { d.link("project/Clock/main.lua", "a"); d.set(Files, "a"); }},
+        {"path-circle", FAULT, "to its folder", [](Draft &d) { d.link("project/Clock", "Clock/again"); }},
+        {"path-circle", FAULT, "to itself", [](Draft &d) { d.link("project/Clock/a", "Clock/a"); d.set(Files, "Clock,Clock/a"); }, ""},
+        {"path-circle", FAULT, "two that lead to each other", [](Draft &d) { d.add("a/x"); d.add("b/y"); d.link("project/b", "a/b"); d.link("project/a", "b/a"); d.set(Files, "Clock,a"); }},
+        {"path-circle", NEARLY, "to the folder beside", [](Draft &d) { d.add("a/x"); d.link("project/a", "Clock/a"); }},
+        {"path-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a"_s, ""); d.set(Files, "Clock,../a"); }},
+        {"path-outside", FAULT, "above, and not there", [](Draft &d) { d.set(Files, "Clock,../a"); }, "path-not-found"},
+        {"path-outside", FAULT, "link in a folder", [](Draft &d) { d.folder.write(u"out/x"_s, ""); d.link("out", "Clock/in"); }},
+        {"path-outside", FAULT, "folder beside whose name begins alike", [](Draft &d) { d.folder.write(u"project2/x"_s, ""); d.set(Files, "Clock,../project2/x"); }},
+        {"path-outside", NEARLY, "out and in again", [](Draft &d) { d.set(Files, "../project/Clock"); }},
+        {"path-unreadable", FAULT, "file", [](Draft &d) { d.close("Clock/main.lua"); }},
+        {"path-unreadable", FAULT, "folder", [](Draft &d) { d.add("Clock/a/b"); d.close("Clock/a"); }},
+        {"path-unreadable", FAULT, "icon", [](Draft &d) { d.close("icon.png"); }},
+        {"path-unreadable", NEARLY, "not listed", [](Draft &d) { d.add("a"); d.close("a"); }, "file-unlisted"},
+        {"path-twice", FAULT, "listed twice", [](Draft &d) { d.set(Files, "Clock,Clock/"); }},
+        {"path-twice", FAULT, "by itself and with its folder", [](Draft &d) { d.set(Files, "Clock/main.lua,Clock"); }},
+        {"path-twice", NEARLY, "the same content", [](Draft &d) { d.add("Clock/copy.lua"); }},
+        {"path-shared", FAULT, "a folder", [](Draft &d) { d.addApp(Files, "Clock,Lamp"); }},
+        {"path-shared", FAULT, "a file in it", [](Draft &d) { d.addApp(Files, "Clock/main.lua,Lamp"); }},
+        {"path-shared", NEARLY, "the same name in another folder", [](Draft &d) { d.add("Lamp/main.lua"); d.addApp(Files, "Lamp"); }},
+        {"path-case", FAULT, "in a folder", [](Draft &d) { d.add("Clock/Main.lua"); }},
+        {"path-case", FAULT, "of two apps", [](Draft &d) { d.add("clock/main.LUA"); d.addApp(Files, "clock,Lamp"); }},
+        {"path-case", FAULT, "not ASCII", [](Draft &d) { d.add("Clock/é"); d.add("Clock/É"); }, "url-escapes"},
+        {"path-case", NEARLY, "in folders of different names", [](Draft &d) { d.add("Lamp/Main.lua"); d.addApp(Files, "Lamp"); }},
+        {"fat-characters", FAULT, "colon", [](Draft &d) { d.add("Clock/a:b"); }},
+        {"fat-characters", FAULT, "in a folder's name", [](Draft &d) { d.add("Clock/a|b/c"); }, "url-escapes"},
+        {"fat-characters", FAULT, "control character", [](Draft &d) { d.add("Clock/a\tb"); }, "url-escapes"},
+        {"fat-characters", FAULT, "backslash", [](Draft &d) { d.add("Clock/a\\b"); }},
+        {"fat-characters", NEARLY, "what it takes", [](Draft &d) { d.add("Clock/a+b,c;d=e[f]'$&@!(-)~`{}^"); }, "url-escapes"},
+        {"fat-length", FAULT, "path", [](Draft &d) { d.add(qPrintable(u"Clock/"_s + QString(120, u'a') + u'/' + QString(124, u'b'))); }},
+        {"fat-length", FAULT, "path of many folders", [](Draft &d) { d.add(qPrintable(u"Clock/"_s + u"abcdefg/"_s.repeated(40) + u"a"_s)); }},
+        {"fat-length", NEARLY, "one less", [](Draft &d) { d.add(qPrintable(u"Clock/"_s + QString(120, u'a') + u'/' + QString(123, u'b'))); }},
+        {"fat-ending", FAULT, "dot", [](Draft &d) { d.add("Clock/a."); }},
+        {"fat-ending", FAULT, "blank after a folder", [](Draft &d) { d.add("Clock/a /b"); }, "url-escapes"},
+        {"fat-ending", NEARLY, "dot and blank before", [](Draft &d) { d.add("Clock/ .a"); }, "url-escapes"},
+        {"fat-reserved", FAULT, "by itself", [](Draft &d) { d.add("Clock/con"); }},
+        {"fat-reserved", FAULT, "with an ending", [](Draft &d) { d.add("Clock/Lpt9.tar.gz"); }},
+        {"fat-reserved", FAULT, "folder", [](Draft &d) { d.add("aux/a"); d.set(Files, "Clock,aux"); }},
+        {"fat-reserved", NEARLY, "longer", [](Draft &d) { d.add("Clock/console"); d.add("Clock/com0"); d.add("Clock/a.con"); }},
+        {"url-characters", FAULT, "number sign", [](Draft &d) { d.add("Clock/a#b"); }},
+        {"url-characters", FAULT, "per cent in an icon", [](Draft &d) { d.add("a%20.png", PNG); d.set(Icon, "a%20.png"); }, "file-unlisted"},
+        {"url-characters", FAULT, "question mark in a description", [](Draft &d) { d.add("a?.html"); d.set(Description, R"({"en":"a?.html"})"); }, "file-unlisted"},
+        {"url-characters", FAULT, "backslash in an icon", [](Draft &d) { d.add("a\\b.png", PNG); d.set(Icon, "a\\b.png"); }, "file-unlisted"},
+        {"url-characters", NEARLY, "what it carries", [](Draft &d) { d.add("Clock/a&b=c+d@e!f'(g)$,-_~"); }},
+        {"url-escapes", FAULT, "blank", [](Draft &d) { d.add("Clock/a b"); }},
+        {"url-escapes", FAULT, "not ASCII", [](Draft &d) { d.add("Clock/ž.lua"); }},
+        {"url-escapes", NEARLY, "in a name and an author", [](Draft &d) { d.set(Author, "Ann Léger"); d.set(Name, R"({"en":"Clock č"})"); }},
+        {"file-unlisted", FAULT, "file", [](Draft &d) { d.add("README"); }},
+        {"file-unlisted", FAULT, "beside listed ones", [](Draft &d) { d.add("Clock/other.lua"); d.set(Files, "Clock/main.lua"); }},
+        {"file-unlisted", FAULT, "folder", [](Draft &d) { d.add("old/a/b"); }},
+        {"file-unlisted", NEARLY, "hidden, empty folder, index", [](Draft &d) { d.add(".git/x"); d.add(".a"); d.add("Apps.json"); d.folder.makeFolder(u"project/e"_s); }},
+    };
+    return cases;
+}
+// clang-format on
+
+QList<Case> allCases()
+{
+    return lineCases() + factCases() + pageCases() + pathCases();
+}
+
+QString describe(const Finding &finding)
+{
+    return u"%1 %2 [%3, line %4] %5"_s.arg(severityName(finding.severity), finding.code, finding.app)
+        .arg(finding.line)
+        .arg(finding.text);
+}
+
+QStringList codesOf(const QList<Finding> &findings)
+{
+    QStringList codes;
+    for (const Finding &finding : findings)
+        codes.append(finding.code);
+    codes.removeDuplicates();
+    codes.sort();
+    return codes;
+}
+
+} // namespace
+
+class TestCheck : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everyCode_data();
+    void everyCode();
+    void everyCodeHasCases();
+    void sentences_data();
+    void sentences();
+    void orderOfFindings();
+    void brokenLinesHideNothing();
+    void exampleIsClean();
+    void cannotBeRead_data();
+    void cannotBeRead();
+    void throughALink();
+    void changesNothing();
+};
+
+void TestCheck::everyCode_data()
+{
+    QTest::addColumn<int>("number");
+    const QList<Case> cases = allCases();
+    for (int i = 0; i < cases.size(); ++i) {
+        const Case &one = cases.at(i);
+        QTest::addRow("%s, %s%s", one.code, one.isFaulty ? "" : "nearly: ", one.title) << i;
+    }
+}
+
+void TestCheck::everyCode()
+{
+    QFETCH(int, number);
+    const Case one = allCases().at(number);
+    Draft draft;
+    one.make(draft);
+    const QString path = draft.save();
+
+    std::unique_ptr<OrdinaryUser> user;
+    if (!draft.closed.isEmpty())
+        user = std::make_unique<OrdinaryUser>();
+    const CheckResult result = checkCatalogue(path);
+    user.reset();
+
+    QCOMPARE(result.error, QString());
+    QStringList expected = QString::fromLatin1(one.also).split(u' ', Qt::SkipEmptyParts);
+    if (one.isFaulty)
+        expected.append(QString::fromLatin1(one.code));
+    expected.sort();
+    QStringList told;
+    for (const Finding &finding : result.findings)
+        told.append(describe(finding));
+    QVERIFY2(codesOf(result.findings) == expected, qPrintable(told.join(u'\n')));
+    for (const Finding &finding : result.findings) {
+        QVERIFY2(finding.text.endsWith(u'.') && !finding.text.contains(u"%1"), qPrintable(finding.text));
+    }
+}
+
+void TestCheck::everyCodeHasCases()
+{
+    const QList<Case> cases = allCases();
+    const QList<KnownCode> codes = checkCodes();
+    QStringList known;
+    for (const KnownCode &code : codes) {
+        known.append(code.code);
+        const auto count = [&](bool isFaulty) {
+            return std::count_if(cases.cbegin(), cases.cend(), [&](const Case &one) {
+                return one.isFaulty == isFaulty && QLatin1String(one.code) == code.code;
+            });
+        };
+        QVERIFY2(count(FAULT) >= 2, qPrintable(code.code));
+        QVERIFY2(count(NEARLY) >= 1, qPrintable(code.code));
+    }
+    QCOMPARE(known.removeDuplicates(), 0);
+    for (const Case &one : cases)
+        QVERIFY2(known.contains(QLatin1String(one.code)), one.code);
+}
+
+void TestCheck::sentences_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("line") << u"row-too-short"_s
+                          << u"error row-too-short [, line 6] Complete the line or take it out, as the catalogue does "
+                             u"not open with it: 1 of at least 7 cells."_s;
+    QTest::newRow("column and place")
+        << u"row-not-json"_s
+        << u"error row-not-json [, line 5] Mend the cell, as the catalogue does not open with it: DESCRIPTION is not "
+           u"JSON: unterminated object at byte 2."_s;
+    QTest::newRow("two particulars") << u"path-other-case"_s
+                                     << u"error path-other-case [Clock, line 2] Write \"clock/MAIN.lua\" as "
+                                        u"\"Clock/main.lua\", which it is called on the disk."_s;
+    QTest::newRow("places in what fills a place")
+        << u"url-characters"_s
+        << u"error url-characters [Clock, line 2] Rename \"%2 %1.png\": a URL cannot carry its \"#\", \"?\", \"%\" or "
+           u"\"\\\" as written."_s;
+    QTest::newRow("name in another language")
+        << u"name-missing"_s << u"error name-missing [Lampe, line 3] Name the app in \"en\", the default language."_s;
+    QTest::newRow("of no app") << u"header-missing"_s
+                               << u"warning header-missing [, line 1] Begin the file with the line \"%1\"."_s.arg(
+                                      HEADER);
+}
+
+void TestCheck::sentences()
+{
+    QFETCH(QString, code);
+    Draft draft;
+    draft.header = u"Catalogue;;;;;;"_s;
+    draft.set(Files, "clock/MAIN.lua");
+    draft.set(Icon, "%2 %1.png");
+    draft.addApp(Name, R"({"de":"Lampe"})");
+    draft.lines.append(HEADER);
+    draft.lines.append(u"{};;;;;{;"_s);
+    draft.lines.append(QString());
+    const CheckResult result = checkCatalogue(draft.save());
+    QStringList told;
+    for (const Finding &finding : result.findings) {
+        if (finding.code == code)
+            told.append(describe(finding));
+    }
+    QTEST(told.value(told.size() - 1), "told");
+}
+
+void TestCheck::orderOfFindings()
+{
+    Draft draft;
+    draft.add("unlisted");
+    draft.addApp(Version, "");
+    draft.addApp(Hardware, "1");
+    draft.set(Hardware, "1,1,x");
+    QStringList told;
+    const CheckResult result = checkCatalogue(draft.save());
+    for (const Finding &finding : result.findings)
+        told.append(u"%1 %2"_s.arg(finding.line).arg(finding.code));
+    QCOMPARE(told, (QStringList{u"2 hardware-unclear"_s, u"2 hardware-unknown"_s, u"2 hardware-unknown"_s,
+                                u"2 hardware-twice"_s, u"3 version-missing"_s, u"4 name-twice"_s,
+                                u"4 hardware-unknown"_s, u"4 path-shared"_s, u"0 file-unlisted"_s}));
+}
+
+void TestCheck::brokenLinesHideNothing()
+{
+    Draft draft;
+    draft.lines.append(QString());
+    draft.addApp(Version, "");
+    draft.lines.append(u"x;;;;;;"_s);
+    draft.addApp(Name, R"({"en":"Other"})");
+    draft.lines.last().replace(u"Lamp"_s, u"Lamp/missing"_s);
+    QStringList told;
+    const CheckResult result = checkCatalogue(draft.save());
+    for (const Finding &finding : result.findings)
+        told.append(u"%1 %2"_s.arg(finding.line).arg(finding.code));
+    QCOMPARE(told, (QStringList{u"3 row-too-short"_s, u"4 version-missing"_s, u"5 row-not-json"_s, u"6 path-none"_s,
+                                u"6 path-not-found"_s}));
+}
+
+void TestCheck::exampleIsClean()
+{
+    const CheckResult result = checkCatalogue(u"" CATALIST_SOURCE_DIR "/examples/catalogue/Apps.csv"_s);
+    QCOMPARE(result.error, QString());
+    QStringList told;
+    for (const Finding &finding : result.findings)
+        told.append(describe(finding));
+    QCOMPARE(told, QStringList());
+}
+
+void TestCheck::cannotBeRead_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("missing") << u"missing/Apps.csv"_s << u"No such file or directory"_s;
+    QTest::newRow("folder") << u"project"_s << u"Is not a regular file"_s;
+    QTest::newRow("closed") << u"project/closed.csv"_s << u"Permission denied"_s;
+}
+
+void TestCheck::cannotBeRead()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, reason);
+    const Folder folder;
+    folder.write(u"project/closed.csv"_s, HEADER.toUtf8());
+    QVERIFY(QFile::setPermissions(folder.path(u"project/closed.csv"_s), {}));
+    const OrdinaryUser user;
+    const CheckResult result = checkCatalogue(folder.path(path));
+    QCOMPARE(result.error, folder.path(path) + u": "_s + reason);
+    QVERIFY(result.findings.isEmpty());
+}
+
+void TestCheck::throughALink()
+{
+    Draft draft;
+    const QString path = draft.save();
+    QVERIFY(checkCatalogue(path).findings.isEmpty());
+    draft.folder.link(draft.folder.path(u"project"_s), u"alias"_s);
+    QCOMPARE(codesOf(checkCatalogue(draft.folder.path(u"alias/Apps.csv"_s)).findings), QStringList());
+    draft.folder.link(draft.folder.path(u"project/Apps.csv"_s), u"alias.csv"_s);
+    QVERIFY(codesOf(checkCatalogue(draft.folder.path(u"alias.csv"_s)).findings).contains(u"path-not-found"_s));
+}
+
+void TestCheck::changesNothing()
+{
+    Draft draft;
+    draft.set(Files, "");
+    const QString path = draft.save();
+    const QByteArray before = draft.folder.read(u"project/Apps.csv"_s);
+    const QStringList entries = QDir(QFileInfo(path).path()).entryList();
+    QVERIFY(!checkCatalogue(path).findings.isEmpty());
+    QCOMPARE(draft.folder.read(u"project/Apps.csv"_s), before);
+    QCOMPARE(QDir(QFileInfo(path).path()).entryList(), entries);
+}
+
+CATALIST_CORE_TEST_MAIN(TestCheck)
+#include "tst_check.moc"

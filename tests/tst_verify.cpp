@@ -1,0 +1,461 @@
+#include "check/verify.h"
+
+#include "check/checkrules.h"
+#include "folder.h"
+#include "io/projectfile.h"
+#include "io/repositoryindex.h"
+#include "scratchhome.h"
+#include "seed.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QtTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString URL = u"https://apps.example.org/"_s;
+const QByteArray PNG = "\x89PNG\r\n\x1a\n";
+
+QByteArray asBytes(const QJsonObject &index)
+{
+    return QJsonDocument(index).toJson();
+}
+
+QStringList told(const CheckResult &result)
+{
+    QStringList all;
+    for (const Finding &finding : result.findings)
+        all.append(finding.code + u": "_s + finding.text);
+    return all;
+}
+
+QStringList codes(const CheckResult &result)
+{
+    QStringList all;
+    for (const Finding &finding : result.findings)
+        all.append(finding.code);
+    all.removeDuplicates();
+    all.sort();
+    return all;
+}
+
+/// A small published folder, and its index, for cases to change.
+struct Published
+{
+    Folder folder;
+    QJsonObject app;
+    QString url = URL;
+
+    Published()
+    {
+        folder.write(u"www/Clock/main.lua"_s, "abc");
+        folder.write(u"www/Clock/lib/a.lua"_s, "");
+        folder.write(u"www/en.html"_s, "<img src=\"screen.png\">");
+        folder.write(u"www/screen.png"_s, PNG);
+        folder.write(u"www/icon.png"_s, PNG);
+        folder.write(u"www/Apps.csv"_s, "");
+        AppConfig clock;
+        clock.names = {{u"en"_s, u"Clock"_s}};
+        clock.icon = u"icon.png"_s;
+        clock.descriptions = {{u"en"_s, u"en.html"_s}};
+        clock.files = QStringList{u"Clock"_s};
+        const QJsonObject index = buildRepositoryIndex({clock}, URL, folder.path(u"www"_s));
+        app = index.value("applications"_L1).toArray().at(0).toObject();
+    }
+
+    /// Changes the entry of Clock/lib/a.lua, the first one.
+    void setEntry(QLatin1String member, const QJsonValue &value)
+    {
+        QJsonArray files = app.value("files"_L1).toArray();
+        QJsonObject entry = files.at(0).toObject();
+        entry.insert(member, value);
+        files.replace(0, entry);
+        app.insert("files"_L1, files);
+    }
+
+    void appendEntry(const QString &path, const QString &destination, const QString &hash)
+    {
+        QJsonArray files = app.value("files"_L1).toArray();
+        files.append(
+            QJsonObject{{u"url"_s, URL + path}, {u"destination"_s, destination}, {u"hash"_s, hash}, {u"size"_s, 0}});
+        app.insert("files"_L1, files);
+    }
+
+    void remove(const QString &path) const { QFile::remove(folder.path(u"www/"_s + path)); }
+
+    CheckResult verify() const
+    {
+        folder.write(u"www/Apps.json"_s, asBytes({{u"applications"_s, QJsonArray{app}}}));
+        return verifyIndex(folder.path(u"www"_s), folder.path(u"www/Apps.json"_s), url);
+    }
+};
+
+const QString EMPTY_HASH = u"da39a3ee5e6b4b0d3255bfef95601890afd80709"_s;
+const QString OTHER_HASH = u"a9993e364706816aba3e25717850c26c9cd0d89d"_s;
+
+struct Case
+{
+    const char *code;
+    bool isFaulty; ///< otherwise it nearly is
+    const char *title;
+    void (*make)(Published &published);
+    const char *also = ""; ///< the other codes that it has
+};
+
+constexpr bool FAULT = true;
+constexpr bool NEARLY = false;
+
+// clang-format off
+const QList<Case> &cases()
+{
+    static const QList<Case> all{
+        {"index-form", FAULT, "no files", [](Published &p) { p.app.remove("files"_L1); }, "file-unnamed"},
+        {"index-form", FAULT, "size in letters", [](Published &p) { p.setEntry("size"_L1, u"0"_s); }, "file-unnamed"},
+        {"index-form", FAULT, "no hash", [](Published &p) { p.setEntry("hash"_L1, QJsonValue()); }, "file-unnamed"},
+        {"index-form", NEARLY, "more members", [](Published &p) { p.setEntry("comment"_L1, 5); p.app.insert("x"_L1, 1); }},
+        {"url-elsewhere", FAULT, "another server", [](Published &p) { p.setEntry("url"_L1, u"https://other.example.org/a"_s); }, "file-unnamed"},
+        {"url-elsewhere", FAULT, "another scheme", [](Published &p) { p.url = u"http://apps.example.org/"_s; }, "file-unnamed"},
+        {"url-elsewhere", FAULT, "icon on another server", [](Published &p) { p.app.insert("previewIcon"_L1, u"https://other.example.org/icon.png"_s); }, "file-unnamed"},
+        {"url-elsewhere", NEARLY, "no icon", [](Published &p) { p.app.insert("previewIcon"_L1, URL); p.remove(u"icon.png"_s); }},
+        {"url-characters", FAULT, "number sign", [](Published &p) { p.folder.write(u"www/a#b"_s, ""); p.appendEntry(u"a#b"_s, u"Apps/a#b"_s, EMPTY_HASH); }},
+        {"url-characters", FAULT, "question mark in an icon", [](Published &p) { p.folder.write(u"www/i?.png"_s, PNG); p.app.insert("previewIcon"_L1, QString(URL + u"i?.png"_s)); }, "file-unnamed"},
+        {"url-characters", NEARLY, "blank and letters", [](Published &p) { p.folder.write(u"www/a ž&+"_s, ""); p.appendEntry(u"a ž&+"_s, u"Apps/a ž&+"_s, EMPTY_HASH); }},
+        {"path-escapes", FAULT, "URL climbs out", [](Published &p) { p.folder.write(u"x"_s, ""); p.appendEntry(u"../x"_s, u"Apps/../x"_s, EMPTY_HASH); }},
+        {"path-escapes", FAULT, "destination climbs out of Apps", [](Published &p) { p.setEntry("destination"_L1, u"Apps/../a.lua"_s); }, "destination-differs"},
+        {"path-escapes", FAULT, "destination beside Apps", [](Published &p) { p.setEntry("destination"_L1, u"Other/a.lua"_s); }, "destination-differs"},
+        {"path-escapes", FAULT, "absolute", [](Published &p) { p.appendEntry(u"/etc/x"_s, u"Apps//etc/x"_s, EMPTY_HASH); }},
+        {"path-escapes", NEARLY, "dots in names", [](Published &p) { p.folder.write(u"www/..a/b.."_s, ""); p.appendEntry(u"..a/b.."_s, u"Apps/..a/b.."_s, EMPTY_HASH); }},
+        {"destination-differs", FAULT, "another folder", [](Published &p) { p.setEntry("destination"_L1, u"Apps/lib/a.lua"_s); }},
+        {"destination-differs", FAULT, "another case", [](Published &p) { p.setEntry("destination"_L1, u"Apps/clock/lib/a.lua"_s); }},
+        {"destination-differs", NEARLY, "folder called Apps", [](Published &p) { p.folder.write(u"www/Apps/a"_s, ""); p.appendEntry(u"Apps/a"_s, u"Apps/Apps/a"_s, EMPTY_HASH); }},
+        {"destination-twice", FAULT, "another file", [](Published &p) { p.appendEntry(u"Clock/lib/a.lua"_s, u"Apps/Clock/main.lua"_s, EMPTY_HASH); }, "destination-differs"},
+        {"destination-twice", FAULT, "another hash", [](Published &p) { p.appendEntry(u"Clock/lib/a.lua"_s, u"Apps/Clock/lib/a.lua"_s, OTHER_HASH); }, "hash-differs"},
+        {"destination-twice", NEARLY, "the same", [](Published &p) { p.appendEntry(u"Clock/lib/a.lua"_s, u"Apps/Clock/lib/a.lua"_s, EMPTY_HASH); }},
+        {"destination-case", FAULT, "file", [](Published &p) { p.folder.write(u"www/Clock/lib/A.lua"_s, ""); p.appendEntry(u"Clock/lib/A.lua"_s, u"Apps/Clock/lib/A.lua"_s, EMPTY_HASH); }},
+        {"destination-case", FAULT, "folder, with another content", [](Published &p) { p.folder.write(u"www/clock/lib/a.lua"_s, "abc"); p.appendEntry(u"clock/lib/a.lua"_s, u"Apps/clock/lib/a.lua"_s, OTHER_HASH); }, "size-differs"},
+        {"destination-case", NEARLY, "other folder", [](Published &p) { p.folder.write(u"www/LIB/A.lua"_s, ""); p.appendEntry(u"LIB/A.lua"_s, u"Apps/LIB/A.lua"_s, EMPTY_HASH); }},
+        {"file-missing", FAULT, "gone", [](Published &p) { p.remove(u"Clock/main.lua"_s); }},
+        {"file-missing", FAULT, "a folder in its place", [](Published &p) { p.remove(u"Clock/main.lua"_s); p.folder.makeFolder(u"www/Clock/main.lua"_s); }},
+        {"file-missing", NEARLY, "empty", [](Published &p) { p.appendEntry(u"b"_s, u"Apps/b"_s, EMPTY_HASH); p.folder.write(u"www/b"_s, ""); }},
+        {"file-other-case", FAULT, "file", [](Published &p) { p.remove(u"Clock/main.lua"_s); p.folder.write(u"www/Clock/Main.lua"_s, "abc"); }},
+        {"file-other-case", FAULT, "icon", [](Published &p) { p.remove(u"icon.png"_s); p.folder.write(u"www/icon.PNG"_s, PNG); }},
+        {"file-other-case", NEARLY, "both", [](Published &p) { p.folder.write(u"www/Clock/Main.lua"_s, "abc"); }, "file-unnamed"},
+        {"file-unreadable", FAULT, "file", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/Clock/main.lua"_s), {}); }},
+        {"file-unreadable", FAULT, "description", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/en.html"_s), {}); }, "file-unnamed"},
+        {"file-unreadable", NEARLY, "picture of a description", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/screen.png"_s), {}); }},
+        {"size-differs", FAULT, "shorter", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "ab"); }},
+        {"size-differs", FAULT, "longer", [](Published &p) { p.folder.write(u"www/Clock/lib/a.lua"_s, "a"); }},
+        {"size-differs", NEARLY, "another content", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "abd"); }, "hash-differs"},
+        {"hash-missing", FAULT, "empty", [](Published &p) { p.setEntry("hash"_L1, QString()); }},
+        {"hash-missing", FAULT, "empty, and another size", [](Published &p) { p.setEntry("hash"_L1, QString()); p.setEntry("size"_L1, 7); }},
+        {"hash-missing", NEARLY, "another one", [](Published &p) { p.setEntry("hash"_L1, OTHER_HASH); }, "hash-differs"},
+        {"hash-differs", FAULT, "one bit", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "abb"); }},
+        {"hash-differs", FAULT, "upper case", [](Published &p) { p.setEntry("hash"_L1, EMPTY_HASH.toUpper()); }},
+        {"hash-differs", NEARLY, "written again", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "abc"); }},
+        {"icon-missing", FAULT, "gone", [](Published &p) { p.remove(u"icon.png"_s); }},
+        {"icon-missing", FAULT, "a folder", [](Published &p) { p.app.insert("previewIcon"_L1, QString(URL + u"Clock"_s)); }, "file-unnamed"},
+        {"icon-missing", NEARLY, "another content", [](Published &p) { p.folder.write(u"www/icon.png"_s, ""); }},
+        {"description-missing", FAULT, "gone", [](Published &p) { p.remove(u"en.html"_s); }, "file-unnamed"},
+        {"description-missing", FAULT, "one of two", [](Published &p) { p.app.insert("description"_L1, QJsonObject{{u"de"_s, QString(URL + u"de.html"_s)}, {u"en"_s, QString(URL + u"en.html"_s)}}); }},
+        {"description-missing", NEARLY, "none", [](Published &p) { p.app.insert("description"_L1, QJsonObject()); }, "file-unnamed"},
+        {"file-unnamed", FAULT, "file", [](Published &p) { p.folder.write(u"www/Clock/old.lua"_s, ""); }},
+        {"file-unnamed", FAULT, "folder", [](Published &p) { p.folder.write(u"www/old/a/b"_s, ""); }},
+        {"file-unnamed", NEARLY, "hidden, or empty folders", [](Published &p) { p.folder.write(u"www/.htaccess"_s, ""); p.folder.makeFolder(u"www/e/f"_s); }},
+    };
+    return all;
+}
+// clang-format on
+
+} // namespace
+
+class TestVerify : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everyCode_data();
+    void everyCode();
+    void everyCodeHasCases();
+    void wholeIndex();
+    void cannotBeRead_data();
+    void cannotBeRead();
+    void findsWhatHappened_data();
+    void findsWhatHappened();
+    void findsWhatHappenedToPages();
+
+private:
+    void makeLargeTree();
+
+    std::unique_ptr<Folder> large; ///< with its index beside it
+    QStringList named; ///< what the index of the large tree names as files
+};
+
+void TestVerify::everyCode_data()
+{
+    QTest::addColumn<int>("number");
+    for (int i = 0; i < cases().size(); ++i) {
+        const Case &one = cases().at(i);
+        QTest::addRow("%s, %s%s", one.code, one.isFaulty ? "" : "nearly: ", one.title) << i;
+    }
+}
+
+void TestVerify::everyCode()
+{
+    QFETCH(int, number);
+    const Case &one = cases().at(number);
+    Published published;
+    one.make(published);
+    (void)published.verify();
+    const CheckResult result = [&published] {
+        const OrdinaryUser user;
+        return verifyIndex(published.folder.path(u"www"_s), published.folder.path(u"www/Apps.json"_s), published.url);
+    }();
+    QCOMPARE(result.error, QString());
+    QStringList expected = QString::fromLatin1(one.also).split(u' ', Qt::SkipEmptyParts);
+    if (one.isFaulty)
+        expected.append(QString::fromLatin1(one.code));
+    expected.sort();
+    QVERIFY2(codes(result) == expected, qPrintable(told(result).join(u'\n')));
+}
+
+void TestVerify::everyCodeHasCases()
+{
+    const QList<KnownCode> known = verifyCodes();
+    QStringList names;
+    for (const KnownCode &code : known) {
+        names.append(code.code);
+        const auto count = [&](bool isFaulty) {
+            return std::count_if(cases().cbegin(), cases().cend(), [&](const Case &one) {
+                return one.isFaulty == isFaulty && QLatin1String(one.code) == code.code;
+            });
+        };
+        QVERIFY2(count(FAULT) >= 2, qPrintable(code.code));
+        QVERIFY2(count(NEARLY) >= 1, qPrintable(code.code));
+    }
+    QCOMPARE(names.removeDuplicates(), 0);
+    for (const Case &one : cases())
+        QVERIFY2(names.contains(QLatin1String(one.code)), one.code);
+}
+
+void TestVerify::wholeIndex()
+{
+    const Folder folder;
+    folder.write(u"Apps.json"_s, "[]");
+    QCOMPARE(told(verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL)),
+             QStringList{u"index-form: Publish the index anew: \"applications\" is missing or of another kind."_s});
+    folder.write(u"Apps.json"_s, R"({"applications": [5, {"name": {"de": "Uhr"}, "files": [null]}]})");
+    const CheckResult result = verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
+    QCOMPARE(codes(result), (QStringList{u"index-form"_s, u"url-elsewhere"_s}));
+    QCOMPARE(result.findings.constLast().app, u"Uhr"_s);
+}
+
+void TestVerify::cannotBeRead_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("index");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("no folder") << u"none"_s << u"good.json"_s << u"%1/none: Is not a folder"_s;
+    QTest::newRow("a file") << u"good.json"_s << u"good.json"_s << u"%1/good.json: Is not a folder"_s;
+    QTest::newRow("no index") << u"www"_s << u"none.json"_s << u"%1/none.json: No such file or directory"_s;
+    QTest::newRow("a folder as index") << u"www"_s << u"www"_s << u"%1/www: Is not a regular file"_s;
+    QTest::newRow("not JSON") << u"www"_s << u"bad.json"_s << u"%1/bad.json:3: illegal number"_s;
+}
+
+void TestVerify::cannotBeRead()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, index);
+    QFETCH(QString, error);
+    const Folder place;
+    place.makeFolder(u"www"_s);
+    place.write(u"good.json"_s, asBytes({{u"applications"_s, QJsonArray()}}));
+    place.write(u"bad.json"_s, "{\n    \"applications\":\n    oops\n}\n");
+    const CheckResult result = verifyIndex(place.path(folder), place.path(index), URL);
+    QCOMPARE(result.error, error.arg(place.path()));
+    QVERIFY(result.findings.isEmpty());
+}
+
+void TestVerify::makeLargeTree()
+{
+    if (large)
+        return;
+    large = std::make_unique<Folder>();
+    QList<AppConfig> apps;
+    for (int number = 0; number < 20; ++number) {
+        const QString name = u"App%1"_s.arg(number);
+        const QString place = u"www/"_s + name + u'/';
+        for (int file = 0; file < 12; ++file) {
+            const QString path = place + (file % 3 == 0 ? u"lib/"_s : file % 3 == 1 ? u"lib/deep/er/"_s : QString());
+            large->write(path + u"file%1.lua"_s.arg(file), QByteArray(1 + file * 37, char('a' + file)));
+        }
+        large->write(place + u"icon.png"_s, PNG);
+        large->write(u"www/doc/"_s + name + u".html"_s, "<img src=\"shared.png\">");
+        AppConfig app;
+        app.names = {{u"en"_s, name}};
+        app.icon = name + u"/icon.png"_s;
+        app.descriptions = {{u"en"_s, u"doc/"_s + name + u".html"_s}};
+        app.files = QStringList{name + u"/lib"_s, name + u"/file2.lua"_s, name + u"/file5.lua"_s,
+                                name + u"/file8.lua"_s, name + u"/file11.lua"_s};
+        apps.append(app);
+    }
+    large->write(u"www/doc/shared.png"_s, PNG);
+    const QJsonObject index = buildRepositoryIndex(apps, URL, large->path(u"www"_s));
+    large->write(u"Apps.json"_s, asBytes(index));
+    const QJsonArray applications = index.value("applications"_L1).toArray();
+    for (const auto app : applications) {
+        const QJsonArray files = app.toObject().value("files"_L1).toArray();
+        for (const auto file : files)
+            named.append(file.toObject().value("url"_L1).toString().mid(URL.size()));
+    }
+}
+
+enum class Mishap {
+    FlippedBit,
+    Truncated,
+    Missing,
+    OtherCase,
+    Added,
+};
+
+Q_DECLARE_METATYPE(Mishap)
+
+void TestVerify::findsWhatHappened_data()
+{
+    QTest::addColumn<Mishap>("mishap");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("flipped bit") << Mishap::FlippedBit << u"hash-differs"_s;
+    QTest::newRow("truncated") << Mishap::Truncated << u"size-differs"_s;
+    QTest::newRow("missing") << Mishap::Missing << u"file-missing"_s;
+    QTest::newRow("other case") << Mishap::OtherCase << u"file-other-case"_s;
+    QTest::newRow("added") << Mishap::Added << u"file-unnamed"_s;
+}
+
+namespace {
+
+/// With the case of one of its letters changed; each path here has some.
+QString inOtherCase(QString path, QRandomGenerator &random)
+{
+    for (;;) {
+        const int place = random.bounded(int(path.size()));
+        const QChar letter = path.at(place);
+        if (!letter.isLetter())
+            continue;
+        path[place] = letter.isUpper() ? letter.toLower() : letter.toUpper();
+        return path;
+    }
+}
+
+QString newFile(const QString &beside, QRandomGenerator &random)
+{
+    const QString folder = beside.contains(u'/') ? beside.section(u'/', 0, random.bounded(beside.count(u'/'))) : u""_s;
+    const QString name = u"new%1"_s.arg(random.bounded(1000));
+    switch (random.bounded(4)) {
+    case 0:
+        return name;
+    case 1:
+        return folder + u"/"_s + name + u"/"_s + name;
+    case 2:
+        return folder + u"/"_s + inOtherCase(beside.section(u'/', -1), random) + name;
+    default:
+        return folder + u"/"_s + name;
+    }
+}
+
+} // namespace
+
+void TestVerify::findsWhatHappened()
+{
+    constexpr int TRIALS = 250;
+    QFETCH(Mishap, mishap);
+    QFETCH(QString, code);
+    makeLargeTree();
+    const quint32 seed = testSeed();
+    QRandomGenerator random(seed);
+    const QString root = large->path(u"www"_s);
+    const QString index = large->path(u"Apps.json"_s);
+    QCOMPARE(told(verifyIndex(root, index, URL)), QStringList());
+
+    for (int trial = 0; trial < TRIALS; ++trial) {
+        const QString path = named.at(random.bounded(int(named.size())));
+        const QString onDisk = u"www/"_s + path;
+        const QByteArray content = large->read(onDisk);
+        QByteArray changed = content;
+        QString other;
+        switch (mishap) {
+        case Mishap::FlippedBit: {
+            const int bit = random.bounded(int(content.size()) * 8);
+            changed[bit / 8] = char(changed.at(bit / 8) ^ (1 << (bit % 8)));
+            large->write(onDisk, changed);
+            break;
+        }
+        case Mishap::Truncated:
+            changed.truncate(random.bounded(int(content.size())));
+            large->write(onDisk, changed);
+            break;
+        case Mishap::Missing:
+            QFile::remove(large->path(onDisk));
+            break;
+        case Mishap::OtherCase:
+            // The name of the file alone, or of a folder with all that is in it.
+            other = inOtherCase(path, random);
+            while (large->exists(u"www/"_s + other))
+                other = inOtherCase(path, random);
+            large->makeFolder(QFileInfo(u"www/"_s + other).path());
+            QVERIFY(QFile::rename(large->path(onDisk), large->path(u"www/"_s + other)));
+            break;
+        case Mishap::Added:
+            other = newFile(path, random);
+            large->write(u"www/"_s + other, "abc");
+            break;
+        }
+
+        const CheckResult result = verifyIndex(root, index, URL);
+        const QString trace =
+            u"seed %1, trial %2, %3 %4:\n%5"_s.arg(seed).arg(trial).arg(path, other, told(result).join(u'\n'));
+        const auto isOfIt = [&](const Finding &finding) {
+            const QString place = mishap == Mishap::Added ? other : path;
+            // An added folder is told as a whole.
+            const int quoted = mishap == Mishap::OtherCase ? 3 : 1;
+            const QString top = finding.text.section(u'"', quoted, quoted);
+            return finding.code == code && (place == top || (top.endsWith(u'/') && place.startsWith(top)));
+        };
+        QVERIFY2(std::count_if(result.findings.cbegin(), result.findings.cend(), isOfIt) == 1, qPrintable(trace));
+        QVERIFY2(result.findings.size() == 1, qPrintable(trace));
+
+        if (mishap == Mishap::Added) {
+            QVERIFY(QFile::remove(large->path(u"www/"_s + other)));
+        } else if (mishap == Mishap::OtherCase) {
+            QVERIFY(QFile::rename(large->path(u"www/"_s + other), large->path(onDisk)));
+        } else {
+            large->write(onDisk, content);
+        }
+        // Only folders that are empty again.
+        for (QString folder = other; folder.contains(u'/');) {
+            folder = folder.section(u'/', 0, -2);
+            QDir().rmdir(large->path(u"www/"_s + folder));
+        }
+    }
+    QCOMPARE(told(verifyIndex(root, index, URL)), QStringList());
+}
+
+void TestVerify::findsWhatHappenedToPages()
+{
+    makeLargeTree();
+    const QString root = large->path(u"www"_s);
+    const QString index = large->path(u"Apps.json"_s);
+    const QString page = large->path(u"www/doc/App7.html"_s);
+    const QString icon = large->path(u"www/App3/icon.png"_s);
+    QVERIFY(QFile::rename(page, page + u"x"_s));
+    QVERIFY(QFile::rename(icon, icon.chopped(8) + u"Icon.png"_s));
+    QCOMPARE(codes(verifyIndex(root, index, URL)),
+             (QStringList{u"description-missing"_s, u"file-other-case"_s, u"file-unnamed"_s}));
+    QVERIFY(QFile::rename(page + u"x"_s, page));
+    QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));
+}
+
+CATALIST_CORE_TEST_MAIN(TestVerify)
+#include "tst_verify.moc"
