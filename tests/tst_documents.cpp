@@ -1,3 +1,5 @@
+#include "check/checkrules.h"
+#include "check/verify.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 
@@ -35,6 +37,8 @@ class TestDocuments : public QObject
 private slots:
     void formats();
     void hardwareIds();
+    void codes_data();
+    void codes();
     void linksLeadSomewhere_data();
     void linksLeadSomewhere();
 };
@@ -78,6 +82,37 @@ void TestDocuments::hardwareIds()
     QList<qint32> known(TX_IDS.cbegin(), TX_IDS.cend());
     std::sort(documented.begin(), documented.end());
     std::sort(known.begin(), known.end());
+    QCOMPARE(documented, known);
+}
+
+void TestDocuments::codes_data()
+{
+    QTest::addColumn<QString>("heading");
+    QTest::addColumn<bool>("isCheck");
+    QTest::newRow("check") << QStringLiteral("\n## What check tells\n") << true;
+    QTest::newRow("verify") << QStringLiteral("\n## What verify tells\n") << false;
+}
+
+void TestDocuments::codes()
+{
+    QFETCH(QString, heading);
+    QFETCH(bool, isCheck);
+    const QString chapter =
+        document(QStringLiteral("docs/cli.md")).section(heading, 1).section(QStringLiteral("\n## "), 0, 0);
+    static const QRegularExpression row(QStringLiteral("^\\| `([^`]+)` \\| (\\w+) \\| \\S.* \\| \\S.* \\|$"),
+                                        QRegularExpression::MultilineOption);
+    QStringList documented;
+    for (auto match = row.globalMatch(chapter); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        documented.append(found.captured(1) + QLatin1Char(' ') + found.captured(2));
+    }
+    // Two lines of the table are its head.
+    QCOMPARE(documented.size(), chapter.count(QStringLiteral("\n|")) - 2);
+
+    QStringList known;
+    const QList<KnownCode> codes = isCheck ? checkCodes() : verifyCodes();
+    for (const KnownCode &code : codes)
+        known.append(code.code + QLatin1Char(' ') + severityName(code.severity));
     QCOMPARE(documented, known);
 }
 

@@ -121,15 +121,20 @@ private slots:
     void everyCallOfTheHistory();
     void everyCallOfALoad_data();
     void everyCallOfALoad();
+    void everyCallOfAnExport_data();
+    void everyCallOfAnExport();
 
 private:
     void begin(bool isProject, Staging staging, Target target = Target::Existing, const QString &source = QString());
+    void beginExport();
+    void start(const QStringList &arguments, Staging staging);
     void prepare(Target target);
     void prepareHistory(History state);
     Answer save(const QString &watched, const Trial &trial);
     Answer saveAgain();
     QStringList shortfalls(Target target, const Trial &trial);
     QStringList historyShortfalls(History state, const Trial &trial);
+    QStringList exportShortfalls(Target target, const Trial &trial);
     Answer answer();
     void removeAll(const QString &relative);
     [[nodiscard]] QByteArray onDisk() const;
@@ -186,6 +191,22 @@ void TestFaults::begin(bool isProject, Staging staging, Target target, const QSt
     path = folder->path(u"work/project/"_s + prefix + (isProject ? u"Apps.csv"_s : u"en.html"_s));
     oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
     newContent = isProject ? NEW_PROJECT : NEW_DESCRIPTION;
+    start({isProject ? u"project"_s : u"description"_s, path, source}, staging);
+}
+
+void TestFaults::beginExport()
+{
+    path = folder->path(u"work/project/Apps.json"_s);
+    // Longer than the new one, so that what is left of it shows.
+    oldContent = QByteArray(5000, 'x');
+    newContent.clear();
+    folder->write(u"catalogue/files/a.lua"_s, "abc");
+    folder->write(u"catalogue/files/b.lua"_s, "");
+    start({u"index"_s, path, folder->path(u"catalogue"_s)}, Staging::Unnamed);
+}
+
+void TestFaults::start(const QStringList &arguments, Staging staging)
+{
 #ifdef FAULTS
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"LD_PRELOAD"_s, QStringLiteral(FAULTS));
@@ -198,12 +219,12 @@ void TestFaults::begin(bool isProject, Staging staging, Target target, const QSt
     saver = std::make_unique<QProcess>();
     saver->setProcessEnvironment(environment);
     saver->setProcessChannelMode(QProcess::SeparateChannels);
-    saver->start(QStringLiteral(FAULTY_SAVER), {isProject ? u"project"_s : u"description"_s, path, source});
+    saver->start(QStringLiteral(FAULTY_SAVER), arguments);
     if (!saver->waitForStarted())
         qFatal("The saver did not start");
 #else
+    Q_UNUSED(arguments)
     Q_UNUSED(staging)
-    Q_UNUSED(source)
 #endif
     user = std::make_unique<OrdinaryUser>();
 }
@@ -544,6 +565,83 @@ void TestFaults::everyCallOfALoad()
     }
     shorts += static_cast<int>(found.size());
     QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+}
+
+// An index is written directly, as the walk may meet it: until it is whole, what is there may be nothing or the
+// beginning of it. It can be made again, so that what counts is that nobody is told that it is whole when it is not.
+void TestFaults::everyCallOfAnExport_data()
+{
+    QTest::addColumn<Target>("target");
+    QTest::newRow("new") << Target::New;
+    QTest::newRow("existing") << Target::Existing;
+    QTest::newRow("behind a link") << Target::BehindLink;
+    QTest::newRow("read-only") << Target::ReadOnly;
+    QTest::newRow("in a read-only folder") << Target::InReadOnlyFolder;
+}
+
+void TestFaults::everyCallOfAnExport()
+{
+    QFETCH(Target, target);
+    beginExport();
+    prepare(Target::New);
+    QVERIFY(save(folder->path(u"nothing"_s), NO_FAULT).saved);
+    QVERIFY(saveAgain().saved);
+    newContent = onDisk();
+    QCOMPARE(newContent.count("\"destination\""), 2);
+
+    prepare(target);
+    const Answer undisturbed = save(folder->path(u"work"_s), NO_FAULT);
+    QCOMPARE(undisturbed.saved, target != Target::ReadOnly);
+    QCOMPARE(onDisk(), undisturbed.saved ? newContent : oldContent);
+    QCOMPARE(saveAgain().saved, undisturbed.saved);
+    QCOMPARE(undisturbed.calls.contains(u"write"_s), undisturbed.saved);
+
+    QStringList found;
+    const QList<Trial> all = trials(undisturbed.calls);
+    for (const Trial &trial : all) {
+        ++tried;
+        prepare(target);
+        for (const QString &shortfall : exportShortfalls(target, trial))
+            found.append(trial.description() + u": "_s + shortfall);
+    }
+    shorts += static_cast<int>(found.size());
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
+}
+
+QStringList TestFaults::exportShortfalls(Target target, const Trial &trial)
+{
+    QStringList found;
+    const auto expect = [&found](bool fulfilled, const QString &what) {
+        if (!fulfilled)
+            found.append(what);
+    };
+    const QByteArray oldOne = target == Target::New ? QByteArray() : oldContent;
+    const QFile::Permissions permissions = QFile::permissions(path);
+
+    const Answer first = save(folder->path(u"work"_s), trial);
+    const QByteArray content = onDisk();
+    expect(content == oldOne || newContent.startsWith(content), u"neither the old bytes nor a part of the new ones"_s);
+    if (target == Target::BehindLink)
+        expect(QFileInfo(path).isSymLink(), u"the link is gone"_s);
+    if (target != Target::New)
+        expect(QFile::permissions(path) == permissions, u"other permissions"_s);
+    expect(leftovers().isEmpty(), u"a file left behind"_s);
+    expect(kept().isEmpty(), u"an index in the history"_s);
+
+    const bool isRefused = target == Target::ReadOnly;
+    bool savedNext = false;
+    if (first.killed) {
+        ++killed;
+        savedNext = save(folder->path(u"work"_s), NO_FAULT).saved;
+        saveAgain();
+    } else {
+        failed += first.saved ? 0 : 1;
+        expect(!first.saved || content == newContent, u"reported as written, but not whole"_s);
+        savedNext = saveAgain().saved;
+    }
+    expect(savedNext != isRefused, u"the next export went otherwise"_s);
+    expect(onDisk() == (isRefused ? oldContent : newContent), u"not the next export's bytes"_s);
+    return found;
 }
 
 CATALIST_CORE_TEST_MAIN(TestFaults)

@@ -110,7 +110,7 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
     for (const QString &path : std::as_const(report.left))
         printError(path + QStringLiteral(": No such file or folder; it is left out"));
     for (const QString &path : std::as_const(report.unreadable))
-        printError(path + QStringLiteral(": Cannot be read; its hash is empty"));
+        printError(path + QStringLiteral(": Cannot be read; it has an empty hash, or no entries if it is a folder"));
     if (!print(QStringLiteral("%1 apps, %2 files, %3 bytes: %4\n")
                    .arg(number(report.apps), number(report.files), number(report.bytes), output)))
         return Failed;

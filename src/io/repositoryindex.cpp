@@ -99,7 +99,11 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
     QJsonArray files;
     const WalkVisitor visitor{
         [&](const QFileInfo &info, const QString &path) { files.append(fileObject(info, path, repoUrl, report)); },
-        nullptr,
+        [report](const QFileInfo &folder) {
+            if (!folder.isReadable())
+                report->unreadable.append(folder.filePath());
+            return true;
+        },
         [report](const QFileInfo &entry) { report->left.append(entry.filePath()); },
     };
     // A project folder that is gone has no canonical path; the entries must not be looked for at the root.

@@ -19,7 +19,7 @@ struct IndexReport
     qsizetype files = 0; ///< and their bytes, so far
     qint64 bytes = 0;
     QStringList left; ///< listed paths that do not exist and have no entry
-    QStringList unreadable; ///< files whose hash is empty
+    QStringList unreadable; ///< files whose hash is empty, and folders that look empty
     QString error; ///< the system's reason why the index is not on the disk as a whole
     std::function<void(const IndexReport &)> progress; ///< called before each file is read
 };

@@ -1,12 +1,13 @@
 // Saves again and again, each time in a process of its own whose calls go wrong as it is told.
-//   faultysaver (project|description) PATH [SOURCE]
+//   faultysaver (project|description|index) PATH [SOURCE]
 // A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save under that fault, of the new content or of what
-// is loaded from the source just then. The answer is a line "saved|...", "failed|..." or "killed", where ... is
-// "modified" or "unmodified" and the names of the calls. Whoever was not killed then awaits another line, saves once
-// more without a fault, and answers as before.
+// is loaded from the source just then; the source of an index is the folder of its catalogue. The answer is a line
+// "saved|...", "failed|..." or "killed", where ... is "modified" or "unmodified" and the names of the calls. Whoever
+// was not killed then awaits another line, saves once more without a fault, and answers as before.
 
 #include "faults.h"
 #include "io/replacefile.h"
+#include "io/repositoryindex.h"
 #include "io/wholefile.h"
 #include "model/appconfigmodel.h"
 
@@ -47,18 +48,24 @@ template <typename Function> Function found(const char *name)
 class Saver
 {
 public:
-    Saver(bool isProject, QString target, QString from)
-        : project(isProject), path(std::move(target)), source(std::move(from))
+    Saver(QString what, QString target, QString from)
+        : kind(std::move(what)), path(std::move(target)), source(std::move(from))
     {
         model.createNew();
         model.createNew();
         model.apps[1].author = QStringLiteral("New");
+        model.apps[1].files = kind == QLatin1String("index") ? QStringList{QStringLiteral("files")} : QStringList();
     }
 
     bool save()
     {
-        if (project)
+        if (kind == QLatin1String("project"))
             return (source.isEmpty() || model.load(source)) && model.save(path);
+        if (kind == QLatin1String("index")) {
+            IndexReport report;
+            model.saveRepo(path, QStringLiteral("http://x/"), source, &report);
+            return report.error.isEmpty();
+        }
         const std::optional<QByteArray> text = source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source);
         return text && replaceFile(path, *text, LineEnds::AsGiven);
     }
@@ -66,7 +73,7 @@ public:
     [[nodiscard]] const char *mark() const { return model.modified ? "modified" : "unmodified"; }
 
 private:
-    bool project;
+    QString kind;
     QString path;
     QString source;
     AppConfigModel model;
@@ -111,7 +118,7 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     becomeOrdinaryUser();
     const QStringList arguments = QCoreApplication::arguments();
-    Saver saver(arguments.value(1) == QLatin1String("project"), arguments.value(2), arguments.value(3));
+    Saver saver(arguments.value(1), arguments.value(2), arguments.value(3));
     QStringList order;
     while (nextLine(&order)) {
         const pid_t process = ::fork();
