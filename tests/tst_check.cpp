@@ -384,6 +384,8 @@ private slots:
     void cannotBeRead();
     void throughALink();
     void changesNothing();
+    void hostilePages_data();
+    void hostilePages();
 };
 
 void TestCheck::everyCode_data()
@@ -574,6 +576,29 @@ void TestCheck::changesNothing()
     QVERIFY(!checkCatalogue(path).findings.isEmpty());
     QCOMPARE(draft.folder.read(u"project/Apps.csv"_s), before);
     QCOMPARE(QDir(QFileInfo(path).path()).entryList(), entries);
+}
+
+void TestCheck::hostilePages_data()
+{
+    QTest::addColumn<QByteArray>("page");
+    constexpr int MANY = 300'000;
+    QTest::newRow("tags that do not end") << QByteArray("<img ").repeated(MANY);
+    QTest::newRow("quotes that do not end") << QByteArray("<img \"").repeated(MANY);
+    QTest::newRow("quotes of both kinds") << QByteArray("<img '\"x\"").repeated(MANY);
+    QTest::newRow("comments that do not end") << QByteArray("<!--").repeated(MANY);
+    QTest::newRow("attributes") << "<img " + QByteArray("a = 'b' ").repeated(MANY) + ">";
+    QTest::newRow("blanks") << "<img" + QByteArray(MANY, ' ') + "src" + QByteArray(MANY, ' ') + "=";
+    QTest::newRow("NUL") << QByteArray(MANY, '\0');
+}
+
+void TestCheck::hostilePages()
+{
+    QFETCH(QByteArray, page);
+    Draft draft;
+    draft.add("en.html", page + "<p>Clock</p>");
+    const QString path = draft.save();
+    // It ends, which is not to be taken for granted.
+    QCOMPARE(checkCatalogue(path).error, QString());
 }
 
 CATALIST_CORE_TEST_MAIN(TestCheck)

@@ -111,6 +111,13 @@ QStringList optionsIn(const QString &text)
     return found;
 }
 
+/// What is kept from now on is newer than what was kept before.
+void awaitNextMoment()
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    while (QDateTime::currentMSecsSinceEpoch() == now) { }
+}
+
 QStringList commands()
 {
     return {u"export"_s, u"check"_s, u"verify"_s, u"history"_s, u"restore"_s};
@@ -465,7 +472,7 @@ void TestCli::exportsToTheCurrentFolder()
     makeClock();
     const Outcome outcome = run({u"export"_s, u"../project/Apps.csv"_s, u"--url"_s, URL}, folder->path(u"project"_s));
     QCOMPARE(outcome.code, 0);
-    QCOMPARE(outcome.out, QByteArray("1 apps, 1 files, 3 bytes: Apps.json\n"));
+    QCOMPARE(outcome.out, QByteArray("1 app, 1 file, 3 bytes: Apps.json\n"));
     QCOMPARE(outcome.err, QByteArray());
     QVERIFY(folder->read(u"project/Apps.json"_s).contains("https://apps.example.org/Clock/main.lua"));
 }
@@ -535,10 +542,12 @@ void TestCli::exportWithoutAllFiles()
         QSKIP("The build is not open to an ordinary user");
     const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL}, folder->path(u"out"_s));
     QCOMPARE(outcome.code, 1);
-    QCOMPARE(QString::fromUtf8(outcome.err),
-             u"catalist-cli: %1/gone: No such file or folder; it is left out\n"
-             "catalist-cli: %1/Clock/closed.lua: Cannot be read; it has an empty hash, or no entries if it is a folder\n"_s.arg(project()));
-    QCOMPARE(outcome.out, QByteArray("1 apps, 2 files, 6 bytes: Apps.json\n"));
+    QCOMPARE(
+        QString::fromUtf8(outcome.err),
+        u"catalist-cli: %1/gone: No such file or folder; it is left out\n"
+        "catalist-cli: %1/Clock/closed.lua: Cannot be read; it has an empty hash, or no entries if it is a folder\n"_s
+            .arg(project()));
+    QCOMPARE(outcome.out, QByteArray("1 app, 2 files, 6 bytes: Apps.json\n"));
     QVERIFY(folder->read(u"out/Apps.json"_s).contains("\"hash\": \"\""));
 }
 
@@ -654,10 +663,14 @@ void TestCli::history()
     QCOMPARE(QString::fromUtf8(nothing.out), u"The history holds nothing of %1/Apps.csv.\n"_s.arg(project()));
 
     QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER, LineEnds::AsGiven));
+    awaitNextMoment();
     keepUnsaved(project() + u"/doc/de.html"_s, "never saved");
+    awaitNextMoment();
     QVERIFY(replaceFile(project() + u"/en.html"_s, "", LineEnds::AsGiven));
-    folder->write(u"project2/Apps.csv"_s, "another catalogue");
-    QVERIFY(replaceFile(folder->path(u"project2/Apps.csv"_s), HEADER, LineEnds::AsGiven));
+    for (const QString &other : {u"project2/Apps.csv"_s, u"project/Other.csv"_s, u"project/sub/Apps.csv"_s}) {
+        folder->write(other, "another catalogue");
+        QVERIFY(replaceFile(folder->path(other), HEADER, LineEnds::AsGiven));
+    }
 
     const Outcome outcome = run({u"history"_s, u"project"_s}, folder->path());
     QCOMPARE(outcome.code, 0);
@@ -697,6 +710,7 @@ void TestCli::historyOfABrokenCatalogue()
 
     QVERIFY(QDir(project()).removeRecursively());
     QCOMPARE(run({u"history"_s, project() + u"/Apps.csv"_s}).out, broken.out);
+    QCOMPARE(run({u"history"_s, project()}).out, broken.out);
 }
 
 void TestCli::restores()
@@ -705,6 +719,7 @@ void TestCli::restores()
     const QString path = project() + u"/Apps.csv"_s;
     QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
     const QString entry = QFileInfo(keptVersions(path).constFirst().path).fileName();
+    awaitNextMoment();
     const Outcome outcome = run({u"restore"_s, project(), entry});
     QCOMPARE(outcome.err, QByteArray());
     QCOMPARE(outcome.code, 0);
@@ -724,6 +739,7 @@ void TestCli::restoresElsewhere()
     makeClock();
     const QString path = project() + u"/en.html"_s;
     QVERIFY(replaceFile(path, "new \xe9", LineEnds::AsGiven));
+    awaitNextMoment();
     QVERIFY(replaceFile(path, "newer", LineEnds::AsGiven));
     folder->write(u"look.html"_s, "in the way");
     const QString entry = QFileInfo(keptVersions(path).constFirst().path).fileName();

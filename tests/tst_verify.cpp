@@ -352,7 +352,7 @@ QString inOtherCase(QString path, QRandomGenerator &random)
 QString newFile(const QString &beside, QRandomGenerator &random)
 {
     const QString folder = beside.contains(u'/') ? beside.section(u'/', 0, random.bounded(beside.count(u'/'))) : u""_s;
-    const QString name = u"new%1"_s.arg(random.bounded(1000));
+    QString name = u"new%1"_s.arg(random.bounded(1000));
     switch (random.bounded(4)) {
     case 0:
         return name;

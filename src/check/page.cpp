@@ -11,19 +11,33 @@
 
 namespace {
 
+/// The value of an attribute of a tag; nothing when it has none.
+std::optional<QString> attribute(const QString &tag, QLatin1String name)
+{
+    static const QRegularExpression attributes(
+        QStringLiteral(R"re(([^\s=>"'/]+)(?:\s*=\s*(?:"([^"]*)"|'([^']*)'|([^\s>"']+)))?)re"));
+    for (auto match = attributes.globalMatch(tag); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        if (found.captured(1).compare(name, Qt::CaseInsensitive) == 0 && found.lastCapturedIndex() > 1)
+            return found.captured(found.lastCapturedIndex());
+    }
+    return std::nullopt;
+}
+
+// Nothing is looked at twice, however a page is broken.
 QStringList pictures(const QString &html)
 {
     static const QRegularExpression comment(QStringLiteral("<!--.*?(-->|$)"),
                                             QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression picture(
-        QStringLiteral(
-            R"re(<img\s(?:[^>"']|"[^"]*"|'[^']*')*?(?<=[\s"'/])src\s*=\s*(?:"([^"]*)"|'([^']*)'|([^\s>"']+)))re"),
+        QStringLiteral(R"re(<img(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
         QRegularExpression::CaseInsensitiveOption);
     QStringList found;
     const QString shown = QString(html).remove(comment);
     for (auto match = picture.globalMatch(shown); match.hasNext();) {
-        QString source = match.next().capturedTexts().constLast();
-        found.append(source.replace(QLatin1String("&amp;"), QLatin1String("&")).trimmed());
+        std::optional<QString> source = attribute(match.next().captured(1), QLatin1String("src"));
+        if (source)
+            found.append(source->replace(QLatin1String("&amp;"), QLatin1String("&")).trimmed());
     }
     return found;
 }

@@ -164,15 +164,19 @@ private:
 
     void verifyContent(const QString &path, qint64 size, const QString &hash)
     {
-        const QFileInfo info(tree.path(path));
-        QFile file(info.filePath());
-        if (!file.open(QIODevice::ReadOnly))
-            say(UNREADABLE, {path});
-        else if (hash.isEmpty())
+        if (hash.isEmpty()) {
             say(NO_HASH, {path});
-        else if (info.size() != size)
+            return;
+        }
+        const QFileInfo info(tree.path(path));
+        if (info.size() != size) {
             say(SIZE, {path, QString::number(info.size())});
-        else if (generateHash(info.filePath(), QCryptographicHash::Sha1) != hash)
+            return;
+        }
+        const QString real = generateHash(info.filePath(), QCryptographicHash::Sha1);
+        if (real.isNull())
+            say(UNREADABLE, {path});
+        else if (real != hash)
             say(HASH, {path});
     }
 

@@ -55,20 +55,23 @@ QString text(const char *literal)
     return QString::fromLatin1(literal);
 }
 
+bool isProjectFile(const QString &path)
+{
+    return path.endsWith(QLatin1String(".csv"), Qt::CaseInsensitive);
+}
+
 QString loadFailure(const QString &project)
 {
     const QString problem = loadProblem(project);
     return problem.isEmpty() ? project + QStringLiteral(": Cannot be read") : problem;
 }
 
+/// The project file that is meant by a folder, which may be gone, or by the file itself.
 QString projectFile(const QString &project)
 {
-    return QFileInfo(project).isDir() ? QDir(project).filePath(QStringLiteral("Apps.csv")) : project;
-}
-
-QString number(qint64 value)
-{
-    return QLocale::c().toString(value);
+    const QFileInfo info(project);
+    const bool isFile = !info.isDir() && (info.exists() || isProjectFile(project));
+    return isFile ? project : QDir(project).filePath(QStringLiteral("Apps.csv"));
 }
 
 ExitCode failed(const QString &message)
@@ -100,8 +103,9 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
             if (sinceShown.isValid() && sinceShown.elapsed() < PROGRESS_INTERVAL)
                 return;
             sinceShown.start();
-            line.show(QStringLiteral("%1 of %2 apps, %3 bytes")
-                          .arg(number(now.apps), number(model.apps.size()), number(now.bytes)));
+            line.show(QStringLiteral("%1 of %2, %3")
+                          .arg(QString::number(now.apps), counted(model.apps.size(), QStringLiteral("app")),
+                               counted(now.bytes, QStringLiteral("byte"))));
         };
         model.saveRepo(output, url, QFileInfo(project).absoluteDir().canonicalPath(), &report);
     }
@@ -111,8 +115,9 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         printError(path + QStringLiteral(": No such file or folder; it is left out"));
     for (const QString &path : std::as_const(report.unreadable))
         printError(path + QStringLiteral(": Cannot be read; it has an empty hash, or no entries if it is a folder"));
-    if (!print(QStringLiteral("%1 apps, %2 files, %3 bytes: %4\n")
-                   .arg(number(report.apps), number(report.files), number(report.bytes), output)))
+    if (!print(QStringLiteral("%1, %2, %3: %4\n")
+                   .arg(counted(report.apps, QStringLiteral("app")), counted(report.files, QStringLiteral("file")),
+                        counted(report.bytes, QStringLiteral("byte")), output)))
         return Failed;
     return report.left.isEmpty() && report.unreadable.isEmpty() ? Clean : HasErrors;
 }
@@ -152,7 +157,7 @@ struct Kept
     [[nodiscard]] QString entry() const { return QFileInfo(version.path).fileName(); }
 };
 
-/// What the history holds of a project file and of all that lies in its folder or is a description; newest first.
+/// What the history holds of a project file and of its descriptions, former ones in its folder too; newest first.
 QList<Kept> keptOf(const QString &project)
 {
     const QString folder = QFileInfo(project).absolutePath();
@@ -166,7 +171,11 @@ QList<Kept> keptOf(const QString &project)
             files.insert(QDir::cleanPath(folder + QLatin1Char('/') + path));
     }
     const QStringList known = filesInHistory(folder);
-    files.unite(QSet<QString>(known.cbegin(), known.cend()));
+    for (const QString &file : known) {
+        // Another catalogue in the same folder has a history of its own.
+        if (!isProjectFile(file))
+            files.insert(file);
+    }
 
     QList<Kept> kept;
     QSet<QString> once;
@@ -192,7 +201,7 @@ ExitCode history(const QStringList &arguments, const QCommandLineParser & /*opti
     for (const Kept &one : kept) {
         const QString file = QFileInfo(project).absoluteDir().relativeFilePath(one.file);
         lines += QStringLiteral("%1  %2  %3  %4  %5\n")
-                     .arg(one.version.time.toString(Qt::ISODate), number(one.version.size).rightJustified(11),
+                     .arg(one.version.time.toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
                           one.version.isUnsaved ? QStringLiteral("unsaved ") : QStringLiteral("replaced"), one.entry(),
                           file);
     }
@@ -203,7 +212,7 @@ ExitCode history(const QStringList &arguments, const QCommandLineParser & /*opti
 
 ExitCode restore(const QStringList &arguments, const QCommandLineParser &options)
 {
-    const QString entry = arguments.at(1);
+    const QString &entry = arguments.at(1);
     QList<Kept> found;
     const QList<Kept> kept = keptOf(projectFile(arguments.constFirst()));
     for (const Kept &one : kept) {
@@ -230,7 +239,8 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
         const int error = errno;
         return failed(output + QStringLiteral(": ") + systemReason(error));
     }
-    return print(QStringLiteral("%1 bytes: %2\n").arg(number(content->size()), output)) ? Clean : Failed;
+    return print(QStringLiteral("%1: %2\n").arg(counted(content->size(), QStringLiteral("byte")), output)) ? Clean
+                                                                                                           : Failed;
 }
 
 const std::array<Command, 5> &commands()

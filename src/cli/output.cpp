@@ -23,11 +23,6 @@ bool write(std::FILE *stream, const QString &text)
     return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
-QString counted(qsizetype number, const QString &thing)
-{
-    return QStringLiteral("%1 %2%3").arg(QString::number(number), thing, number == 1 ? QString() : QStringLiteral("s"));
-}
-
 QString heading(const Finding &finding)
 {
     if (finding.app.isEmpty() && finding.line == 0)
@@ -94,6 +89,11 @@ QString asJson(const QList<Finding> &findings, const QString &command, const QSt
         {QStringLiteral("findings"), list},
     };
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
+}
+
+QString counted(qint64 number, const QString &thing)
+{
+    return QStringLiteral("%1 %2%3").arg(QString::number(number), thing, number == 1 ? QString() : QStringLiteral("s"));
 }
 
 qsizetype count(const QList<Finding> &findings, Severity severity)

@@ -18,6 +18,9 @@ void printError(const QString &message);
 /// The findings as one JSON object; the input is what they were found in.
 [[nodiscard]] QString asJson(const QList<Finding> &findings, const QString &command, const QString &input);
 
+/// "1 file", "2 files".
+[[nodiscard]] QString counted(qint64 number, const QString &thing);
+
 [[nodiscard]] qsizetype count(const QList<Finding> &findings, Severity severity);
 
 /// A line on a terminal that is written over again and again, and gone in the end.
