@@ -156,12 +156,12 @@ const QList<Case> &cases()
         {"hash-differs", FAULT, "one bit", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "abb"); }},
         {"hash-differs", FAULT, "upper case", [](Published &p) { p.setEntry("hash"_L1, EMPTY_HASH.toUpper()); }},
         {"hash-differs", NEARLY, "written again", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "abc"); }},
-        {"icon-missing", FAULT, "gone", [](Published &p) { p.remove(u"icon.png"_s); }},
-        {"icon-missing", FAULT, "a folder", [](Published &p) { p.app.insert("previewIcon"_L1, QString(URL + u"Clock"_s)); }, "file-unnamed"},
-        {"icon-missing", NEARLY, "another content", [](Published &p) { p.folder.write(u"www/icon.png"_s, ""); }},
-        {"description-missing", FAULT, "gone", [](Published &p) { p.remove(u"en.html"_s); }, "file-unnamed"},
-        {"description-missing", FAULT, "one of two", [](Published &p) { p.app.insert("description"_L1, QJsonObject{{u"de"_s, QString(URL + u"de.html"_s)}, {u"en"_s, QString(URL + u"en.html"_s)}}); }},
-        {"description-missing", NEARLY, "none", [](Published &p) { p.app.insert("description"_L1, QJsonObject()); }, "file-unnamed"},
+        {"icon-not-found", FAULT, "gone", [](Published &p) { p.remove(u"icon.png"_s); }},
+        {"icon-not-found", FAULT, "a folder", [](Published &p) { p.app.insert("previewIcon"_L1, QString(URL + u"Clock"_s)); }, "file-unnamed"},
+        {"icon-not-found", NEARLY, "another content", [](Published &p) { p.folder.write(u"www/icon.png"_s, ""); }},
+        {"description-not-found", FAULT, "gone", [](Published &p) { p.remove(u"en.html"_s); }, "file-unnamed"},
+        {"description-not-found", FAULT, "one of two", [](Published &p) { p.app.insert("description"_L1, QJsonObject{{u"de"_s, QString(URL + u"de.html"_s)}, {u"en"_s, QString(URL + u"en.html"_s)}}); }},
+        {"description-not-found", NEARLY, "none", [](Published &p) { p.app.insert("description"_L1, QJsonObject()); }, "file-unnamed"},
         {"file-unnamed", FAULT, "file", [](Published &p) { p.folder.write(u"www/Clock/old.lua"_s, ""); }},
         {"file-unnamed", FAULT, "folder", [](Published &p) { p.folder.write(u"www/old/a/b"_s, ""); }},
         {"file-unnamed", NEARLY, "hidden, or empty folders", [](Published &p) { p.folder.write(u"www/.htaccess"_s, ""); p.folder.makeFolder(u"www/e/f"_s); }},
@@ -237,6 +237,12 @@ void TestVerify::everyCodeHasCases()
         QVERIFY2(count(NEARLY) >= 1, qPrintable(code.code));
     }
     QCOMPARE(names.removeDuplicates(), 0);
+    // A code means the same in both commands.
+    const QList<KnownCode> ofCheck = checkCodes();
+    for (const KnownCode &code : known) {
+        for (const KnownCode &other : ofCheck)
+            QVERIFY2(code.code != other.code || code.severity == other.severity, qPrintable(code.code));
+    }
     for (const Case &one : cases())
         QVERIFY2(names.contains(QLatin1String(one.code)), one.code);
 }
@@ -452,7 +458,7 @@ void TestVerify::findsWhatHappenedToPages()
     QVERIFY(QFile::rename(page, page + u"x"_s));
     QVERIFY(QFile::rename(icon, icon.chopped(8) + u"Icon.png"_s));
     QCOMPARE(codes(verifyIndex(root, index, URL)),
-             (QStringList{u"description-missing"_s, u"file-other-case"_s, u"file-unnamed"_s}));
+             (QStringList{u"description-not-found"_s, u"file-other-case"_s, u"file-unnamed"_s}));
     QVERIFY(QFile::rename(page + u"x"_s, page));
     QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));
 }

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr qsizetype REQUIRED_CELLS = 7;
-
 QString jsonProblem(const QStringList &cells, qsizetype column, const char *title)
 {
     QJsonParseError error;

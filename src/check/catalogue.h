@@ -10,6 +10,10 @@
 
 #include <optional>
 
+/// How many cells a line needs, and how many count.
+inline constexpr qsizetype REQUIRED_CELLS = 7;
+inline constexpr qsizetype ALL_CELLS = 9;
+
 /// A file as it is published.
 struct PublishedFile
 {

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr qsizetype ALL_CELLS = 9;
-constexpr qsizetype REQUIRED_CELLS = 7;
 constexpr qsizetype DESCRIPTION = 5;
 constexpr QLatin1Char SEPARATOR(';');
 

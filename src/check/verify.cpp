@@ -52,8 +52,8 @@ constexpr Fault SIZE{"size-differs", Error,
 constexpr Fault NO_HASH{"hash-missing", Error, "Publish the index anew: \"%1\" has no hash, as it could not be read."};
 constexpr Fault HASH{"hash-differs", Error,
                      "Upload \"%1\" again, or publish the index anew: the content is another one."};
-constexpr Fault ICON{"icon-missing", Error, "Upload the icon \"%1\": it is not in the folder."};
-constexpr Fault DESCRIPTION{"description-missing", Error, "Upload the description \"%1\": it is not in the folder."};
+constexpr Fault ICON{"icon-not-found", Error, "Upload the icon \"%1\": it is not in the folder."};
+constexpr Fault DESCRIPTION{"description-not-found", Error, "Upload the description \"%1\": it is not in the folder."};
 constexpr Fault UNNAMED{"file-unnamed", Note, "Remove \"%1\", or publish the index anew: the index does not name it."};
 
 constexpr std::array FAULTS{FORM,       ELSEWHERE,  CUT,  ESCAPES, DESTINATION, TWICE, CASE,        MISSING,
