@@ -39,6 +39,8 @@ private slots:
     void pageOfItsOwn();
     void narrowedView();
     void magnifiedView();
+    void magnifiedByTheApplication();
+    void monstrousFont();
     void hiddenView();
     void contentAfterTheMessage();
 
@@ -91,6 +93,10 @@ void TestLayoutLimits::content_data()
         {"bold text never closed", u"<b>"_s, {}, 500},
         {"capitals", u"<DIV>"_s, u"</DIV>"_s, 500},
         {"unknown elements", u"<x>"_s, u"</x>"_s, 500},
+        {"signs", u"<_>"_s, u"</_>"_s, 500},
+        {"blanks before the name", u"< b>"_s, u"</b>"_s, 500},
+        {"slashes in quotes", u"<b title=\"/>\">"_s, u"</b>"_s, 500},
+        {"without an end tag in the language", u"<wbr>"_s, {}, 500},
         {"links", u"<a href=\"x\">"_s, u"</a>"_s, 500},
         {"lists", u"<ul><li>"_s, u"</li></ul>"_s, 500},
         {"quotations", u"<blockquote>"_s, u"</blockquote>"_s, 500},
@@ -113,6 +119,10 @@ void TestLayoutLimits::content_data()
     QTest::newRow("cells never closed") << u"<table>"_s + u"<tr><td>a"_s.repeated(2000) + u"end"_s << true;
     QTest::newRow("anchors closed at once") << u"<a name=\"x\"/>"_s.repeated(2000) + u"end"_s << true;
     QTest::newRow("ends without a beginning") << u"</b></div></table>"_s.repeated(10000) + u"end"_s << true;
+    QTest::newRow("comments") << u"<p><!-- <div> -->a</p>"_s.repeated(600) + u"end"_s << true;
+    QTest::newRow("quotation marks in a tag") << u"<p title=don't>a</p>"_s + nested(u"<b>"_s, u"</b>"_s, 501) << false;
+    QTest::newRow("other ends") << u"<b>"_s.repeated(499) + u"end"_s + u"</y>"_s.repeated(1000000) << true;
+    QTest::newRow("deepest indent") << u"<p style=\"-qt-block-indent:-2147483648\">a"_s << false;
     QTest::newRow("no elements") << u"&lt;b&gt; 3 > 2 "_s.repeated(1000) + u"end"_s << true;
     QTest::newRow("closed in another order") << u"<div><b></div>"_s.repeated(600) + u"end"_s << true;
 
@@ -135,6 +145,8 @@ void TestLayoutLimits::content_data()
     QTest::newRow("line") << u"<p style=\"white-space:pre\">"_s + u"x "_s.repeated(100000) + u"end"_s << true;
     QTest::newRow("too long a line") << u"<p style=\"white-space:pre\">"_s + u"x "_s.repeated(900000) << false;
     QTest::newRow("too many tabs") << u"<pre>"_s + u"\t"_s.repeated(120000) << false;
+    QTest::newRow("columns") << u"<table><tr><td colspan=\"1000\">end</table>"_s << true;
+    QTest::newRow("too many columns") << u"<table><tr><td colspan=\"1001\">end</table>"_s << false;
     QTest::newRow("long table") << u"<table>"_s + u"<tr><td>a</td></tr>"_s.repeated(5000) + u"</table>end"_s << true;
     QTest::newRow("too narrow a table") << u"<table><tr><td>"_s + u"a "_s.repeated(400000) << false;
     QTest::newRow("too large margins") << u"<p style=\"margin-top:8000000px\">a"_s.repeated(2) << false;
@@ -207,6 +219,27 @@ void TestLayoutLimits::magnifiedView()
     viewer->zoomIn(2);
     QVERIFY(viewer->toPlainText().startsWith(u"text"_s));
     viewer->zoomIn(100);
+    expectMessage();
+}
+
+void TestLayoutLimits::magnifiedByTheApplication()
+{
+    const QFont before = QApplication::font();
+    viewer->setHtml(u"<p>text</p>"_s.repeated(60000));
+    QFont font = before;
+    font.setPointSize(90);
+    QApplication::setFont(font);
+    QTRY_COMPARE(viewer->toPlainText(), MESSAGE);
+    QApplication::setFont(before);
+}
+
+void TestLayoutLimits::monstrousFont()
+{
+    QFont font = viewer->font();
+    font.setPixelSize(3000);
+    viewer->setFont(font);
+    for (const int depth : {501, 1, 501})
+        viewer->setHtml(nested(u"<b>"_s, u"</b>"_s, depth));
     expectMessage();
 }
 

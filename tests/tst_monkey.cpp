@@ -1267,6 +1267,7 @@ void TestMonkey::randomActions()
     }
     QVERIFY2(wrong.isEmpty(), qPrintable(u"Seed %1, action %2: %3\nThe last actions:\n%4"_s.arg(seed).arg(done).arg(
                                   wrong, monkey.lastActions())));
+    QVERIFY2(done >= std::min(actions, 100), QByteArray::number(done).constData());
     wrong = monkey.leave();
     QVERIFY2(wrong.isEmpty(),
              qPrintable(u"Seed %1: %2\nThe last actions:\n%3"_s.arg(seed).arg(wrong, monkey.lastActions())));

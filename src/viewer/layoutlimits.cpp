@@ -21,41 +21,86 @@ namespace {
 
 constexpr qsizetype MOST_OPEN_ELEMENTS = 500;
 constexpr int MOST_NESTED_TABLES = 12;
+constexpr int MOST_COLUMNS = 1000;
 constexpr int MOST_FLOATING_OBJECTS = 500;
 constexpr qreal LARGEST_EXTENT = 8'000'000;
 constexpr qreal PLACEHOLDER_SIDE = 30;
 
-/// Elements without an end tag, or with one that is usually left out since the next of their kind implies it.
+/// Elements that the parser ends by itself, at once or where the next of their kind begins.
 constexpr std::array ENDING_BY_THEMSELVES{
-    QLatin1String("p"),     QLatin1String("br"),     QLatin1String("li"),   QLatin1String("td"),
-    QLatin1String("tr"),    QLatin1String("th"),     QLatin1String("dd"),   QLatin1String("dt"),
-    QLatin1String("img"),   QLatin1String("hr"),     QLatin1String("meta"), QLatin1String("link"),
-    QLatin1String("tbody"), QLatin1String("thead"),  QLatin1String("col"),  QLatin1String("tfoot"),
-    QLatin1String("input"), QLatin1String("option"), QLatin1String("area"), QLatin1String("base"),
-    QLatin1String("embed"), QLatin1String("param"),  QLatin1String("wbr"),  QLatin1String("source"),
+    QLatin1String("p"),  QLatin1String("br"),  QLatin1String("li"),    QLatin1String("td"),    QLatin1String("th"),
+    QLatin1String("tr"), QLatin1String("dd"),  QLatin1String("dt"),    QLatin1String("tbody"), QLatin1String("thead"),
+    QLatin1String("hr"), QLatin1String("img"), QLatin1String("tfoot"), QLatin1String("meta"),
 };
+
+bool isSame(QStringView name, QStringView other)
+{
+    return name.compare(other, Qt::CaseInsensitive) == 0;
+}
 
 bool endsByItself(QStringView element)
 {
-    return std::any_of(ENDING_BY_THEMSELVES.begin(), ENDING_BY_THEMSELVES.end(),
-                       [element](QLatin1String name) { return element.compare(name, Qt::CaseInsensitive) == 0; });
+    return element.startsWith(QLatin1Char('!'))
+           || std::any_of(ENDING_BY_THEMSELVES.begin(), ENDING_BY_THEMSELVES.end(),
+                          [element](QLatin1String name) { return element.compare(name, Qt::CaseInsensitive) == 0; });
 }
 
-QStringView nameAt(QStringView html, qsizetype start)
+/// Goes through the tags of HTML as the engine's parser does, which takes nearly anything for the name of an element.
+class Tags
 {
-    qsizetype end = start;
-    while (end < html.size() && html[end].isLetterOrNumber())
-        ++end;
-    return html.sliced(start, end - start);
-}
+public:
+    explicit Tags(QStringView text) : html(text) { }
 
-/// Whether the tag with something at @p position is one of XML's that need no end tag, as in <a name="x"/>.
-bool closesAtOnce(QStringView html, qsizetype position)
-{
-    while (position < html.size() && html[position] != u'<' && html[position] != u'>')
+    QStringView name; ///< empty for a comment
+    bool isEnd = false;
+    bool endsAtOnce = false; ///< as <a name="x"/> does
+
+    bool next()
+    {
+        position = html.indexOf(u'<', position);
+        if (position < 0)
+            return false;
+        name = {};
+        if (html.sliced(position).startsWith(QLatin1String("<!--"))) {
+            position = html.indexOf(QLatin1String("-->"), position);
+            return position >= 0;
+        }
         ++position;
-    return html[position - 1] == u'/' && html.sliced(position).startsWith(u'>');
-}
+        skip([](QChar character) { return character.isSpace(); });
+        isEnd = position < html.size() && html[position] == u'/';
+        position += isEnd ? 1 : 0;
+        const qsizetype start = position;
+        skip([](QChar character) { return !character.isSpace() && !QStringView(u"<>/=").contains(character); });
+        name = html.sliced(start, position - start);
+        skipAttributes();
+        return true;
+    }
+
+private:
+    template <typename Condition> void skip(Condition goesOn)
+    {
+        while (position < html.size() && goesOn(html[position]))
+            ++position;
+    }
+
+    void skipAttributes()
+    {
+        QChar before;
+        for (; position < html.size() && html[position] != u'<' && html[position] != u'>'; ++position) {
+            const QChar character = html[position];
+            if (before == u'=' && (character == u'"' || character == u'\'')) {
+                ++position;
+                skip([character](QChar inside) { return inside != character; });
+            }
+            if (!character.isSpace())
+                before = character;
+        }
+        endsAtOnce = before == u'/';
+    }
+
+    QStringView html;
+    qsizetype position = 0;
+};
 
 /// Adds up the most that a document can take, in pixels.
 class Extent
@@ -99,7 +144,8 @@ private:
     [[nodiscard]] bool fits() const
     {
         return height < LARGEST_EXTENT && frameWidths + widestLine < LARGEST_EXTENT
-               && floatingObjects <= MOST_FLOATING_OBJECTS && deepestTable <= MOST_NESTED_TABLES;
+               && floatingObjects <= MOST_FLOATING_OBJECTS && deepestTable <= MOST_NESTED_TABLES
+               && widestTable <= MOST_COLUMNS;
     }
 
     void addFrame(const QTextFrame &frame, int depth)
@@ -123,6 +169,7 @@ private:
 
     void addCells(const QTextTable &table)
     {
+        widestTable = std::max(widestTable, table.columns());
         const QTextTableFormat format = table.format();
         const qreal cell = widestCellFrame + 2 * (format.cellPadding() + format.border()) + format.cellSpacing();
         height += cell * table.rows();
@@ -136,7 +183,8 @@ private:
     {
         const QTextBlockFormat format = block.blockFormat();
         const QTextList *list = block.textList();
-        const int indents = std::abs(format.indent()) + (list ? std::abs(list->format().indent()) : 0);
+        const qreal indents =
+            std::abs(qreal(format.indent())) + (list ? std::abs(qreal(list->format().indent())) : qreal(0));
         const qreal indent = std::abs(format.leftMargin()) + std::abs(format.rightMargin())
                              + std::abs(format.textIndent()) + document.indentWidth() * indents;
 
@@ -212,30 +260,30 @@ private:
     qreal widestLine = 0;
     int floatingObjects = 0;
     int deepestTable = 0;
+    int widestTable = 0; // in columns
 };
 
 } // namespace
 
 bool nestsTooDeep(QStringView html)
 {
+    // An end tag of something further out is passed over, which counts too many elements rather than too few.
+    constexpr qsizetype FARTHEST = 20;
     QVarLengthArray<QStringView, MOST_OPEN_ELEMENTS> open;
-    for (qsizetype tag = html.indexOf(u'<'); tag >= 0; tag = html.indexOf(u'<', tag + 1)) {
-        const bool closes = html.sliced(tag + 1).startsWith(u'/');
-        const QStringView name = nameAt(html, tag + (closes ? 2 : 1));
-        if (name.isEmpty() || endsByItself(name))
+    Tags tag(html);
+    while (tag.next()) {
+        if (tag.name.isEmpty() || endsByItself(tag.name))
             continue;
-        if (closes) {
-            const auto opened = std::find_if(open.crbegin(), open.crend(), [name](QStringView element) {
-                return element.compare(name, Qt::CaseInsensitive) == 0;
-            });
-            if (opened != open.crend())
-                open.resize(open.crend() - opened - 1);
-        } else if (closesAtOnce(html, tag + 1)) {
-            continue;
-        } else if (open.size() == MOST_OPEN_ELEMENTS) {
-            return true;
-        } else {
-            open.append(name);
+        if (tag.isEnd) {
+            const auto last = open.crbegin() + std::min(open.size(), FARTHEST);
+            const auto begun =
+                std::find_if(open.crbegin(), last, [&tag](QStringView element) { return isSame(element, tag.name); });
+            if (begun != last)
+                open.resize(open.crend() - begun - 1);
+        } else if (!tag.endsAtOnce) {
+            if (open.size() == MOST_OPEN_ELEMENTS)
+                return true;
+            open.append(tag.name);
         }
     }
     return false;

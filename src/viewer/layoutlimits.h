@@ -7,7 +7,7 @@ class QTextDocument;
 
 // What the toolkit's text engine can show in a bounded time. It counts lengths in fixed point: with more than 2^23
 // pixels in the height of a document or in one line its layout never ends. The time that it takes for nested tables
-// doubles with each level, and for elements and for floating objects it grows with the square of their number.
+// doubles with each level, and for elements, floating objects and columns it grows with the square of their number.
 
 /// Whether the engine would parse @p html slowly, because hundreds of its elements are open at a time.
 [[nodiscard]] bool nestsTooDeep(QStringView html);

@@ -23,6 +23,7 @@ namespace {
 constexpr qsizetype MAX_DOWNLOADS = 5;
 constexpr auto DOWNLOAD_TIMEOUT = 5000ms;
 constexpr qint64 LARGEST_DOWNLOAD = 32LL * 1000 * 1000; // bytes; far more than an image of a description has
+constexpr qint64 LARGEST_CACHE = 512LL * 1000 * 1000; // bytes; with more nothing is downloaded any more
 
 QString messagePage(const QString &message)
 {
@@ -45,6 +46,17 @@ QVariant decoded(const QByteArray &bytes)
     return bytes;
 }
 
+/// In bytes; a decoded picture has four for each point.
+qint64 bytesOf(const QVariant &cached)
+{
+    QSize picture(0, 0);
+    if (cached.metaType() == QMetaType::fromType<QPixmap>())
+        picture = cached.value<QPixmap>().size();
+    else if (cached.metaType() == QMetaType::fromType<QImage>())
+        picture = cached.value<QImage>().size();
+    return 4LL * picture.width() * picture.height() + cached.toByteArray().size();
+}
+
 int scrollValue(const QScrollBar *bar)
 {
     return bar ? bar->value() : 0;
@@ -62,7 +74,7 @@ SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent)
 {
     manager.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(&manager, &QNetworkAccessManager::finished, this, &SimpleWebViewer::onReplyFinished);
-    connect(document(), &QTextDocument::contentsChange, this, &SimpleWebViewer::withholdLayout);
+    connect(document(), &QTextDocument::contentsChange, this, &SimpleWebViewer::onContentsChange);
     setOpenExternalLinks(true);
 }
 
@@ -84,7 +96,7 @@ QVariant SimpleWebViewer::loadResource(int type, const QUrl &name)
         downloadResource(url);
     } else {
         if (type == QTextDocument::ImageResource && cached->metaType() == QMetaType::fromType<QByteArray>())
-            *cached = decoded(cached->toByteArray());
+            setCached(url, decoded(cached->toByteArray()));
         value = *cached;
     }
 
@@ -109,17 +121,19 @@ QUrl SimpleWebViewer::foundInSearchPaths(const QUrl &name) const
 
 void SimpleWebViewer::downloadResource(const QUrl &url)
 {
-    if (replies.size() >= MAX_DOWNLOADS)
+    if (replies.size() >= MAX_DOWNLOADS || cachedBytes > LARGEST_CACHE)
         return;
 
     cache.insert(url, QVariant());
     QNetworkReply *reply = manager.get(QNetworkRequest(url));
     replies.insert(reply);
 
-    connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
-        if (received > LARGEST_DOWNLOAD)
-            reply->abort();
-    });
+    if (!url.isLocalFile()) {
+        connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
+            if (received > LARGEST_DOWNLOAD)
+                reply->abort();
+        });
+    }
 
     auto *timer = new QTimer(reply);
     timer->setSingleShot(true);
@@ -150,8 +164,15 @@ void SimpleWebViewer::onReplyFinished(QNetworkReply *reply)
 // After a redirect the reply's own URL is not the one that was asked for, which the next render asks for again.
 void SimpleWebViewer::store(const QNetworkReply &reply, const QVariant &value)
 {
-    cache.insert(reply.url(), value);
-    cache.insert(reply.request().url(), value);
+    setCached(reply.url(), value);
+    setCached(reply.request().url(), value);
+}
+
+void SimpleWebViewer::setCached(const QUrl &url, const QVariant &value)
+{
+    QVariant &cached = cache[url];
+    cachedBytes += bytesOf(value) - bytesOf(cached);
+    cached = value;
 }
 
 void SimpleWebViewer::abort()
@@ -166,6 +187,7 @@ void SimpleWebViewer::clear()
     QTextBrowser::clear();
     replies.clear();
     cache.clear();
+    cachedBytes = 0;
 }
 
 void SimpleWebViewer::reload()
@@ -210,7 +232,8 @@ void SimpleWebViewer::resizeEvent(QResizeEvent *event)
 
 void SimpleWebViewer::changeEvent(QEvent *event)
 {
-    if (event->type() == QEvent::FontChange && !canBeLaidOut())
+    const bool changesFont = event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange;
+    if (changesFont && !canBeLaidOut())
         showTooLarge();
     QTextBrowser::changeEvent(event);
 }
@@ -222,16 +245,16 @@ bool SimpleWebViewer::canBeLaidOut() const
     return ::canBeLaidOut(*document(), font(), width() - margins);
 }
 
-void SimpleWebViewer::showTooLarge()
+// New content is parsed, but not yet laid out.
+void SimpleWebViewer::onContentsChange()
 {
-    QTextBrowser::setHtml(messagePage(tr("Too large or too deeply nested to be shown.")));
+    if (!withheldPageSize && !canBeLaidOut())
+        withholdLayout();
 }
 
-// New content is parsed but not yet laid out. Without a page there is no layout, and nobody is to be told of that.
+// A document without a page has no layout, of which nobody is to be told.
 void SimpleWebViewer::withholdLayout()
 {
-    if (withheldPageSize || canBeLaidOut())
-        return;
     withheldPageSize = document()->pageSize();
     document()->documentLayout()->blockSignals(true);
     document()->setPageSize({0, 0});
@@ -241,8 +264,14 @@ void SimpleWebViewer::replaceWithheld()
 {
     if (!withheldPageSize)
         return;
-    showTooLarge();
+    QTextBrowser::setHtml(messagePage(tr("Too large or too deeply nested to be shown.")));
     document()->documentLayout()->blockSignals(false);
     document()->setPageSize(*withheldPageSize);
     withheldPageSize.reset();
+}
+
+void SimpleWebViewer::showTooLarge()
+{
+    withholdLayout();
+    replaceWithheld();
 }

@@ -16,7 +16,7 @@ class QNetworkReply;
 /// What a render asks for and is not there yet shows as nothing; when the last pending download has
 /// finished, the document is rendered once more at the same scroll position. Everything is fetched once
 /// and kept until clear(); at most five downloads run at a time, each for at most five seconds and
-/// of at most 32 MB.
+/// of at most 32 MB, and none begins any more once 512 MB are kept.
 class SimpleWebViewer : public QTextBrowser
 {
     Q_OBJECT
@@ -57,13 +57,16 @@ private slots:
 private:
     [[nodiscard]] QUrl foundInSearchPaths(const QUrl &name) const;
     void store(const QNetworkReply &reply, const QVariant &value);
+    void setCached(const QUrl &url, const QVariant &value);
     [[nodiscard]] bool canBeLaidOut() const;
-    void showTooLarge();
+    void onContentsChange();
     void withholdLayout();
     void replaceWithheld();
+    void showTooLarge();
 
     QSet<QNetworkReply *> replies; // pending; owned by the manager
     QNetworkAccessManager manager;
     QMap<QUrl, QVariant> cache; // invalid while pending or failed, else bytes, a decoded picture or a page
+    qint64 cachedBytes = 0; // in the cache
     std::optional<QSizeF> withheldPageSize; // of the document, while its content is not to be laid out
 };
