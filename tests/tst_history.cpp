@@ -174,6 +174,7 @@ private slots:
     void permissions();
 
     void newestFifty();
+    void clockThatWasAhead();
     void noneOlderThanAYear();
     void atMostTwoHundredMegabytes();
     void oneFileOfMoreIsNotKept();
@@ -553,6 +554,19 @@ void TestHistory::newestFifty()
     }
     QCOMPARE(contents(file()), expected);
     QCOMPARE(contents(other), QList<QByteArray>{"of another file"});
+}
+
+void TestHistory::clockThatWasAhead()
+{
+    keepUnsaved(file(), "before");
+    for (int i = 0; i < 50; ++i)
+        makeSparse(versionPath(file(), nameOf(QDate(2099, 1, 1).addDays(i))), 1);
+    keepUnsaved(file(), "after");
+    QVERIFY(contents(file()).contains("before"));
+    QVERIFY(contents(file()).contains("after"));
+    QCOMPARE(contents(file()).size(), 50);
+    QVERIFY(!QFile::exists(versionPath(file(), nameOf(QDate(2099, 1, 1)))));
+    QVERIFY(QFile::exists(versionPath(file(), nameOf(QDate(2099, 1, 3)))));
 }
 
 void TestHistory::noneOlderThanAYear()

@@ -1,5 +1,6 @@
 #include "io/history.h"
 
+#include "io/disksync.h"
 #include "io/wholefile.h"
 
 #include <QCryptographicHash>
@@ -42,6 +43,11 @@ QString shortened(QString fileName)
     return fileName;
 }
 
+QString timeName(const QDateTime &time)
+{
+    return time.toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+}
+
 bool makeOwnFolder(const QString &path)
 {
     // Another window may make it at the same moment, so only the outcome counts.
@@ -55,7 +61,7 @@ bool writeNew(const QString &path, const QByteArray &content)
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, OWNER_FILE))
         return false;
-    if (file.write(content) == content.size() && file.flush())
+    if (file.write(content) == content.size() && file.flush() && reachedDisk(file))
         return true;
     // The file's own remove() does nothing once closing has failed, as it does on a full disk.
     file.close();
@@ -63,7 +69,8 @@ bool writeNew(const QString &path, const QByteArray &content)
     return false;
 }
 
-/// Newest first. Names begin with the time, so their order is that of the versions.
+/// Newest first. Names begin with the time, so their order is that of the versions; one that is later than now comes
+/// from a clock that was wrong, and may be older than any.
 QFileInfoList versions(const QString &folder)
 {
     QFileInfoList found;
@@ -75,6 +82,10 @@ QFileInfoList versions(const QString &folder)
     }
     std::sort(found.begin(), found.end(),
               [](const QFileInfo &a, const QFileInfo &b) { return a.fileName() > b.fileName(); });
+    // Another window may have kept something meanwhile.
+    const QString now = timeName(QDateTime::currentDateTimeUtc().addSecs(60));
+    std::stable_partition(found.begin(), found.end(),
+                          [&now](const QFileInfo &version) { return version.fileName() < now; });
     return found;
 }
 
@@ -134,7 +145,7 @@ bool keepIn(const QString &folder, const QString &path, const QByteArray &conten
     }
 
     // Another window may keep a version of the same file in the same millisecond.
-    const QString time = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+    const QString time = timeName(QDateTime::currentDateTimeUtc());
     for (int attempt = 0; attempt < 100; ++attempt) {
         const QString name = QStringLiteral("%1-%2-%3-%4")
                                  .arg(time)
@@ -174,6 +185,8 @@ void keepReplaced(const QString &path, const QByteArray &newContent)
     const std::optional<QByteArray> old = readWholeFile(path);
     if (old && *old != newContent)
         keep(canonical(path), *old, "replaced");
+    else if (!old && QFileInfo(path).isFile())
+        qDebug() << "No history of" << path << "which cannot be read";
 }
 
 void keepUnsaved(const QString &path, const QByteArray &content)

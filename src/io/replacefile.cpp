@@ -1,5 +1,6 @@
 #include "io/replacefile.h"
 
+#include "io/disksync.h"
 #include "io/history.h"
 
 #include <QDebug>
@@ -9,7 +10,6 @@
 #include <QSaveFile>
 
 #ifdef Q_OS_UNIX
-#include <cerrno>
 #include <unistd.h>
 #endif
 
@@ -33,21 +33,6 @@ QByteArray withLineEnds(QByteArray content, LineEnds lineEnds)
 bool writeAll(QFileDevice &file, const QByteArray &content)
 {
     return file.write(content) == content.size() && file.flush();
-}
-
-// QSaveFile asks for this too, but passes over the answer: a network or a broken disk may refuse as late as here.
-bool reachedDisk(const QFileDevice &file)
-{
-#ifdef Q_OS_UNIX
-    int answer = 0;
-    do {
-        answer = ::fsync(file.handle());
-    } while (answer != 0 && errno == EINTR);
-    return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
-#else
-    Q_UNUSED(file)
-    return true;
-#endif
 }
 
 // Only the superuser gives a file away, but everybody may give it to a group of theirs.
@@ -102,14 +87,15 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)
             staged.setPermissions(permissions);
+        // QSaveFile flushes to the disk too, but passes over the answer.
         if (!writeAll(staged, bytes) || !reachedDisk(staged))
             return false;
         // Only now, so that the copy cannot take the last room on the disk.
         keepReplaced(path, bytes);
-        return staged.commit();
+        return staged.commit() && namesReachedDisk(file.path());
     }
 
-    if (!isNameTooLong && QFileInfo(file.path()).isWritable())
+    if ((!isNameTooLong && QFileInfo(file.path()).isWritable()) || (file.exists() && !file.isWritable()))
         return false;
     keepReplaced(path, bytes);
     QFile direct(real);
