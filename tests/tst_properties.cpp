@@ -102,14 +102,15 @@ void TestProperties::savedRecordsComeBack()
         QList<AppConfig> apps;
         for (int count = author.below(20); count > 0; --count)
             apps.append(author.app());
-        QVERIFY(writeProject(path, apps));
+        const QByteArray where = QStringLiteral("Seed %1, round %2").arg(seed).arg(round).toUtf8();
+        QVERIFY2(writeProject(path, apps), where.constData());
         const QByteArray saved = folder.read(QStringLiteral("Apps.csv"));
 
         QList<AppConfig> loaded;
-        QVERIFY2(readProject(path, &loaded), qPrintable(QStringLiteral("Seed %1").arg(seed)));
-        QVERIFY2(loaded == apps, qPrintable(QStringLiteral("Seed %1, round %2").arg(seed).arg(round)));
-        QVERIFY(writeProject(path, loaded));
-        QCOMPARE(folder.read(QStringLiteral("Apps.csv")), saved);
+        QVERIFY2(readProject(path, &loaded), where.constData());
+        QVERIFY2(loaded == apps, where.constData());
+        QVERIFY2(writeProject(path, loaded), where.constData());
+        QVERIFY2(folder.read(QStringLiteral("Apps.csv")) == saved, where.constData());
     }
 }
 
