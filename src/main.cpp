@@ -5,6 +5,8 @@
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
+    QGuiApplication::setDesktopFileName(QStringLiteral(CATALIST_APP_ID));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/Resources/catalist.ico")));
     MainWindow window;
     window.show();
     return QApplication::exec();

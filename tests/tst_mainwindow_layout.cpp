@@ -510,6 +510,9 @@ void TestMainWindowLayout::pictures()
     QCOMPARE(QImage(file + QStringLiteral(".png")).size(), QSize(size, size));
     QCOMPARE(QImage(file + QStringLiteral("@2x.png")).size(), QSize(2 * size, 2 * size));
     QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().size() > 2);
+    const QIcon program(QStringLiteral(":/Resources/Resources/catalist.ico"));
+    for (const int pixels : {16, 22, 24, 32, 48, 64, 128, 256})
+        QVERIFY2(program.availableSizes().contains(QSize(pixels, pixels)), qPrintable(QString::number(pixels)));
 }
 
 void TestMainWindowLayout::slotsAreConnected_data()
