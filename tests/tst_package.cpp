@@ -1,0 +1,306 @@
+#include "folder.h"
+#include "scratchhome.h"
+
+#include <QDeadlineTimer>
+#include <QDirIterator>
+#include <QImage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString APP_ID = u"" CATALIST_APP_ID ""_s;
+constexpr int PATIENCE = 120'000;
+
+struct Outcome
+{
+    int code = -1;
+    QString text; ///< what was written to both outputs
+};
+
+Outcome run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    // What only the superuser's path has, the package manager asks for.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u":/usr/sbin:/sbin"_s);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
+        qFatal("%s did not end", qPrintable(program));
+    return {process.exitCode(), QString::fromUtf8(process.readAll())};
+}
+
+bool hasTool(const char *name)
+{
+    return !QStandardPaths::findExecutable(QString::fromLatin1(name)).isEmpty();
+}
+
+/// Every file and folder below a folder, relative to it, hidden ones too.
+QStringList tree(const QString &folder)
+{
+    QStringList found;
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext())
+        found.append(entries.next().mid(folder.size() + 1));
+    found.sort();
+    return found;
+}
+
+/// Starts the editor away from the screen, and ends it once it has painted its window.
+/// What went wrong; empty when nothing did.
+QString startAndEnd(const QString &program)
+{
+    const Folder home;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString &name : {u"HOME"_s, u"XDG_CONFIG_HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_CACHE_HOME"_s})
+        environment.insert(name, home.path());
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    environment.insert(u"QT_LOGGING_RULES"_s, u"qt.widgets.painting=true"_s);
+
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setProcessEnvironment(environment);
+    process.start(program, {});
+    if (!process.waitForStarted())
+        return process.errorString();
+    QByteArray trace;
+    const QDeadlineTimer patience(PATIENCE);
+    while (!trace.contains("top level MainWindow(") && process.state() == QProcess::Running && !patience.hasExpired()) {
+        process.waitForReadyRead(1000);
+        trace += process.readAll();
+    }
+    const bool painted = trace.contains("top level MainWindow(");
+    const bool runs = process.state() == QProcess::Running;
+    process.terminate();
+    if (!process.waitForFinished(PATIENCE))
+        return u"does not end"_s;
+    return painted && runs ? QString() : QString::fromUtf8(trace);
+}
+
+} // namespace
+
+/// What people install, and what is left when they remove it.
+class TestPackage : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void desktopEntry();
+    void metainfo();
+    void oneIdNamesAll();
+    void icons_data();
+    void icons();
+    void documents_data();
+    void documents();
+    void canBeMoved();
+    void archive();
+    void debianFields();
+    void debianFiles();
+    void debianPolicy();
+    void installedStartedAndRemoved();
+
+private:
+    [[nodiscard]] QString package() const { return work.path(QDir(work.path()).entryList({u"*.deb"_s}).value(0)); }
+
+    Folder work;
+    QString share;
+    bool hasPackage = false;
+};
+
+void TestPackage::initTestCase()
+{
+    const Outcome installed = run(u"" CMAKE_PROGRAM ""_s,
+                                  {u"--install"_s, u"" CATALIST_BINARY_DIR ""_s, u"--prefix"_s, work.path(u"tree"_s)});
+    QVERIFY2(installed.code == 0, qPrintable(installed.text));
+    share = work.path(u"tree/share"_s);
+
+    hasPackage = hasTool("dpkg") && hasTool("dpkg-shlibdeps");
+    const Outcome packed =
+        run(u"" CPACK_PROGRAM ""_s, {u"--config"_s, u"" CATALIST_BINARY_DIR "/CPackConfig.cmake"_s, u"-B"_s,
+                                     work.path(), u"-G"_s, hasPackage ? u"DEB;TGZ"_s : u"TGZ"_s});
+    QVERIFY2(packed.code == 0, qPrintable(packed.text));
+}
+
+void TestPackage::desktopEntry()
+{
+    if (!hasTool("desktop-file-validate"))
+        QSKIP("desktop-file-validate is not installed (package desktop-file-utils)");
+    const Outcome checked = run(u"desktop-file-validate"_s, {share + u"/applications/%1.desktop"_s.arg(APP_ID)});
+    QCOMPARE(checked.text, QString());
+    QCOMPARE(checked.code, 0);
+}
+
+void TestPackage::metainfo()
+{
+    if (!hasTool("appstreamcli"))
+        QSKIP("appstreamcli is not installed (package appstream)");
+    const Outcome checked =
+        run(u"appstreamcli"_s, {u"validate"_s, u"--no-net"_s, share + u"/metainfo/%1.metainfo.xml"_s.arg(APP_ID)});
+    QVERIFY2(checked.code == 0, qPrintable(checked.text));
+}
+
+void TestPackage::oneIdNamesAll()
+{
+    const Folder &files = work;
+    const QByteArray entry = files.read(u"tree/share/applications/%1.desktop"_s.arg(APP_ID));
+    QVERIFY(entry.contains("\nIcon=" CATALIST_APP_ID "\n"));
+    QVERIFY(entry.contains("\nExec=catalist\n"));
+    const QByteArray facts = files.read(u"tree/share/metainfo/%1.metainfo.xml"_s.arg(APP_ID));
+    QVERIFY(facts.contains("<id>" CATALIST_APP_ID "</id>"));
+    QVERIFY(facts.contains("<launchable type=\"desktop-id\">" CATALIST_APP_ID ".desktop</launchable>"));
+    QVERIFY(facts.contains("<release version=\"" CATALIST_VERSION "\""));
+    QVERIFY(files.read(u"tree/bin/catalist"_s)
+                .contains(QByteArray(reinterpret_cast<const char *>(APP_ID.utf16()), APP_ID.size() * 2)));
+}
+
+void TestPackage::icons_data()
+{
+    QTest::addColumn<int>("size");
+    for (const int size : {16, 22, 24, 32, 48, 64, 128, 256, 512})
+        QTest::addRow("%d", size) << size;
+}
+
+void TestPackage::icons()
+{
+    QFETCH(int, size);
+    const QImage icon(share + u"/icons/hicolor/%1x%1/apps/%2.png"_s.arg(size).arg(APP_ID));
+    QCOMPARE(icon.size(), QSize(size, size));
+    QVERIFY(icon.hasAlphaChannel());
+    QVERIFY(QFile::exists(share + u"/icons/hicolor/scalable/apps/%1.svg"_s.arg(APP_ID)));
+}
+
+void TestPackage::documents_data()
+{
+    QTest::addColumn<QString>("path");
+    for (const char *path : {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md",
+                             "doc/catalist/cli.md", "doc/catalist/formats.md", "doc/catalist/reliability.md",
+                             "doc/catalist/pictures/general.png", "doc/catalist/examples/catalogue/Apps.csv"})
+        QTest::newRow(path) << QString::fromLatin1(path);
+}
+
+void TestPackage::documents()
+{
+    QFETCH(QString, path);
+    QVERIFY(QFileInfo(share + u'/' + path).size() > 0);
+}
+
+void TestPackage::canBeMoved()
+{
+    const QString moved = work.path(u"a b é"_s);
+    QVERIFY(QDir().rename(work.path(u"tree"_s), moved));
+    const QString problem = startAndEnd(moved + u"/bin/catalist"_s);
+    const Outcome version = run(moved + u"/bin/catalist-cli"_s, {u"--version"_s});
+    QVERIFY(QDir().rename(moved, work.path(u"tree"_s)));
+    QCOMPARE(problem, QString());
+    QCOMPARE(version.text.trimmed(), u"catalist-cli " CATALIST_VERSION ""_s);
+}
+
+void TestPackage::archive()
+{
+    const QStringList archives = QDir(work.path()).entryList({u"*.tar.gz"_s});
+    QCOMPARE(archives, QStringList{u"catalist-" CATALIST_VERSION "-Linux.tar.gz"_s});
+    work.makeFolder(u"unpacked"_s);
+    const Outcome unpacked = run(u"tar"_s, {u"-C"_s, work.path(u"unpacked"_s), u"--strip-components=1"_s, u"-xzf"_s,
+                                            work.path(archives.constFirst())});
+    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
+    QCOMPARE(tree(work.path(u"unpacked"_s)), tree(work.path(u"tree"_s)));
+}
+
+void TestPackage::debianFields()
+{
+    if (!hasPackage)
+        QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
+    const auto field = [this](const QString &name) {
+        return run(u"dpkg-deb"_s, {u"--field"_s, package(), name}).text.trimmed();
+    };
+    QCOMPARE(field(u"Package"_s), u"catalist"_s);
+    QCOMPARE(field(u"Version"_s), u"" CATALIST_VERSION "-1"_s);
+    QCOMPARE(field(u"Section"_s), u"editors"_s);
+    QVERIFY(field(u"Description"_s).startsWith(u"editor for a catalogue of transmitter apps\n"_s));
+    const QString depends = field(u"Depends"_s);
+    for (const QString &library : {u"libqt6core6 (>= 6."_s, u"libqt6widgets6 (>= 6."_s, u"libqt6network6 (>= 6."_s})
+        QVERIFY2(depends.contains(library), qPrintable(depends));
+}
+
+void TestPackage::debianFiles()
+{
+    if (!hasPackage)
+        QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
+    const Outcome unpacked = run(u"dpkg-deb"_s, {u"--extract"_s, package(), work.path(u"deb"_s)});
+    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
+
+    QStringList expected;
+    const QStringList installed = tree(work.path(u"tree"_s));
+    for (const QString &path : installed)
+        expected.append(u"usr/"_s + path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
+    expected += {u"usr"_s,
+                 u"usr/share/doc/catalist/changelog.Debian.gz"_s,
+                 u"usr/share/doc/catalist/changelog.gz"_s,
+                 u"usr/share/doc/catalist/copyright"_s,
+                 u"usr/share/lintian"_s,
+                 u"usr/share/lintian/overrides"_s,
+                 u"usr/share/lintian/overrides/catalist"_s};
+    expected.sort();
+    QCOMPARE(tree(work.path(u"deb"_s)), expected);
+
+    const QString changelog = run(u"gzip"_s, {u"-dc"_s, work.path(u"deb/usr/share/doc/catalist/changelog.gz"_s)}).text;
+    QVERIFY(changelog.contains(u"\n## " CATALIST_VERSION "\n"_s));
+}
+
+void TestPackage::debianPolicy()
+{
+    if (!hasPackage)
+        QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
+    if (!hasTool("lintian"))
+        QSKIP("lintian is not installed (package lintian)");
+    const Outcome checked = run(u"lintian"_s, {u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package()});
+    QCOMPARE(checked.text, QString());
+    QCOMPARE(checked.code, 0);
+}
+
+void TestPackage::installedStartedAndRemoved()
+{
+    if (!hasPackage)
+        QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
+    const Folder root;
+    const Folder database;
+    database.write(u"status"_s, "");
+    database.makeFolder(u"info"_s);
+    database.makeFolder(u"updates"_s);
+    const auto dpkg = [&root, &database](const QStringList &arguments) {
+        // The libraries that it depends on are those of the system, outside of this root.
+        return run(u"dpkg"_s, QStringList{u"--instdir="_s + root.path(), u"--admindir="_s + database.path(),
+                                          u"--log=/dev/null"_s, u"--force-not-root"_s, u"--force-depends"_s}
+                                  + arguments);
+    };
+
+    const Outcome installed = dpkg({u"--install"_s, package()});
+    QVERIFY2(installed.code == 0, qPrintable(installed.text));
+    QCOMPARE(startAndEnd(root.path(u"usr/bin/catalist"_s)), QString());
+
+    const QString catalogue = root.path(u"usr/share/doc/catalist/examples/catalogue"_s);
+    const Folder published;
+    const QStringList commands[] = {{u"check"_s, catalogue, u"--strict"_s},
+                                    {u"export"_s, catalogue, u"--url"_s, u"https://apps.example.org/"_s, u"--output"_s,
+                                     published.path(u"Apps.json"_s)},
+                                    {u"verify"_s, catalogue, u"--index"_s, published.path(u"Apps.json"_s), u"--url"_s,
+                                     u"https://apps.example.org/"_s}};
+    for (const QStringList &command : commands) {
+        const Outcome done = run(root.path(u"usr/bin/catalist-cli"_s), command);
+        QVERIFY2(done.code == 0, qPrintable(done.text));
+    }
+
+    const Outcome removed = dpkg({u"--remove"_s, u"catalist"_s});
+    QVERIFY2(removed.code == 0, qPrintable(removed.text));
+    QCOMPARE(tree(root.path()), QStringList());
+}
+
+CATALIST_CORE_TEST_MAIN(TestPackage)
+#include "tst_package.moc"
