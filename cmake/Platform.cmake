@@ -11,10 +11,57 @@ if(UNIX AND NOT APPLE)
 endif()
 
 if(MSVC)
-    set(CATALIST_WARNINGS /W4)
+    set(CATALIST_COMPILE_OPTIONS /W4)
 else()
-    set(CATALIST_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    set(CATALIST_COMPILE_OPTIONS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 endif()
+if(CATALIST_HAS_DESKTOP_ENTRIES)
+    set(CATALIST_LINK_OPTIONS LINKER:-z,relro,-z,now)
+endif()
+
+# catalist_program(TARGET): what the system wants to find in a program: its version and its icon.
+function(catalist_program target)
+    if(WIN32)
+        configure_file("${PROJECT_SOURCE_DIR}/packaging/windows/catalist.rc.in" "${target}.rc" @ONLY)
+        target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+    endif()
+endfunction()
+
+# catalist_window(TARGET): the same for a program that shows a window, and needs no console.
+function(catalist_window target)
+    catalist_program(${target})
+    set_target_properties(${target} PROPERTIES WIN32_EXECUTABLE ON MACOSX_BUNDLE ON)
+    if(APPLE)
+        set(icon "${PROJECT_SOURCE_DIR}/packaging/macos/catalist.icns")
+        configure_file("${PROJECT_SOURCE_DIR}/packaging/macos/Info.plist.in" Info.plist @ONLY)
+        target_sources(${target} PRIVATE "${icon}")
+        set_source_files_properties("${icon}" PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
+        set_target_properties(${target} PROPERTIES
+            MACOSX_BUNDLE_INFO_PLIST "${CMAKE_CURRENT_BINARY_DIR}/Info.plist")
+    endif()
+endfunction()
+
+# catalist_install_programs(WINDOW COMMAND): where the system looks for them. Where it does not have the toolkit's
+# libraries, they come along.
+function(catalist_install_programs window command)
+    install(TARGETS ${window} BUNDLE DESTINATION .)
+    if(APPLE)
+        # The command finds the libraries in the bundle.
+        set_target_properties(${command} PROPERTIES INSTALL_RPATH "@executable_path/../Frameworks")
+        install(TARGETS ${command} DESTINATION "${window}.app/Contents/MacOS")
+    else()
+        install(TARGETS ${command})
+    endif()
+
+    if(NOT CATALIST_HAS_DESKTOP_ENTRIES)
+        set(result OUTPUT_SCRIPT)
+        if(Qt6_VERSION VERSION_LESS 6.5)
+            set(result FILENAME_VARIABLE)
+        endif()
+        qt_generate_deploy_app_script(TARGET ${window} ${result} script NO_UNSUPPORTED_PLATFORM_ERROR)
+        install(SCRIPT "${script}")
+    endif()
+endfunction()
 
 # What CPack makes of an installation.
 if(CATALIST_HAS_DESKTOP_ENTRIES)
