@@ -1,6 +1,7 @@
 #include "folder.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -66,6 +67,18 @@ QByteArray Folder::read(const QString &relative) const
 QStringList Folder::entries() const
 {
     return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+bool copyTree(const QString &from, const QString &to)
+{
+    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QString file = entries.next();
+        const QString copy = to + file.mid(from.size());
+        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(file, copy))
+            return false;
+    }
+    return true;
 }
 
 // The saved user id stays that of the superuser, so that there is a way back.

@@ -29,6 +29,9 @@ private:
     QTemporaryDir folder;
 };
 
+/// Copies a file tree into a folder, which it makes; false when something could not be copied.
+[[nodiscard]] bool copyTree(const QString &from, const QString &to);
+
 /// Gives up the rights of the superuser for a while, who may read and write everything; no effect for other users
 /// or on other systems than Linux.
 /// Folders that are to be reached meanwhile must be open to everybody, as a Folder is.

@@ -4,6 +4,7 @@
 // Ends with 1 at the first step that did not do what it should.
 
 #include "dialoganswers.h"
+#include "folder.h"
 #include "scratchhome.h"
 #include "ui/mainwindow.h"
 #include "viewer/simplewebviewer.h"
@@ -11,7 +12,7 @@
 
 #include <QCryptographicHash>
 #include <QDateEdit>
-#include <QDirIterator>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -38,18 +39,6 @@ void require(bool done, const char *step)
         std::exit(EXIT_FAILURE);
     }
     std::printf("  %s\n", step);
-}
-
-bool copyFiles(const QString &from, const QString &to)
-{
-    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString file = entries.next();
-        const QString copy = to + file.mid(from.size());
-        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(file, copy))
-            return false;
-    }
-    return true;
 }
 
 QByteArray content(const QString &path)
@@ -278,8 +267,8 @@ bool addMaterial(const QString &catalogue)
     return QDir(catalogue).mkpath(QStringLiteral("RangeCheck"))
            && QFile::copy(catalogue + QStringLiteral("/ServoTester/main.lua"),
                           catalogue + QStringLiteral("/RangeCheck/main.lua"))
-           && copyFiles(catalogue + QStringLiteral("/VarioSounds/sounds/soft"),
-                        catalogue + QStringLiteral("/RangeCheck/sounds"))
+           && copyTree(catalogue + QStringLiteral("/VarioSounds/sounds/soft"),
+                       catalogue + QStringLiteral("/RangeCheck/sounds"))
            && QFile::copy(catalogue + QStringLiteral("/icons/telemetry-logger.png"),
                           catalogue + QStringLiteral("/icons/range-check.png"));
 }
@@ -300,7 +289,7 @@ int main(int argc, char *argv[])
 
     const QString catalogue = QDir(arguments.at(1)).absolutePath();
     const QString folder = QDir(arguments.at(2)).absolutePath();
-    require(clearResults(folder) && copyFiles(catalogue, folder + QStringLiteral("/catalogue"))
+    require(clearResults(folder) && copyTree(catalogue, folder + QStringLiteral("/catalogue"))
                 && addMaterial(folder + QStringLiteral("/catalogue")),
             "copy the catalogue");
 
