@@ -1,0 +1,283 @@
+#include "httpserver.h"
+#include "scratchhome.h"
+#include "ui/filedialog.h"
+#include "viewer/simplewebviewer.h"
+#include "windowtest.h"
+
+#include <QAction>
+#include <QDateEdit>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTableWidget>
+#include <QTranslator>
+#include <QXmlStreamReader>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Text
+{
+    QString context;
+    QString source;
+
+    friend bool operator==(const Text &, const Text &) = default;
+    friend auto qHash(const Text &text, size_t seed = 0) { return qHashMulti(seed, text.context, text.source); }
+};
+
+QSet<Text> extractedTexts()
+{
+#ifdef CATALIST_TEXTS
+    QFile file(QStringLiteral(CATALIST_TEXTS));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("No extracted texts");
+    QSet<Text> texts;
+    QString context;
+    QXmlStreamReader xml(&file);
+    while (!xml.atEnd()) {
+        if (!xml.readNextStartElement())
+            continue;
+        if (xml.name() == "name"_L1)
+            context = xml.readElementText();
+        else if (xml.name() == "source"_L1)
+            texts.insert({context, xml.readElementText()});
+    }
+    return texts;
+#else
+    return {};
+#endif
+}
+
+/// Puts a mark around every text that was extracted.
+class Marks : public QTranslator
+{
+public:
+    explicit Marks(QSet<Text> extracted) : texts(std::move(extracted)) { }
+
+    [[nodiscard]] bool isEmpty() const override { return false; }
+
+    [[nodiscard]] QString translate(const char *context, const char *source, const char * /*disambiguation*/,
+                                    int /*n*/) const override
+    {
+        const Text text{QString::fromUtf8(context), QString::fromUtf8(source)};
+        asked.insert(text);
+        if (!texts.contains(text))
+            return {};
+        // What is no key would not be a shortcut.
+        return text.source.isEmpty() || text.source.startsWith("Ctrl+"_L1) ? text.source : u"⟦%1⟧"_s.arg(text.source);
+    }
+
+    QSet<Text> texts;
+    mutable QSet<Text> asked;
+};
+
+/// The toolkit words these itself.
+bool isToolkits(const QObject *object)
+{
+    const QObject *parent = object->parent();
+    return object->objectName().startsWith("qt_"_L1) || qobject_cast<const QDialogButtonBox *>(parent)
+           || qobject_cast<const QLineEdit *>(parent) || qobject_cast<const QTabBar *>(parent);
+}
+
+/// Every text of an object that people may see or hear, apart from what they typed themselves.
+QStringList texts(const QObject *object)
+{
+    QStringList found;
+    for (const char *property : {"windowTitle", "text", "title", "toolTip", "statusTip", "whatsThis", "accessibleName",
+                                 "accessibleDescription", "placeholderText"}) {
+        const bool isTyped = (qobject_cast<const QLineEdit *>(object) || qobject_cast<const QDateEdit *>(object))
+                             && QLatin1String(property) == "text"_L1;
+        if (!isTyped)
+            found.append(object->property(property).toString());
+    }
+    if (const auto *tabs = qobject_cast<const QTabWidget *>(object)) {
+        for (int i = 0; i < tabs->count(); ++i)
+            found += {tabs->tabText(i), tabs->tabToolTip(i)};
+    }
+    if (const auto *table = qobject_cast<const QTableWidget *>(object)) {
+        for (int i = 0; i < table->columnCount(); ++i)
+            found.append(table->horizontalHeaderItem(i)->text());
+    }
+    found.removeAll(QString());
+    return found;
+}
+
+/// The texts of a window that did not pass through the translation; those that hold data excepted.
+QStringList unmarked(const QWidget &window, const QString &data)
+{
+    QStringList found;
+    QObjectList objects = window.findChildren<QObject *>();
+    objects.append(const_cast<QWidget *>(&window));
+    for (const QObject *object : objects) {
+        if (isToolkits(object))
+            continue;
+        const QStringList shown = texts(object);
+        for (const QString &text : shown) {
+            if (!text.startsWith(u'⟦') && text != data)
+                found.append(object->objectName() + u": "_s + text);
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+/// Every text passes through the translation, and is among those that are extracted for it.
+class TestTranslations : public QObject, private WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void contexts();
+    void windows();
+    void everyTextIsSeen();
+
+private:
+    void openExample();
+    void failToOpenAndSave();
+    void describe();
+    void preview();
+
+    std::unique_ptr<Marks> marks;
+};
+
+void TestTranslations::initTestCase()
+{
+    if (extractedTexts().isEmpty())
+        QSKIP("lupdate was not there when this was configured (package qt6-l10n-tools)");
+}
+
+void TestTranslations::init()
+{
+    begin();
+    marks = std::make_unique<Marks>(extractedTexts());
+    QCoreApplication::installTranslator(marks.get());
+}
+
+void TestTranslations::cleanup()
+{
+    QCoreApplication::removeTranslator(marks.get());
+    end();
+}
+
+void TestTranslations::openExample()
+{
+    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
+    storeProject(folder->path(u"catalogue/Apps.csv"_s));
+    window = openWindow<MainWindow>();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+}
+
+void TestTranslations::contexts()
+{
+    QSet<QString> contexts;
+    for (const Text &text : std::as_const(marks->texts))
+        contexts.insert(text.context);
+    QCOMPARE(contexts, (QSet<QString>{u"MainWindow"_s, u"FileDialog"_s, u"SimpleWebViewer"_s}));
+}
+
+void TestTranslations::windows()
+{
+    openExample();
+    const QString project = folder->path(u"catalogue/Apps.csv"_s);
+    QCOMPARE(unmarked(*window, project).join(u'\n'), QString());
+
+    const FileDialog files(project, {u"*.*"_s}, window.get());
+    QCOMPARE(unmarked(files, {}).join(u'\n'), QString());
+    // The walk does see what was not translated.
+    child<QLabel>(*window, "label_3")->setText(u"App name"_s);
+    QCOMPARE(unmarked(*window, project), QStringList{u"label_3: App name"_s});
+}
+
+void TestTranslations::failToOpenAndSave()
+{
+    const QString project = folder->path(u"catalogue/Apps.csv"_s);
+    answers->chooseFile(folder->path(u"elsewhere.csv"_s));
+    clickTool(*window, "actionNew_project");
+    folder->makeFolder(u"elsewhere.csv"_s);
+    answers->press(QMessageBox::Ok);
+    clickTool(*window, "actionSave");
+
+    folder->write(u"broken.csv"_s, "one;cell\n");
+    answers->chooseFile(folder->path(u"broken.csv"_s));
+    answers->press(QMessageBox::Ok);
+    clickTool(*window, "actionOpen_project");
+    answers->chooseFile(project);
+    clickTool(*window, "actionOpen_project");
+
+    answers->cancel();
+    clickTool(*window, "actionSave_generate_JSON");
+}
+
+void TestTranslations::describe()
+{
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    answers->enterText(u"en"_s); // which is there already
+    answers->press(QMessageBox::Ok);
+    click(*window, "btnNewDescription");
+    answers->enterText(u"it"_s);
+    answers->chooseFile(folder->path(u"outside.html"_s));
+    answers->press(QMessageBox::Ok);
+    click(*window, "btnNewDescription");
+    answers->enterText(u"it"_s);
+    answers->cancel();
+    click(*window, "btnOpenDescription");
+
+    QVERIFY(QFile::remove(folder->path(u"catalogue/descriptions/altimeter.cz.html"_s)));
+    answers->press(QMessageBox::Ok);
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    answers->cancel();
+    click(*window, "btnDeleteDescription");
+}
+
+void TestTranslations::preview()
+{
+    SimpleWebViewer viewer;
+    viewer.setSource(unreachableUrl());
+    QCOMPARE(viewer.toPlainText(), u"⟦Loading...⟧"_s);
+    QTRY_COMPARE(viewer.toPlainText(), u"⟦Connection error.⟧"_s);
+}
+
+void TestTranslations::everyTextIsSeen()
+{
+    answers->press(QMessageBox::Ok);
+    window = openWindow<MainWindow>();
+    clickTool(*window, "actionSave");
+    window.reset();
+
+    openExample();
+    failToOpenAndSave();
+    describe();
+    preview();
+    answers->pickInProject(u"icons/altimeter.png"_s);
+    showTab(*window, "tabGeneral");
+    click(*window, "iconBtn");
+    click(*window, "btnNewApp");
+    answers->cancel();
+    QVERIFY(!window->close());
+
+    for (const ShownDialog &dialog : std::as_const(answers->shown)) {
+        QVERIFY2(dialog.title.startsWith(u'⟦'), qPrintable(dialog.title));
+        QVERIFY2(dialog.text.isEmpty() || dialog.text.startsWith(u'⟦'), qPrintable(dialog.text));
+        QVERIFY2(dialog.filters.isEmpty() || dialog.filters.constFirst().startsWith(u'⟦'),
+                 qPrintable(dialog.filters.join(u'\n')));
+    }
+    QStringList neverAsked;
+    for (const Text &text : std::as_const(marks->texts)) {
+        if (!marks->asked.contains(text))
+            neverAsked.append(text.context + u": "_s + text.source);
+    }
+    QCOMPARE(neverAsked.join(u'\n'), QString());
+}
+
+CATALIST_TEST_MAIN(TestTranslations)
+#include "tst_translations.moc"
