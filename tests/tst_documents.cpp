@@ -1,12 +1,14 @@
 #include "check/checkrules.h"
 #include "check/verify.h"
 #include "io/projectfile.h"
+#include "io/replacefile.h"
 #include "io/repositoryindex.h"
 
 #include "folder.h"
 #include "scratchhome.h"
 
 #include <QDirIterator>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -27,6 +29,74 @@ QByteArray example(const QString &text, const QString &language)
     return text.section(begin, 1).section(QStringLiteral("```\n"), 0, 0).toUtf8();
 }
 
+/// The documents of the tree, by their paths in it.
+QStringList documents()
+{
+    QStringList found;
+    const QDir root(QStringLiteral(CATALIST_SOURCE_DIR));
+    const QStringList top = root.entryList({QStringLiteral("*.md")}, QDir::Files);
+    found += top;
+    for (const char *folder : {"docs", "examples", "packaging", "resources", "src", "tests", "tools"}) {
+        QDirIterator files(root.filePath(QLatin1String(folder)), {QStringLiteral("*.md")}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext())
+            found.append(root.relativeFilePath(files.next()));
+    }
+    return found;
+}
+
+void documentRows()
+{
+    QTest::addColumn<QString>("path");
+    const QStringList all = documents();
+    for (const QString &path : all)
+        QTest::newRow(qPrintable(path)) << path;
+}
+
+struct Block
+{
+    QString kind;
+    QString text;
+};
+
+/// What stands between fences.
+QList<Block> blocks(const QString &text)
+{
+    QList<Block> found;
+    bool inside = false;
+    const QStringList lines = text.split(QLatin1Char('\n'));
+    for (const QString &line : lines) {
+        if (line.startsWith(QLatin1String("```"))) {
+            inside = !inside;
+            if (inside)
+                found.append({line.mid(3), {}});
+        } else if (inside) {
+            found.last().text += line + QLatin1Char('\n');
+        }
+    }
+    return found;
+}
+
+QString withoutBlocks(const QString &text)
+{
+    static const QRegularExpression block(QStringLiteral("^```.*?^```$"),
+                                          QRegularExpression::MultilineOption
+                                              | QRegularExpression::DotMatchesEverythingOption);
+    return QString(text).remove(block);
+}
+
+/// What a heading is called in a link, for all headings of a document.
+QStringList anchors(const QString &text)
+{
+    static const QRegularExpression heading(QStringLiteral("^#+ (.*)$"), QRegularExpression::MultilineOption);
+    static const QRegularExpression dropped(QStringLiteral("[^\\w\\- ]"),
+                                            QRegularExpression::UseUnicodePropertiesOption);
+    QStringList found;
+    for (auto match = heading.globalMatch(withoutBlocks(text)); match.hasNext();)
+        found.append(match.next().captured(1).toLower().remove(dropped).replace(QLatin1Char(' '), QLatin1Char('-')));
+    return found;
+}
+
 } // namespace
 
 /// What the documents show is what the program does.
@@ -41,6 +111,11 @@ private slots:
     void codes();
     void linksLeadSomewhere_data();
     void linksLeadSomewhere();
+    void commandsAreRunOrMarked_data();
+    void commandsAreRunOrMarked();
+    void commands_data();
+    void commands();
+    void scriptHasItsCommands();
 };
 
 void TestDocuments::formats()
@@ -118,29 +193,138 @@ void TestDocuments::codes()
 
 void TestDocuments::linksLeadSomewhere_data()
 {
-    QTest::addColumn<QString>("file");
-    const QString root = QStringLiteral(CATALIST_SOURCE_DIR "/");
-    QTest::newRow("README.md") << root + QStringLiteral("README.md");
-    QDirIterator documents(root + QStringLiteral("docs"), {QStringLiteral("*.md")}, QDir::Files);
-    while (documents.hasNext()) {
-        const QString path = documents.next();
-        QTest::newRow(qPrintable(path.mid(root.size()))) << path;
-    }
+    documentRows();
 }
 
 void TestDocuments::linksLeadSomewhere()
 {
-    QFETCH(QString, file);
-    QFile opened(file);
-    QVERIFY(opened.open(QIODevice::ReadOnly));
-    const QString text = QString::fromUtf8(opened.readAll());
-    static const QRegularExpression link(QStringLiteral("\\]\\(([^)#]+)[^)]*\\)"));
-    for (auto match = link.globalMatch(text); match.hasNext();) {
-        const QString target = match.next().captured(1);
+    QFETCH(QString, path);
+    const QString text = document(path);
+    QVERIFY(!text.isEmpty());
+    static const QRegularExpression link(QStringLiteral("\\]\\(([^)#]*)#?([^)]*)\\)"));
+    const QDir folder = QFileInfo(QStringLiteral(CATALIST_SOURCE_DIR "/") + path).dir();
+    for (auto match = link.globalMatch(withoutBlocks(text)); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        const QString target = found.captured(1);
+        const QString anchor = found.captured(2);
         if (target.contains(QLatin1String("://")))
             continue;
-        QVERIFY2(QFileInfo::exists(QFileInfo(file).path() + QLatin1Char('/') + target), qPrintable(target));
+        QVERIFY2(target.isEmpty() || folder.exists(target), qPrintable(target));
+        if (anchor.isEmpty())
+            continue;
+        const QString linked =
+            target.isEmpty()
+                ? text
+                : document(QDir(QStringLiteral(CATALIST_SOURCE_DIR)).relativeFilePath(folder.filePath(target)));
+        QVERIFY2(anchors(linked).contains(anchor), qPrintable(found.captured()));
     }
+}
+
+void TestDocuments::commandsAreRunOrMarked_data()
+{
+    documentRows();
+}
+
+void TestDocuments::commandsAreRunOrMarked()
+{
+    QFETCH(QString, path);
+    const QString text = document(path);
+    QCOMPARE(text.count(QStringLiteral("\n```")) % 2, 0);
+    const QStringList kinds{QStringLiteral("sh"), QStringLiteral("console"), QStringLiteral("csv"),
+                            QStringLiteral("json")};
+    const QList<Block> all = blocks(text);
+    for (const Block &block : all) {
+        QVERIFY2(kinds.contains(block.kind), qPrintable(block.kind));
+        static const QRegularExpression marked(QStringLiteral("^# not run by a test: \\w.*\n"));
+        QCOMPARE(block.text.contains(marked), block.kind == QLatin1String("console"));
+    }
+    // Commands stand between fences, where this test sees them.
+    static const QRegularExpression indented(QStringLiteral("^    (\\./|sudo|cmake|ctest|cpack|find|catalist).*$"),
+                                             QRegularExpression::MultilineOption);
+    QCOMPARE(indented.match(withoutBlocks(text)).captured(), QString());
+}
+
+void TestDocuments::commands_data()
+{
+    QTest::addColumn<QString>("script");
+    const QStringList all = documents();
+    for (const QString &path : all) {
+        const QList<Block> found = blocks(document(path));
+        int number = 0;
+        for (const Block &block : found) {
+            if (block.kind == QLatin1String("sh"))
+                QTest::addRow("%s, %d", qPrintable(path), ++number) << block.text;
+        }
+    }
+    for (const char *manual : {"docs/catalist.1", "docs/catalist-cli.1"}) {
+        const QString text = document(QLatin1String(manual)).replace(QLatin1String("\\-"), QLatin1String("-"));
+        if (text.contains(QLatin1String("\n.nf\n")))
+            QTest::newRow(manual) << text.section(QStringLiteral("\n.nf\n"), 1).section(QStringLiteral("\n.fi"), 0, 0);
+    }
+}
+
+void TestDocuments::commands()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(QString, script);
+    const Folder folder;
+    QVERIFY(
+        copyTree(QStringLiteral(CATALIST_SOURCE_DIR "/examples/catalogue"), folder.path(QStringLiteral("catalogue"))));
+
+    // An entry of the history, by the name that the documents give it.
+    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
+    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
+    qputenv("XDG_DATA_HOME", folder.path(QStringLiteral(".local/share")).toLocal8Bit());
+    QVERIFY(replaceFile(folder.path(QStringLiteral("catalogue/Apps.csv")),
+                        folder.read(QStringLiteral("catalogue/Apps.csv")) + "\n", LineEnds::AsGiven));
+    QVERIFY(replaceFile(folder.path(QStringLiteral("catalogue/Apps.csv")),
+                        folder.read(QStringLiteral("catalogue/Apps.csv")).chopped(1), LineEnds::AsGiven));
+    QDirIterator history(folder.path(QStringLiteral(".local/share")), {QStringLiteral("*-replaced-Apps.csv")},
+                         QDir::Files, QDirIterator::Subdirectories);
+    QVERIFY(history.hasNext());
+    const QFileInfo entry(history.next());
+    QVERIFY(
+        QFile::rename(entry.filePath(), entry.path() + QStringLiteral("/20240305-142530-123-00-replaced-Apps.csv")));
+
+    QProcess shell;
+    shell.setWorkingDirectory(folder.path());
+    QProcessEnvironment environment;
+    environment.insert(QStringLiteral("PATH"),
+                       QFileInfo(QStringLiteral(CATALIST_CLI)).path() + QStringLiteral(":/usr/bin:/bin"));
+    environment.insert(QStringLiteral("HOME"), folder.path());
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    shell.setProcessEnvironment(environment);
+    shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-e"), QStringLiteral("-c"), script});
+    QVERIFY(shell.waitForFinished());
+    const QByteArray complaints = shell.readAllStandardError();
+    QCOMPARE(complaints, QByteArray());
+    QCOMPARE(shell.exitCode(), 0);
+    QVERIFY(!shell.readAllStandardOutput().isEmpty());
+#else
+    QSKIP("No such shell here");
+#endif
+}
+
+void TestDocuments::scriptHasItsCommands()
+{
+#ifdef Q_OS_UNIX
+    QProcess script;
+    script.start(QStringLiteral(CATALIST_SOURCE_DIR "/dev"), QStringList());
+    QVERIFY(script.waitForFinished());
+    const QString usage = QString::fromUtf8(script.readAllStandardOutput());
+    static const QRegularExpression call(QStringLiteral("\\./dev [a-z]+"));
+    const QStringList all = documents();
+    for (const QString &path : all) {
+        for (auto match = call.globalMatch(document(path)); match.hasNext();) {
+            const QString command = match.next().captured();
+            QVERIFY2(usage.contains(
+                         QRegularExpression(QStringLiteral("(^|\n)%1 ").arg(QRegularExpression::escape(command)))),
+                     qPrintable(path + QStringLiteral(": ") + command));
+        }
+    }
+#else
+    QSKIP("No such shell here");
+#endif
 }
 
 CATALIST_CORE_TEST_MAIN(TestDocuments)

@@ -53,6 +53,7 @@ public:
     explicit Tour(QString results) : folder(std::move(results)) { }
 
     void start();
+    void lookAround();
     void editAnApp();
     void addAnApp();
     void listItsFiles();
@@ -66,6 +67,7 @@ private:
     }
     void picture(QWidget *widget, const QString &name) const;
     void select(const QString &app) const;
+    void seePicture() const; ///< that both descriptions have which the tour looks at
     [[nodiscard]] QByteArray savedLine(const QByteArray &part) const;
     [[nodiscard]] bool indexAgreesWithFiles() const;
 
@@ -98,6 +100,18 @@ QByteArray Tour::savedLine(const QByteArray &part) const
     return {};
 }
 
+void Tour::seePicture() const
+{
+    const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
+    require(QTest::qWaitFor([preview] {
+                return !preview->document()
+                            ->resource(QTextDocument::ImageResource, QUrl(QStringLiteral("altimeter-screen.png")))
+                            .value<QPixmap>()
+                            .isNull();
+            }),
+            "see the picture of a description in the preview");
+}
+
 void Tour::start()
 {
     const QString csv = project(QStringLiteral("Apps.csv"));
@@ -113,6 +127,16 @@ void Tour::start()
     retype(*window, "repository", REPOSITORY.chopped(1));
     QTest::keyClick(child<QLineEdit>(*window, "repository"), Qt::Key_Return);
     require(child<QLineEdit>(*window, "repository")->text() == REPOSITORY, "name the repository");
+}
+
+void Tour::lookAround()
+{
+    select(QStringLiteral("Altimeter"));
+    showTab(*window, "tabDescription");
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 2, 1);
+    seePicture();
+    picture(window.get(), QStringLiteral("catalist.png"));
+    showTab(*window, "tabGeneral");
 }
 
 void Tour::editAnApp()
@@ -201,14 +225,7 @@ void Tour::describeIt()
                                         "    <li>Walk thirty paces.</li>\n  </ol>\n</body>\n</html>\n");
     editor->selectAll();
     type(editor, html);
-    const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
-    require(QTest::qWaitFor([preview] {
-                return !preview->document()
-                            ->resource(QTextDocument::ImageResource, QUrl(QStringLiteral("altimeter-screen.png")))
-                            .value<QPixmap>()
-                            .isNull();
-            }),
-            "see its picture in the preview");
+    seePicture();
     QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
     picture(window.get(), QStringLiteral("description.png"));
     click(*window, "btnAutosave");
@@ -252,7 +269,8 @@ bool clearResults(const QString &folder)
 {
     const QStringList results{QStringLiteral("Apps.csv"),        QStringLiteral("Apps.json"),
                               QStringLiteral("general.png"),     QStringLiteral("files.png"),
-                              QStringLiteral("description.png"), QStringLiteral("picker.png")};
+                              QStringLiteral("description.png"), QStringLiteral("picker.png"),
+                              QStringLiteral("catalist.png")};
     for (const QString &name : results) {
         const QString path = folder + QLatin1Char('/') + name;
         if (QFile::exists(path) && !QFile::remove(path))
@@ -295,6 +313,7 @@ int main(int argc, char *argv[])
 
     Tour tour(folder);
     tour.start();
+    tour.lookAround();
     tour.editAnApp();
     tour.addAnApp();
     tour.listItsFiles();
