@@ -509,6 +509,8 @@ void TestMainWindowLayout::pictures()
     QFETCH(int, size);
     QCOMPARE(QImage(file + QStringLiteral(".png")).size(), QSize(size, size));
     QCOMPARE(QImage(file + QStringLiteral("@2x.png")).size(), QSize(2 * size, 2 * size));
+    QCOMPARE(QImage(file + QStringLiteral("@3x.png")).size(), QSize(3 * size, 3 * size));
+    QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().contains(QSize(96, 96)));
     QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().size() > 2);
     const QIcon program(QStringLiteral(":/Resources/Resources/catalist.ico"));
     for (const int pixels : {16, 22, 24, 32, 48, 64, 128, 256})

@@ -25,13 +25,15 @@ render() {
 for name in open_folder save export; do
     render "$name" 32 "$out/${name}32x32.png"
     render "$name" 64 "$out/${name}32x32@2x.png"
+    render "$name" 96 "$out/${name}32x32@3x.png"
 done
 
 render cancel 16 "$out/cancel16x16.png"
 render cancel 32 "$out/cancel16x16@2x.png"
+render cancel 48 "$out/cancel16x16@3x.png"
 
 layers=()
-for size in 16 24 32 48 64; do
+for size in 16 24 32 48 64 96; do
     render new_file "$size" "$work/$size.png"
     layers+=("$work/$size.png")
 done

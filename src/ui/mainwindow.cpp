@@ -35,6 +35,21 @@ QString previewStyleSheet()
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
+/// The style sheet has dark texts, whatever the palette of the desktop.
+QPalette previewPalette()
+{
+    QPalette palette;
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::Text, Qt::black);
+    return palette;
+}
+
+/// The toolkit's width has no room for the title in a large font.
+void widenToTitle(QHeaderView *header, int section)
+{
+    header->resizeSection(section, std::max(header->sectionSize(section), header->sectionSizeHint(section)));
+}
+
 QString unsavedMark()
 {
     return QStringLiteral(" (*)");
@@ -57,9 +72,11 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
 
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
+    widenToTitle(ui->tableWidget->horizontalHeader(), 0);
     setDescriptionPath({});
 
     ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
+    ui->descriptionView->setPalette(previewPalette());
     readSettings();
 }
 

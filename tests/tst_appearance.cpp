@@ -1,0 +1,194 @@
+#include "scratchhome.h"
+#include "viewer/simplewebviewer.h"
+#include "windowtest.h"
+
+#include <QAbstractButton>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QTableWidget>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qreal LEGIBLE = 4.5; ///< the contrast that accessibility guidelines ask for
+
+qreal luminance(const QColor &color)
+{
+    const auto linear = [](qreal part) {
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+qreal contrast(const QColor &first, const QColor &second)
+{
+    const qreal a = luminance(first) + 0.05;
+    const qreal b = luminance(second) + 0.05;
+    return std::max(a, b) / std::min(a, b);
+}
+
+QPalette darkPalette()
+{
+    QPalette palette(QColor(0x35, 0x35, 0x38), QColor(0x2d, 0x2d, 0x30));
+    palette.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
+    palette.setColor(QPalette::Text, QColor(0xe6, 0xe6, 0xe6));
+    return palette;
+}
+
+/// The buttons that scroll the tabs, and the one that shows the rest of the tool bar.
+bool isToolkits(const QWidget *widget)
+{
+    return widget->objectName().startsWith("qt_"_L1) || qobject_cast<const QTabBar *>(widget->parent());
+}
+
+/// What has not the room that its text needs; the path of the project apart, which has a tool tip.
+QStringList cutOff(const QWidget &window)
+{
+    QStringList found;
+    const QList<QWidget *> widgets = window.findChildren<QWidget *>();
+    for (const QWidget *widget : widgets) {
+        const bool hasText = qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget);
+        if (!hasText || !widget->isVisible() || isToolkits(widget) || widget->objectName() == u"appsLbl")
+            continue;
+        const QSize needed = widget->minimumSizeHint();
+        if (widget->width() < needed.width() || widget->height() < needed.height())
+            found.append(widget->objectName());
+    }
+    const auto *tabs = child<QTabWidget>(window, "tabWidget")->tabBar();
+    for (int i = 0; i < tabs->count(); ++i) {
+        if (tabs->fontMetrics().horizontalAdvance(tabs->tabText(i)) > tabs->tabRect(i).width())
+            found.append(tabs->tabText(i));
+    }
+    const auto *header = child<QTableWidget>(window, "tableWidget")->horizontalHeader();
+    for (int i = 0; i < header->count(); ++i) {
+        if (header->isVisible() && header->sectionSize(i) < header->sectionSizeHint(i))
+            found.append(u"column %1"_s.arg(i));
+    }
+    return found;
+}
+
+} // namespace
+
+/// Large fonts, dark palettes and dense screens.
+class TestAppearance : public QObject, private WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void nothingIsCutOff_data();
+    void nothingIsCutOff();
+    void textsStandOutFromTheirGround_data();
+    void textsStandOutFromTheirGround();
+    void iconsAreDrawnForTheScreen();
+
+private:
+    void openExample();
+
+    QFont font;
+    QPalette palette;
+};
+
+void TestAppearance::init()
+{
+    font = QApplication::font();
+    palette = QApplication::palette();
+    begin();
+}
+
+void TestAppearance::cleanup()
+{
+    end();
+    QApplication::setFont(font);
+    QApplication::setPalette(palette);
+}
+
+void TestAppearance::openExample()
+{
+    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
+    storeProject(folder->path(u"catalogue/Apps.csv"_s));
+    window = openWindow<MainWindow>();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+}
+
+void TestAppearance::nothingIsCutOff_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::addColumn<qreal>("points");
+    for (const char *page : {"tabGeneral", "tabAppFiles", "tabDescription"}) {
+        for (const qreal points : {9.0, 13.0, 18.0, 24.0})
+            QTest::addRow("%s, %g points", page, points) << QString::fromLatin1(page) << points;
+    }
+}
+
+void TestAppearance::nothingIsCutOff()
+{
+    QFETCH(QString, page);
+    QFETCH(qreal, points);
+    QFont large = font;
+    large.setPointSizeF(points);
+    QApplication::setFont(large);
+    openExample();
+    // As small as it can be made.
+    window->resize(1, 1);
+    child<QTabWidget>(*window, "tabWidget")->setCurrentWidget(child<QWidget>(*window, qPrintable(page)));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(cutOff(*window).join(u", "_s), QString());
+}
+
+void TestAppearance::textsStandOutFromTheirGround_data()
+{
+    QTest::addColumn<QPalette>("colors");
+    QTest::newRow("light") << QApplication::palette();
+    QTest::newRow("dark") << darkPalette();
+}
+
+void TestAppearance::textsStandOutFromTheirGround()
+{
+    QFETCH(QPalette, colors);
+    QApplication::setPalette(colors);
+    openExample();
+    const QList<QWidget *> widgets = window->findChildren<QWidget *>();
+    for (const QWidget *widget : widgets) {
+        const qreal found = contrast(widget->palette().color(widget->backgroundRole()),
+                                     widget->palette().color(widget->foregroundRole()));
+        QVERIFY2(!widget->isEnabled() || found >= LEGIBLE, qPrintable(widget->objectName()));
+    }
+
+    // The colours of its style sheet are fixed: those of texts, and the grey of quotations.
+    const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
+    const QColor ground = preview->viewport()->palette().color(QPalette::Base);
+    for (const char *text : {"#222222", "#111111", "#666666"})
+        QVERIFY2(contrast(ground, QColor(QLatin1String(text))) >= LEGIBLE, text);
+    QVERIFY(contrast(ground, preview->palette().color(QPalette::Text)) >= LEGIBLE);
+}
+
+// The program runs again at other scales, which are set for a whole process.
+void TestAppearance::iconsAreDrawnForTheScreen()
+{
+    openExample();
+    const qreal scale = window->devicePixelRatioF();
+    QCOMPARE(scale, qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s).toDouble());
+    // Between two whole scales the toolkit may take the picture of the lower one.
+    const int whole = static_cast<int>(scale);
+    const QList<QAbstractButton *> buttons = window->findChildren<QAbstractButton *>();
+    int icons = 0;
+    for (const QAbstractButton *button : buttons) {
+        if (button->icon().isNull() || isToolkits(button))
+            continue;
+        const QSize drawn = button->icon().pixmap(button->iconSize(), scale).size();
+        QVERIFY2(drawn.width() >= button->iconSize().width() * whole, qPrintable(button->text()));
+        ++icons;
+    }
+    QCOMPARE(icons, 6); // four in the tool bar, two below the list
+}
+
+CATALIST_TEST_MAIN(TestAppearance)
+#include "tst_appearance.moc"
