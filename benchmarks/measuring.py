@@ -1,0 +1,81 @@
+"""Runs programs in alternating order, and keeps how long each took and how much memory it needed at most."""
+
+import os
+import statistics
+import subprocess
+import time
+from collections.abc import Callable
+from dataclasses import dataclass, field
+
+OURS = "Catalist"
+
+
+def elapsed_time(_output, elapsed):
+    return {"": elapsed}
+
+
+def told_times(output, _elapsed):
+    """What a program says of itself: lines that end in seconds, after what took them."""
+    return {" ".join(words[:-1]): float(words[-1]) for words in map(str.split, output.splitlines())}
+
+
+@dataclass
+class Contender:
+    name: str
+    command: list
+    times: Callable = elapsed_time
+    result: Callable = lambda _output: None  # has to be the same for all that are compared
+
+
+@dataclass
+class Row:
+    what: str
+    who: str
+    seconds: list = field(default_factory=list)
+    peak: int = 0  # bytes
+
+    @property
+    def median(self):
+        return statistics.median(self.seconds)
+
+
+class Laboratory:
+    """Measures in a folder of its own, which also stands for the home of whoever runs the programs."""
+
+    def __init__(self, folder, runs):
+        self.folder = folder
+        self.runs = runs
+        folder.mkdir(parents=True, exist_ok=True)
+        self.environment = dict(os.environ, HOME=str(folder), XDG_DATA_HOME=str(folder), LC_ALL="C.UTF-8",
+                                QT_QPA_PLATFORM="offscreen")
+
+    def run(self, contender):
+        """Its output, how long it took in seconds, and its peak memory in bytes."""
+        output = self.folder / "output.txt"
+        memory = self.folder / "memory.txt"
+        with output.open("wb") as stream:
+            start = time.perf_counter()
+            subprocess.run(["time", "--quiet", "--format=%M", f"--output={memory}", *contender.command],
+                           stdout=stream, env=self.environment, check=True)
+            elapsed = time.perf_counter() - start
+        return output.read_text(encoding="utf-8"), elapsed, int(memory.read_text()) * 1024
+
+    def compare(self, what, contenders):
+        rows = {}
+        for count in range(self.runs + 1):
+            expected = None
+            for contender in contenders:
+                output, elapsed, peak = self.run(contender)
+                result = contender.result(output)
+                if expected is not None and result != expected:
+                    raise SystemExit(f"{what}: {contender.name} has another result than {contenders[0].name}")
+                expected = result
+                if count == 0:
+                    continue
+                for measure, seconds in contender.times(output, elapsed).items():
+                    title = f"{what}, {measure}" if measure else what
+                    row = rows.setdefault((title, contender.name), Row(title, contender.name))
+                    row.seconds.append(seconds)
+                    row.peak = max(row.peak, peak)
+        # By what was measured, each with all contenders.
+        return sorted(rows.values(), key=lambda row: [title for title, _ in rows].index(row.what))

@@ -1,0 +1,93 @@
+"""The table of a run, what the figures should be, and the machine that they are of."""
+
+import os
+import platform
+import re
+import subprocess
+from datetime import date
+from pathlib import Path
+
+from measuring import OURS
+
+BEGIN = "<!-- Written by ./dev bench --record -->\n"
+END = "<!-- The end of what is written -->\n"
+PACKAGES = ("libqt6core6", "libssl3", "coreutils", "rhash", "hashdeep", "openssl", "g++")
+
+
+def milliseconds(seconds):
+    return f"{seconds * 1000:,.1f}" if seconds < 0.1 else f"{seconds * 1000:,.0f}"
+
+
+def megabytes(size):
+    return f"{size / 1e6:.1f}"
+
+
+def table(rows):
+    ours = {row.what: row.median for row in rows if row.who == OURS}
+    lines = ["| what | who | min ms | median ms | max ms | Catalist to it | peak MB |",
+             "| --- | --- | ---: | ---: | ---: | ---: | ---: |"]
+    for row in rows:
+        figures = map(milliseconds, (min(row.seconds), row.median, max(row.seconds)))
+        ratio = "" if row.who == OURS else f"{ours[row.what] / row.median:.2f}"
+        lines.append(f"| {row.what} | {row.who} | {' | '.join(figures)} | {ratio} | {megabytes(row.peak)} |")
+    return "\n".join(lines) + "\n"
+
+
+class Goals:
+    """Each is a figure and its limit."""
+
+    def __init__(self, rows):
+        self.rows = rows
+        self.lines = ["| what it should be | at most | is | |", "| --- | ---: | ---: | --- |"]
+
+    def ours(self, what):
+        return next(row for row in self.rows if row.what == what and row.who == OURS)
+
+    def others(self, what):
+        return [row for row in self.rows if row.what == what and row.who != OURS]
+
+    def limit(self, what, most, value, unit=""):
+        verdict = "" if value <= most else "**falls short**"
+        self.lines.append(f"| {what} | {most:g}{unit} | {value:.2f}{unit} | {verdict} |")
+
+    def ratio(self, what, most):
+        fastest = min(self.others(what), key=lambda row: row.median)
+        self.limit(f"{what}, to {fastest.who}", most, self.ours(what).median / fastest.median)
+
+    def time(self, what, most):
+        self.limit(what, most, self.ours(what).median * 1000, " ms")
+
+    def __str__(self):
+        return "\n".join(self.lines) + "\n"
+
+
+def first_match(path, pattern):
+    match = re.search(pattern, Path(path).read_text(encoding="utf-8"), re.MULTILINE)
+    return match.group(1) if match else "unknown"
+
+
+def has_sha_instructions():
+    return re.search(r"\b(sha_ni|sha1)\b", Path("/proc/cpuinfo").read_text(encoding="utf-8")) is not None
+
+
+def installed(package):
+    found = subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", package],
+                           capture_output=True, text=True, check=False)
+    return f"{package} {found.stdout or 'of its own'}"
+
+
+def machine():
+    memory = int(first_match("/proc/meminfo", r"^MemTotal:\s+(\d+)")) / 1e6
+    return "\n".join((
+        f"- {date.today().isoformat()}, load {os.getloadavg()[0]:.1f} at the beginning",
+        f"- {first_match('/proc/cpuinfo', r'^model name.*: (.*)')}, {os.cpu_count()} cores, "
+        f"{'with' if has_sha_instructions() else 'without'} SHA instructions; {memory:.0f} GB of memory",
+        f"- {first_match('/etc/os-release', r'^PRETTY_NAME=.(.*?).$')}, {platform.system()} {platform.release()}",
+        f"- {', '.join(map(installed, PACKAGES))}, Python {platform.python_version()}",
+    )) + "\n"
+
+
+def record(document, text):
+    """Puts the text between the two marks of the document."""
+    before, _, rest = document.read_text(encoding="utf-8").partition(BEGIN)
+    document.write_text(before + BEGIN + "\n" + text + "\n" + END + rest.partition(END)[2], encoding="utf-8")

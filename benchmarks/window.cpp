@@ -1,0 +1,246 @@
+#include "dialoganswers.h"
+#include "scratchhome.h"
+#include "ui/mainwindow.h"
+#include "windowfixture.h"
+
+#include <QAbstractEventDispatcher>
+#include <QDialogButtonBox>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTextBrowser>
+#include <QTreeView>
+
+#include <array>
+#include <cstdio>
+#include <functional>
+
+namespace {
+
+/// What is measured with, as the command line gives it.
+struct Input
+{
+    QString project; ///< path of an Apps.csv
+    QString page; ///< name of a description in its folder
+};
+
+/// Until the toolkit has nothing left to do: layout and painting belong to what the user waits for.
+void settle()
+{
+    while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) { }
+}
+
+double seconds(const std::function<void()> &action)
+{
+    QElapsedTimer clock;
+    clock.start();
+    action();
+    settle();
+    return static_cast<double>(clock.nsecsElapsed()) / 1e9;
+}
+
+/// The second time that something is done: the first one loads what later ones find loaded.
+double secondTime(const std::function<void()> &action)
+{
+    action();
+    settle();
+    return seconds(action);
+}
+
+std::unique_ptr<MainWindow> openProject(const QString &project)
+{
+    storeProject(project);
+    auto window = openWindow<MainWindow>();
+    settle();
+    return window;
+}
+
+/// In the middle of the list, where an author would scroll to.
+QListWidget *selectApp(const MainWindow &window)
+{
+    auto *list = child<QListWidget>(window, "listApps");
+    clickCell(list, list->count() / 2);
+    settle();
+    return list;
+}
+
+QStringList appNames(const QString &project)
+{
+    AppConfigModel model;
+    if (!model.load(project))
+        qFatal("Cannot load %s", qPrintable(project));
+    QStringList names;
+    for (const AppConfig &app : std::as_const(model.apps))
+        names.append(app.names.value(QStringLiteral("en")));
+    return names;
+}
+
+/// A plain list as large as the window's.
+std::unique_ptr<QListWidget> openList(const MainWindow &window, const QStringList &names)
+{
+    auto list = std::make_unique<QListWidget>();
+    list->addItems(names);
+    list->resize(child<QListWidget>(window, "listApps")->size());
+    list->show();
+    if (!QTest::qWaitForWindowExposed(list.get()))
+        qFatal("The list was not shown");
+    settle();
+    return list;
+}
+
+void refill(QListWidget *list, const QStringList &names)
+{
+    list->clear();
+    for (const QString &name : names)
+        list->addItem(name);
+    list->setCurrentRow(static_cast<int>(names.size()) / 2);
+}
+
+double opening(const Input &input)
+{
+    openProject(input.project);
+    storeProject(input.project);
+    std::unique_ptr<MainWindow> window;
+    return seconds([&window] { window = openWindow<MainWindow>(); });
+}
+
+double selecting(const Input &input)
+{
+    const auto window = openProject(input.project);
+    auto *list = selectApp(*window);
+    return secondTime([list] { clickCell(list, list->currentRow() + 1); });
+}
+
+double applying(const Input &input)
+{
+    const auto window = openProject(input.project);
+    selectApp(*window);
+    return secondTime([&window] { click(*window, "applyButton"); });
+}
+
+double applyingFloor(const Input &input)
+{
+    const QStringList names = appNames(input.project);
+    const auto window = openProject({});
+    const auto list = openList(*window, names);
+    return secondTime([&] { refill(list.get(), names); });
+}
+
+double addingAFile(const Input &input)
+{
+    const auto window = openProject(input.project);
+    selectApp(*window);
+    showTab(*window, "tabAppFiles");
+    DialogAnswers answers;
+    QElapsedTimer sincePicked;
+    const auto add = [&] {
+        answers.answer([&sincePicked](QWidget *dialog) {
+            auto *tree = child<QTreeView>(*dialog, "treeView");
+            const QModelIndex file = treeEntry(tree, QStringLiteral("new.lua"));
+            QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(file).center());
+            settle();
+            sincePicked.start();
+            child<QDialogButtonBox>(*dialog, "buttonBox")->button(QDialogButtonBox::Ok)->click();
+        });
+        click(*window, "btnAddFile");
+        settle();
+    };
+    add();
+    add();
+    return static_cast<double>(sincePicked.nsecsElapsed()) / 1e9;
+}
+
+/// Types a letter in the middle of the page.
+double keystrokeIn(QPlainTextEdit *editor)
+{
+    QTextCursor cursor = editor->textCursor();
+    cursor.setPosition(static_cast<int>(editor->toPlainText().size() / 2));
+    editor->setTextCursor(cursor);
+    editor->setFocus();
+    settle();
+    return secondTime([editor] { type(editor, QStringLiteral("x")); });
+}
+
+std::unique_ptr<MainWindow> openPage(const Input &input)
+{
+    auto window = openProject(input.project);
+    selectApp(*window);
+    showTab(*window, "tabDescription");
+    auto *table = child<QTableWidget>(*window, "tableWidget");
+    const QList<QTableWidgetItem *> found = table->findItems(input.page, Qt::MatchExactly);
+    if (found.size() != 1)
+        qFatal("No description %s", qPrintable(input.page));
+    clickCell(table, found.constFirst()->row(), 1);
+    settle();
+    return window;
+}
+
+double keystroke(const Input &input)
+{
+    const auto window = openPage(input);
+    return keystrokeIn(child<QPlainTextEdit>(*window, "descriptionEdit"));
+}
+
+double keystrokeFloor(const Input &input)
+{
+    const auto window = openPage(input);
+    auto *shownEditor = child<QPlainTextEdit>(*window, "descriptionEdit");
+    auto *shownView = child<QTextBrowser>(*window, "descriptionView");
+
+    QWidget plain;
+    QPlainTextEdit editor(&plain);
+    QTextBrowser view(&plain);
+    plain.resize(window->size());
+    editor.setGeometry({{0, 0}, shownEditor->size()});
+    editor.setPlainText(shownEditor->toPlainText());
+    view.setGeometry({{0, editor.height()}, shownView->size()});
+    view.setSearchPaths({QFileInfo(input.project).path()});
+    view.document()->setDefaultStyleSheet(shownView->document()->defaultStyleSheet());
+    QObject::connect(&editor, &QPlainTextEdit::textChanged, &view,
+                     [&editor, &view] { view.setHtml(editor.toPlainText()); });
+    window->hide();
+    plain.show();
+    if (!QTest::qWaitForWindowActive(&plain))
+        qFatal("The plain widgets were not shown");
+    return keystrokeIn(&editor);
+}
+
+struct Case
+{
+    const char *name;
+    double (*measure)(const Input &input);
+};
+
+constexpr std::array<Case, 7> CASES{{
+    {"opening", opening},
+    {"selecting", selecting},
+    {"apply", applying},
+    {"apply-floor", applyingFloor},
+    {"adding", addingAFile},
+    {"keystroke", keystroke},
+    {"keystroke-floor", keystrokeFloor},
+}};
+
+} // namespace
+
+/// Does one thing in the window, or with plain widgets what it cannot do without, and prints how long it took the
+/// second time, in seconds.
+int main(int argc, char *argv[])
+{
+    // The toolkit waits a little before it paints, which is no work.
+    qputenv("QT_QPA_UPDATE_IDLE_TIME", "0");
+    qputenv("QT_LOGGING_RULES", "*=false");
+    const ScratchHome home;
+    const QApplication application(argc, argv);
+    const QStringList arguments = QApplication::arguments();
+    for (const Case &known : CASES) {
+        if (arguments.value(1) != QLatin1String(known.name))
+            continue;
+        std::printf("%.6f\n", known.measure({arguments.value(2), arguments.value(3)}));
+        return 0;
+    }
+    std::fputs("usage: catalist_bench_window CASE APPS.CSV [PAGE]\n", stderr);
+    return 2;
+}
