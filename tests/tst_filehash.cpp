@@ -12,6 +12,7 @@ private slots:
     void vectors_data();
     void vectors();
     void otherAlgorithm();
+    void oneAfterTheOther();
     void unreadable_data();
     void unreadable();
 };
@@ -27,6 +28,8 @@ void TestFileHash::vectors_data()
                                 << QStringLiteral("84983e441c3bd26ebaae4aa1f95129e5e54670f1");
     QTest::newRow("a million a") << QByteArray(1'000'000, 'a')
                                  << QStringLiteral("34aa973cd4c4daa4f61eeb2bdbad27316534016f");
+    QTest::newRow("as long as what is read at a time, twice")
+        << QByteArray(524'288, 'a') << QStringLiteral("f7fec128d7fcd59222ba37368d3b7210d4c7b6ef");
     QTest::newRow("line ends as they are")
         << QByteArray("a\r\nb\n") << QStringLiteral("044e9f44623a4d52ed40c2b3dbcff10322a52d97");
 }
@@ -45,6 +48,23 @@ void TestFileHash::otherAlgorithm()
     folder.write(QStringLiteral("file"), "abc");
     QCOMPARE(generateHash(folder.path(QStringLiteral("file")), QCryptographicHash::Md5),
              QStringLiteral("900150983cd24fb0d6963f7d28e17f72"));
+}
+
+void TestFileHash::oneAfterTheOther()
+{
+    const Folder folder;
+    folder.write(QStringLiteral("a"), "abc");
+    folder.write(QStringLiteral("b"), QByteArray(1'000'000, 'a'));
+    const QString missing = folder.path(QStringLiteral("missing"));
+    FileHasher hasher(QCryptographicHash::Sha1);
+    for (int round = 0; round < 2; ++round) {
+        QCOMPARE(hasher.hash(folder.path(QStringLiteral("a"))),
+                 QStringLiteral("a9993e364706816aba3e25717850c26c9cd0d89d"));
+        QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("File \" \"%1\" \" read error.").arg(missing)));
+        QVERIFY(hasher.hash(missing).isNull());
+        QCOMPARE(hasher.hash(folder.path(QStringLiteral("b"))),
+                 QStringLiteral("34aa973cd4c4daa4f61eeb2bdbad27316534016f"));
+    }
 }
 
 void TestFileHash::unreadable_data()
