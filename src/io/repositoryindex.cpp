@@ -72,25 +72,36 @@ QJsonObject toObject(const QMap<QString, QString> &map, const QString &prefix)
     return object;
 }
 
-QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, const QString &repoUrl, IndexReport *report)
+/// What the apps of one index share.
+struct Export
 {
+    QString repoUrl;
+    QString projectDir;
+    IndexReport *report;
+    FileHasher hasher{QCryptographicHash::Sha1};
+};
+
+QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, Export *all)
+{
+    IndexReport *report = all->report;
     if (report->progress)
         report->progress(*report);
-    const QString hash = generateHash(info.filePath(), QCryptographicHash::Sha1);
+    const QString hash = all->hasher.hash(info.filePath());
     if (hash.isEmpty())
         report->unreadable.append(info.filePath());
     ++report->files;
     report->bytes += info.size();
     return {
-        {QStringLiteral("url"), repoUrl + relativePath},
+        {QStringLiteral("url"), all->repoUrl + relativePath},
         {QStringLiteral("destination"), QStringLiteral("Apps/") + relativePath},
         {QStringLiteral("hash"), hash},
         {QStringLiteral("size"), info.size()},
     };
 }
 
-QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QString &projectDir, IndexReport *report)
+QJsonObject appObject(const AppConfig &app, Export *all)
 {
+    IndexReport *report = all->report;
     QJsonArray hardware;
     for (const qint32 id : app.hardware)
         hardware.append(id);
@@ -98,7 +109,7 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
     ++report->apps;
     QJsonArray files;
     const WalkVisitor visitor{
-        [&](const QFileInfo &info, const QString &path) { files.append(fileObject(info, path, repoUrl, report)); },
+        [&files, all](const QFileInfo &info, const QString &path) { files.append(fileObject(info, path, all)); },
         [report](const QFileInfo &folder) {
             if (!folder.isReadable())
                 report->unreadable.append(folder.filePath());
@@ -107,9 +118,9 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
         [report](const QFileInfo &entry) { report->left.append(entry.filePath()); },
     };
     // A project folder that is gone has no canonical path; the entries must not be looked for at the root.
-    if (!projectDir.isEmpty()) {
+    if (!all->projectDir.isEmpty()) {
         for (const QString &file : app.files)
-            walkListedPath(file, projectDir, visitor);
+            walkListedPath(file, all->projectDir, visitor);
     }
 
     return {
@@ -119,8 +130,8 @@ QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QStrin
         {QStringLiteral("hw"), hardware},
         {QStringLiteral("releaseDate"), app.date.toString(Qt::TextDate)},
         {QStringLiteral("name"), toObject(app.names, {})},
-        {QStringLiteral("description"), toObject(app.descriptions, repoUrl)},
-        {QStringLiteral("previewIcon"), repoUrl + app.icon},
+        {QStringLiteral("description"), toObject(app.descriptions, all->repoUrl)},
+        {QStringLiteral("previewIcon"), all->repoUrl + app.icon},
         {QStringLiteral("files"), files},
     };
 }
@@ -141,9 +152,10 @@ QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &re
                                  IndexReport *report)
 {
     IndexReport unwatched;
+    Export all{repoUrl, projectDir, report ? report : &unwatched};
     QJsonArray applications;
     for (const AppConfig &app : apps)
-        applications.append(appObject(app, repoUrl, projectDir, report ? report : &unwatched));
+        applications.append(appObject(app, &all));
     return {{QStringLiteral("applications"), applications}};
 }
 
