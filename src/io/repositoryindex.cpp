@@ -37,27 +37,46 @@ class FileWalk
 public:
     FileWalk(const QString &folder, const WalkVisitor &visited) : projectDir(folder), visitor(visited) { }
 
-    void visit(const QString &name, const QString &parentPath) const
+    void visitListed(const QString &path) const
     {
-        const QString path = parentPath + QLatin1Char('/') + name;
-        const QFileInfo info(path);
-        if (info.isFile()) {
-            visitor.file(info, relativePath(path));
-        } else if (info.isDir()) {
-            if (visitor.enters && !visitor.enters(info))
-                return;
-            const QStringList entries = entryNames(path);
-            for (const QString &entry : entries)
-                visit(entry, path);
-        } else if (visitor.neither) {
-            visitor.neither(info);
-        }
+        visit(path, [this](const QFileInfo &file) { return relativePath(file.filePath()); });
     }
 
 private:
+    template <typename RelativePath> void visit(const QString &path, RelativePath relativePathOf) const
+    {
+        const QFileInfo info(path);
+        if (info.isFile())
+            visitor.file(info, relativePathOf(info));
+        else if (info.isDir())
+            enter(info);
+        else if (visitor.neither)
+            visitor.neither(info);
+    }
+
+    // The files of a folder have the relative path of the folder before their names; for folders that is not so when
+    // the project lies in one of them.
+    void enter(const QFileInfo &folder) const
+    {
+        if (visitor.enters && !visitor.enters(folder))
+            return;
+        QString prefix = relativePath(folder.filePath());
+        if (prefix == QLatin1String("."))
+            prefix.clear();
+        else if (!prefix.endsWith(QLatin1Char('/')))
+            prefix += QLatin1Char('/');
+        const QStringList names = entryNames(folder.filePath());
+        for (const QString &name : names) {
+            visit(folder.filePath() + QLatin1Char('/') + name,
+                  [&prefix, &name](const QFileInfo & /*file*/) { return prefix + withSlashes(name); });
+        }
+    }
+
+    static QString withSlashes(QString path) { return path.replace(QLatin1Char('\\'), QLatin1Char('/')); }
+
     [[nodiscard]] QString relativePath(const QString &path) const
     {
-        return projectDir.relativeFilePath(path).replace(QLatin1Char('\\'), QLatin1Char('/'));
+        return withSlashes(projectDir.relativeFilePath(path));
     }
 
     QDir projectDir;
@@ -140,7 +159,7 @@ QJsonObject appObject(const AppConfig &app, Export *all)
 
 void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor)
 {
-    FileWalk(projectDir, visitor).visit(listed, projectDir);
+    FileWalk(projectDir, visitor).visitListed(projectDir + QLatin1Char('/') + listed);
 }
 
 QString repositoryUrl(const QString &typed)
