@@ -6,6 +6,7 @@
 
 #include <QBuffer>
 #include <QCalendar>
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
@@ -64,59 +65,70 @@ QList<qint32> idsFromCell(const QString &cell)
     return ids;
 }
 
+/// Dates by their text. Trying its forms takes longer than the rest of a row, and dates repeat.
+using KnownDates = QHash<QString, QDate>;
+
+QDate dateFromCell(const QString &cell, KnownDates *known)
+{
+    const QString text = cell.trimmed();
+    const auto found = known->constFind(text);
+    return found != known->constEnd() ? *found : *known->insert(text, toDate(text));
+}
+
 struct Column
 {
     const char *title;
     QString (*write)(const AppConfig &app);
-    bool (*read)(const QString &cell, AppConfig *app); ///< false when the row cannot be understood
+    /// False when the row cannot be understood.
+    bool (*read)(const QString &cell, AppConfig *app, KnownDates *dates);
 };
 
 constexpr std::array<Column, 9> COLUMNS{{
     {"NAME", [](const AppConfig &app) { return mapToCell(app.names); },
-     [](const QString &cell, AppConfig *app) { return mapFromCell(cell, &app->names); }},
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) { return mapFromCell(cell, &app->names); }},
     {"AUTHOR", [](const AppConfig &app) { return app.author; },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          app->author = cell;
          return true;
      }},
     {"VERSION", [](const AppConfig &app) { return app.version.toString(); },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          app->version = versionFromCell(cell);
          return true;
      }},
     {"HARDWARE", [](const AppConfig &app) { return idsToCell(app.hardware); },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          app->hardware = idsFromCell(cell);
          return true;
      }},
     {"DATE",
      [](const AppConfig &app) { return app.date.toString(dateFormat(), QCalendar(QCalendar::System::Gregorian)); },
-     [](const QString &cell, AppConfig *app) {
-         app->date = toDate(cell.trimmed());
+     [](const QString &cell, AppConfig *app, KnownDates *dates) {
+         app->date = dateFromCell(cell, dates);
          return true;
      }},
     {"DESCRIPTION", [](const AppConfig &app) { return mapToCell(app.descriptions); },
-     [](const QString &cell, AppConfig *app) { return mapFromCell(cell, &app->descriptions); }},
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) { return mapFromCell(cell, &app->descriptions); }},
     {"FILES_FOLDERS", [](const AppConfig &app) { return app.files.join(LIST_SEPARATOR); },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          const QString paths = cell.trimmed();
          if (!paths.isEmpty())
              app->files = paths.split(LIST_SEPARATOR);
          return true;
      }},
     {"ICON", [](const AppConfig &app) { return app.icon; },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          app->icon = cell;
          return true;
      }},
     {"MIN_TXVER", [](const AppConfig &app) { return firmwareText(app.minTxVersion); },
-     [](const QString &cell, AppConfig *app) {
+     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
          app->minTxVersion = versionFromCell(cell);
          return true;
      }},
 }};
 
-std::optional<AppConfig> appFromRow(const QStringList &row)
+std::optional<AppConfig> appFromRow(const QStringList &row, KnownDates *dates)
 {
     if (row.size() < REQUIRED_CELLS)
         return std::nullopt;
@@ -126,7 +138,7 @@ std::optional<AppConfig> appFromRow(const QStringList &row)
     for (const Column &column : COLUMNS) {
         if (cell == row.cend())
             break;
-        if (!column.read(*cell++, &app))
+        if (!column.read(*cell++, &app, dates))
             return std::nullopt;
     }
     return app;
@@ -165,11 +177,12 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
     QBuffer lines(&*content);
     lines.open(QIODevice::ReadOnly | QIODevice::Text);
     QTextStream stream(&lines);
+    KnownDates dates;
     QStringList row;
     while (readCSVRow(stream, &row)) {
         if (row.constFirst() == QLatin1String(COLUMNS.front().title))
             continue;
-        const std::optional<AppConfig> app = appFromRow(row);
+        const std::optional<AppConfig> app = appFromRow(row, &dates);
         if (!app)
             return false;
         apps->append(*app);
@@ -179,7 +192,8 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
 
 std::optional<AppConfig> appFromCells(const QStringList &cells)
 {
-    return appFromRow(cells);
+    KnownDates dates;
+    return appFromRow(cells, &dates);
 }
 
 QByteArray projectContent(const QList<AppConfig> &apps)
