@@ -3,6 +3,9 @@
 #include "folder.h"
 #include "scratchhome.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRandomGenerator>
 #include <QtTest>
 
 namespace {
@@ -51,6 +54,7 @@ private slots:
     void cannotOpen();
     void writesCells_data();
     void writesCells();
+    void writesNamesAsTheToolkitDoes();
     void savingAgainChangesNothing();
     void savesExampleUnchanged();
     void cannotSave();
@@ -406,6 +410,29 @@ void TestProjectFile::writesCells()
     QCOMPARE(folder.read(file()), HEADER_LINE + line);
     QVERIFY(writeProject(folder.path(file()), {}));
     QCOMPARE(folder.read(file()), HEADER_LINE);
+}
+
+void TestProjectFile::writesNamesAsTheToolkitDoes()
+{
+    const QString odd = QStringLiteral("aZ;\"\\/\b\n\x1f \x7fé日\u2028\ufeff\uffff😀");
+    QRandomGenerator random(6);
+    const auto text = [&] {
+        QString made;
+        for (quint32 length = random.bounded(4U); length > 0; --length)
+            made += random.bounded(2) == 0 ? odd.at(random.bounded(static_cast<int>(odd.size()))) : QChar(u'b');
+        return made;
+    };
+    for (int round = 0; round < 10'000; ++round) {
+        AppConfig app;
+        QJsonObject object;
+        for (quint32 count = random.bounded(4U); count > 0; --count) {
+            const QString key = text();
+            app.names.insert(key, text());
+            object.insert(key, app.names.value(key));
+        }
+        QCOMPARE(projectContent({app}),
+                 HEADER_LINE + QJsonDocument(object).toJson(QJsonDocument::Compact) + ";;;;;{};;;0.00\n");
+    }
 }
 
 void TestProjectFile::savingAgainChangesNothing()

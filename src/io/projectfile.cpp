@@ -11,6 +11,7 @@
 #include <QJsonObject>
 #include <QTextStream>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -25,12 +26,35 @@ QString dateFormat()
     return QStringLiteral("dd-MM-yyyy");
 }
 
-QString mapToCell(const QMap<QString, QString> &map)
+/// Whether a text stands in JSON as it is. What the toolkit escapes, or halves of characters, is left to it.
+bool isPlain(const QString &text)
+{
+    return std::none_of(text.cbegin(), text.cend(), [](QChar character) {
+        return character < u' ' || character == u'"' || character == u'\\' || character.isSurrogate();
+    });
+}
+
+QString jsonCell(const QMap<QString, QString> &map)
 {
     QJsonObject object;
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
         object.insert(entry.key(), entry.value());
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+// A map is in the order of JSON's keys; building an object of it would cost more than the rest of the row.
+QString mapToCell(const QMap<QString, QString> &map)
+{
+    constexpr QLatin1Char QUOTE('"');
+    QString members;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+        if (!isPlain(entry.key()) || !isPlain(entry.value()))
+            return jsonCell(map);
+        if (!members.isEmpty())
+            members += QLatin1Char(',');
+        members += QUOTE + entry.key() + QStringLiteral("\":\"") + entry.value() + QUOTE;
+    }
+    return QLatin1Char('{') + members + QLatin1Char('}');
 }
 
 bool mapFromCell(const QString &cell, QMap<QString, QString> *map)
