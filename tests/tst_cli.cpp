@@ -6,7 +6,6 @@
 #include "windowtest.h"
 
 #include <QComboBox>
-#include <QDirIterator>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -88,17 +87,6 @@ QString document(const QString &path)
 QString example()
 {
     return u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s;
-}
-
-void copyTree(const QString &from, const QString &to)
-{
-    QDirIterator entries(from, QDir::Files, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString path = entries.next();
-        const QString copy = to + path.mid(from.size());
-        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(path, copy))
-            qFatal("Cannot copy %s", qPrintable(path));
-    }
 }
 
 QStringList optionsIn(const QString &text)
@@ -434,7 +422,7 @@ void TestCli::exportsWhatTheWindowExports()
     QFETCH(QByteArray, files);
     QFETCH(QString, url);
     if (isExample) {
-        copyTree(example(), project());
+        QVERIFY(copyTree(example(), project()));
     } else {
         makeClock("[];A \"b\";v1;,674,x;nonsense;{\"de\":\"../ž.html\"};" + files
                   + "\n"
@@ -554,7 +542,7 @@ void TestCli::exportWithoutAllFiles()
 void TestCli::progressOnATerminal()
 {
 #ifdef Q_OS_UNIX
-    copyTree(example(), project());
+    QVERIFY(copyTree(example(), project()));
     const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
     if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0)
         QSKIP("No terminals here");
@@ -815,7 +803,7 @@ void TestCli::recipe()
     QFETCH(QString, path);
     const QString script = document(path).section(u"```sh\n"_s, 1).section(u"```"_s, 0, 0);
     QVERIFY(script.contains(u"catalist-cli verify"));
-    copyTree(example(), folder->path(u"catalogue"_s));
+    QVERIFY(copyTree(example(), folder->path(u"catalogue"_s)));
     const Outcome outcome = runScript(script, folder->path());
     QCOMPARE(outcome.err, QByteArray());
     QCOMPARE(outcome.code, 0);
