@@ -287,11 +287,11 @@ void TestPackage::installedStartedAndRemoved()
 
     const QString catalogue = root.path(u"usr/share/doc/catalist/examples/catalogue"_s);
     const Folder published;
-    const QStringList commands[] = {{u"check"_s, catalogue, u"--strict"_s},
-                                    {u"export"_s, catalogue, u"--url"_s, u"https://apps.example.org/"_s, u"--output"_s,
-                                     published.path(u"Apps.json"_s)},
-                                    {u"verify"_s, catalogue, u"--index"_s, published.path(u"Apps.json"_s), u"--url"_s,
-                                     u"https://apps.example.org/"_s}};
+    const QList<QStringList> commands = {{u"check"_s, catalogue, u"--strict"_s},
+                                         {u"export"_s, catalogue, u"--url"_s, u"https://apps.example.org/"_s,
+                                          u"--output"_s, published.path(u"Apps.json"_s)},
+                                         {u"verify"_s, catalogue, u"--index"_s, published.path(u"Apps.json"_s),
+                                          u"--url"_s, u"https://apps.example.org/"_s}};
     for (const QStringList &command : commands) {
         const Outcome done = run(root.path(u"usr/bin/catalist-cli"_s), command);
         QVERIFY2(done.code == 0, qPrintable(done.text));
