@@ -245,6 +245,8 @@ void TestTranslations::preview()
     viewer.setSource(unreachableUrl());
     QCOMPARE(viewer.toPlainText(), u"⟦Loading...⟧"_s);
     QTRY_COMPARE(viewer.toPlainText(), u"⟦Connection error.⟧"_s);
+    viewer.setHtml(u"<b>"_s.repeated(1000));
+    QCOMPARE(viewer.toPlainText(), u"⟦Too large or too deeply nested to be shown.⟧"_s);
 }
 
 void TestTranslations::everyTextIsSeen()
