@@ -131,6 +131,7 @@ private slots:
     void checks();
     void checkAsJson();
     void checkAsText();
+    void namesForgeNoLines();
     void verifies();
 
     void exportsWhatTheWindowExports_data();
@@ -139,6 +140,8 @@ private slots:
     void exportThatFails_data();
     void exportThatFails();
     void exportIntoAClosedFolder();
+    void exportOntoASource_data();
+    void exportOntoASource();
     void exportWithoutAllFiles();
     void progressOnATerminal();
 
@@ -150,7 +153,12 @@ private slots:
 
     void history();
     void historyOfABrokenCatalogue();
+    void historyOfNothing();
+    void historyThroughALink();
+    void historyOfAWrongClock();
     void restores();
+    void restoresOnlyOverWhatIsKept();
+    void restoreRemovesNothing();
     void restoresElsewhere();
     void restoresNothing_data();
     void restoresNothing();
@@ -202,6 +210,8 @@ void TestCli::wrongUsage_data()
     QTest::newRow("no index") << QStringList{u"verify"_s, u"a"_s, u"--url"_s, u"b"_s} << u"verify needs --index"_s;
     QTest::newRow("no such format") << QStringList{u"check"_s, u"a"_s, u"--format"_s, u"xml"_s}
                                     << u"--format is text|json"_s;
+    QTest::newRow("no name of a file") << QStringList{u"restore"_s, u"a"_s, u"b"_s, u"--output="_s}
+                                       << u"--output needs the name of a file"_s;
     QTest::newRow("option of another command")
         << QStringList{u"history"_s, u"a"_s, u"--strict"_s} << u"Unknown option 'strict'."_s;
 }
@@ -370,6 +380,20 @@ void TestCli::checkAsText()
     QCOMPARE(outcome.out, expected);
 }
 
+void TestCli::namesForgeNoLines()
+{
+    QByteArray line = CLOCK;
+    line.replace("674", "5")
+        .replace(R"("Clock")", R"("\u001b[2JClock\n  note    all-well")")
+        .replace(";Clock;", ";a\tb;");
+    makeClock(line);
+    const Outcome outcome = run({u"check"_s, project()});
+    QVERIFY2(outcome.out.startsWith(R"(\u001b[2JClock\u000a  note    all-well, line 2)"), outcome.out.constData());
+    QVERIFY2(outcome.out.contains(R"("a\u0009b")"), outcome.out.constData());
+    const Outcome failed = run({u"check"_s, u"no\nsuch"_s}, folder->path());
+    QCOMPARE(failed.err, QByteArray("catalist-cli: no\\u000asuch/Apps.csv: No such file or directory\n"));
+}
+
 void TestCli::verifies()
 {
     makeClock();
@@ -515,6 +539,33 @@ void TestCli::exportIntoAClosedFolder()
         QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: Permission denied\n"_s.arg(output));
     }
     QCOMPARE(folder->read(u"closed/old.json"_s), QByteArray("old"));
+}
+
+void TestCli::exportOntoASource_data()
+{
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("catalogue") << u"project/Apps.csv"_s << u"Is the catalogue itself"_s;
+    QTest::newRow("link to the catalogue") << u"alias.csv"_s << u"Is the catalogue itself"_s;
+    QTest::newRow("listed file") << u"project/Clock/main.lua"_s << u"Is a file of the catalogue"_s;
+    QTest::newRow("icon") << u"project/icon.png"_s << u"Is a file of the catalogue"_s;
+    QTest::newRow("description") << u"project/sub/../en.html"_s << u"Is a file of the catalogue"_s;
+}
+
+void TestCli::exportOntoASource()
+{
+    QFETCH(QString, output);
+    QFETCH(QString, error);
+    makeClock();
+    folder->makeFolder(u"project/sub"_s);
+    folder->link(project() + u"/Apps.csv"_s, u"alias.csv"_s);
+    const QByteArray before = folder->read(output);
+    QVERIFY(!before.isEmpty());
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: %2\n"_s.arg(output, error));
+    QCOMPARE(folder->read(output), before);
 }
 
 void TestCli::exportWithoutAllFiles()
@@ -701,6 +752,41 @@ void TestCli::historyOfABrokenCatalogue()
     QCOMPARE(run({u"history"_s, project()}).out, broken.out);
 }
 
+void TestCli::historyOfNothing()
+{
+    const Outcome outcome = run({u"history"_s, u"nowhere"_s}, folder->path());
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(outcome.err, QByteArray("catalist-cli: nowhere: No such file or directory\n"));
+}
+
+void TestCli::historyThroughALink()
+{
+    makeClock();
+    folder->makeFolder(u"deep/er"_s);
+    folder->link(project(), u"deep/er/alias"_s);
+    for (const QString &name : {u"Apps.csv"_s, u"en.html"_s, u"icon.png"_s})
+        QVERIFY(replaceFile(folder->path(u"deep/er/alias/"_s + name), HEADER + CLOCK + "\n", LineEnds::AsGiven));
+    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER + CLOCK, LineEnds::AsGiven));
+    const Outcome direct = run({u"history"_s, u"project"_s}, folder->path());
+    QCOMPARE(direct.out.count('\n'), 4);
+    QVERIFY2(!direct.out.contains(".."), direct.out.constData());
+    QCOMPARE(run({u"history"_s, u"deep/er/alias"_s}, folder->path()).out, direct.out);
+}
+
+void TestCli::historyOfAWrongClock()
+{
+    makeClock();
+    const QString page = project() + u"/en.html"_s;
+    QVERIFY(replaceFile(page, "new", LineEnds::AsGiven));
+    const QString path = keptVersions(page).constFirst().path;
+    QVERIFY(QFile::rename(path, QFileInfo(path).path() + u"/20990101-000000-000-00-replaced-en.html"_s));
+    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER, LineEnds::AsGiven));
+    const QByteArrayList lines = run({u"history"_s, project()}).out.split('\n');
+    QCOMPARE(lines.size(), 3);
+    QVERIFY2(lines.at(0).endsWith("Apps.csv") && lines.at(1).startsWith("2099-01-01T"), lines.at(0).constData());
+}
+
 void TestCli::restores()
 {
     makeClock();
@@ -720,6 +806,51 @@ void TestCli::restores()
     QFile::remove(path);
     QCOMPARE(run({u"restore"_s, path, keptVersions(path).constLast().path}).code, 0);
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
+}
+
+void TestCli::restoresOnlyOverWhatIsKept()
+{
+    for (const QString &name : {u"data"_s, u"project"_s}) {
+        folder->makeFolder(name);
+        QVERIFY(QFile::setPermissions(folder->path(name), QFile::Permissions(0x7777)));
+    }
+    const QByteArray data = qgetenv("XDG_DATA_HOME");
+    const auto restoreData = qScopeGuard([&data] { qputenv("XDG_DATA_HOME", data); });
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    const OrdinaryUser user;
+    if (!QFileInfo(QStringLiteral(CATALIST_CLI)).isExecutable())
+        QSKIP("The build is not open to an ordinary user");
+    makeClock();
+    const QString path = project() + u"/Apps.csv"_s;
+    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
+    const QFileInfo entry(keptVersions(path).constFirst().path);
+    QVERIFY(QFile::setPermissions(entry.path(), QFile::Permissions(0x5555)));
+    awaitNextMoment();
+    const Outcome outcome = run({u"restore"_s, project(), entry.fileName()}, u"/"_s);
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(QString::fromUtf8(outcome.err),
+             u"catalist-cli: %1: Cannot be kept in the history, and stays as it is\n"_s.arg(path));
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
+
+    QVERIFY(QFile::setPermissions(entry.path(), QFile::Permissions(0x7777)));
+    QCOMPARE(run({u"restore"_s, project(), entry.fileName()}, u"/"_s).code, 0);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
+    QCOMPARE(keptVersions(path).size(), 2);
+}
+
+void TestCli::restoreRemovesNothing()
+{
+    makeClock();
+    const QString path = project() + u"/Apps.csv"_s;
+    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
+    const QString old = u"20200101-120000-000-00-replaced-Apps.csv"_s;
+    const QString kept = keptVersions(path).constFirst().path;
+    QVERIFY(QFile::rename(kept, QFileInfo(kept).path() + u'/' + old));
+    QCOMPARE(run({u"restore"_s, project(), old}).code, 0);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
+    QCOMPARE(keptVersions(path).size(), 2);
+    QCOMPARE(QFileInfo(keptVersions(path).constLast().path).fileName(), old);
 }
 
 void TestCli::restoresElsewhere()
@@ -747,7 +878,7 @@ void TestCli::restoresNothing_data()
     QTest::newRow("a file of the project") << u"project/en.html"_s << u"out"_s << u"project/en.html: No such entry"_s;
     QTest::newRow("a folder in its place") << QString() << u"project"_s << u"project: Is a directory"_s;
     QTest::newRow("no folder for it") << QString() << u"none/out"_s << u"none/out: No such file or directory"_s;
-    QTest::newRow("full disk") << QString() << u"/dev/full"_s << u"/dev/full: No space left on device"_s;
+    QTest::newRow("full disk") << QString() << u"/dev/full"_s << u"/dev/full: Is not a regular file"_s;
 }
 
 void TestCli::restoresNothing()

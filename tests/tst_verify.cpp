@@ -264,7 +264,7 @@ void TestVerify::cannotBeRead_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("index");
     QTest::addColumn<QString>("error");
-    QTest::newRow("no folder") << u"none"_s << u"good.json"_s << u"%1/none: Is not a folder"_s;
+    QTest::newRow("no folder") << u"none"_s << u"good.json"_s << u"%1/none: No such file or directory"_s;
     QTest::newRow("a file") << u"good.json"_s << u"good.json"_s << u"%1/good.json: Is not a folder"_s;
     QTest::newRow("no index") << u"www"_s << u"none.json"_s << u"%1/none.json: No such file or directory"_s;
     QTest::newRow("a folder as index") << u"www"_s << u"www"_s << u"%1/www: Is not a regular file"_s;

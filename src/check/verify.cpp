@@ -249,7 +249,9 @@ CheckResult verifyIndex(const QString &folder, const QString &indexFile, const Q
 {
     CheckResult result;
     const std::optional<QByteArray> content = readWholeFile(indexFile);
-    if (!QFileInfo(folder).isDir()) {
+    if (!QFileInfo::exists(folder)) {
+        result.error = folder + QStringLiteral(": No such file or directory");
+    } else if (!QFileInfo(folder).isDir()) {
         result.error = folder + QStringLiteral(": Is not a folder");
     } else if (!QFileInfo(folder).isReadable()) {
         result.error = folder + QStringLiteral(": Cannot be read");

@@ -74,16 +74,57 @@ QString projectFile(const QString &project)
     return isFile ? project : QDir(project).filePath(QStringLiteral("Apps.csv"));
 }
 
-ExitCode failed(const QString &message)
+ExitCode failed(const QString &message, const QStringList &more = {})
 {
-    printError(message);
+    printError(message, more);
     return Failed;
 }
 
 QString systemReason(int error)
 {
-    return error == 0 ? QStringLiteral("Cannot be written")
-                      : QString::fromStdString(std::generic_category().message(error));
+    return QString::fromStdString(std::generic_category().message(error));
+}
+
+/// Why a file could not be written.
+QString writeProblem(const QString &path, int error)
+{
+    const QFileInfo info(path);
+    QString reason;
+    if (info.isDir())
+        reason = systemReason(EISDIR);
+    else if (info.exists() && !info.isFile())
+        reason = QStringLiteral("Is not a regular file");
+    else
+        reason = error == 0 ? QStringLiteral("Cannot be written") : systemReason(error);
+    return path + QStringLiteral(": ") + reason;
+}
+
+/// Why an index must not be written to a file: it is one that the catalogue is made of.
+QString sourceProblem(const AppConfigModel &model, const QString &project, const QString &output)
+{
+    const QString target = QFileInfo(output).canonicalFilePath();
+    if (target.isEmpty())
+        return {};
+    if (target == QFileInfo(project).canonicalFilePath())
+        return output + QStringLiteral(": Is the catalogue itself");
+    const QString folder = QFileInfo(project).absoluteDir().canonicalPath();
+    const QDir projectDir(folder);
+    // With the whole folder its former index is listed too.
+    if (target == projectDir.filePath(QStringLiteral("Apps.json")))
+        return {};
+    bool isSource = false;
+    WalkVisitor visitor;
+    visitor.file = [&](const QFileInfo &info, const QString & /*path*/) {
+        isSource = isSource || info.canonicalFilePath() == target;
+    };
+    for (const AppConfig &app : model.apps) {
+        const QStringList pages = app.descriptions.values() + QStringList{app.icon};
+        for (const QString &page : pages)
+            isSource = isSource || QFileInfo(projectDir.filePath(page)).canonicalFilePath() == target;
+        for (const QString &listed : app.files)
+            walkListedPath(listed, folder, visitor);
+    }
+    return isSource ? output + QStringLiteral(": Is a file of the catalogue") : QString();
 }
 
 ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &options)
@@ -94,6 +135,9 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         return failed(loadFailure(project));
 
     const QString output = options.value(QStringLiteral("output"));
+    const QString problem = sourceProblem(model, project, output);
+    if (!problem.isEmpty())
+        return failed(problem);
     const QString url = repositoryUrl(options.value(QStringLiteral("url")));
     IndexReport report;
     {
@@ -117,7 +161,7 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         printError(path + QStringLiteral(": Cannot be read; it has an empty hash, or no entries if it is a folder"));
     if (!print(QStringLiteral("%1, %2, %3: %4\n")
                    .arg(counted(report.apps, QStringLiteral("app")), counted(report.files, QStringLiteral("file")),
-                        counted(report.bytes, QStringLiteral("byte")), output)))
+                        counted(report.bytes, QStringLiteral("byte")), visible(output))))
         return Failed;
     return report.left.isEmpty() && report.unreadable.isEmpty() ? Clean : HasErrors;
 }
@@ -157,25 +201,34 @@ struct Kept
     [[nodiscard]] QString entry() const { return QFileInfo(version.path).fileName(); }
 };
 
+/// The folder of a project, which may be gone, as the history calls it.
+QString folderOf(const QString &project)
+{
+    const QFileInfo info(project);
+    const QString folder = info.absoluteDir().canonicalPath();
+    return folder.isEmpty() ? info.absolutePath() : folder;
+}
+
 /// What the history holds of a project file and of its descriptions, former ones in its folder too; newest first.
 QList<Kept> keptOf(const QString &project)
 {
-    const QString folder = QFileInfo(project).absolutePath();
-    QSet<QString> files{QFileInfo(project).absoluteFilePath()};
+    const QString folder = folderOf(project);
+    QStringList files{QDir(folder).filePath(QFileInfo(project).fileName())};
     AppConfigModel model;
     // One that does not open any more has a history all the same.
     if (QFileInfo(project).isFile() && !model.load(project))
         printError(loadFailure(project));
     for (const AppConfig &app : std::as_const(model.apps)) {
         for (const QString &path : app.descriptions)
-            files.insert(QDir::cleanPath(folder + QLatin1Char('/') + path));
+            files.append(QDir::cleanPath(folder + QLatin1Char('/') + path));
     }
     const QStringList known = filesInHistory(folder);
     for (const QString &file : known) {
         // Another catalogue in the same folder has a history of its own.
         if (!isProjectFile(file))
-            files.insert(file);
+            files.append(file);
     }
+    files.sort();
 
     QList<Kept> kept;
     QSet<QString> once;
@@ -188,6 +241,8 @@ QList<Kept> keptOf(const QString &project)
         }
     }
     std::sort(kept.begin(), kept.end(), [](const Kept &a, const Kept &b) {
+        if (a.version.isOfFuture != b.version.isOfFuture)
+            return b.version.isOfFuture;
         return a.entry() == b.entry() ? a.file < b.file : a.entry() > b.entry();
     });
     return kept;
@@ -198,15 +253,18 @@ ExitCode history(const QStringList &arguments, const QCommandLineParser & /*opti
     const QString project = projectFile(arguments.constFirst());
     QString lines;
     const QList<Kept> kept = keptOf(project);
+    if (kept.isEmpty() && !QFileInfo::exists(arguments.constFirst()))
+        return failed(arguments.constFirst() + QStringLiteral(": ") + systemReason(ENOENT));
+    const QDir folder(folderOf(project));
     for (const Kept &one : kept) {
-        const QString file = QFileInfo(project).absoluteDir().relativeFilePath(one.file);
+        const QString file = folder.relativeFilePath(one.file);
         lines += QStringLiteral("%1  %2  %3  %4  %5\n")
                      .arg(one.version.time.toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
-                          one.version.isUnsaved ? QStringLiteral("unsaved ") : QStringLiteral("replaced"), one.entry(),
-                          file);
+                          one.version.isUnsaved ? QStringLiteral("unsaved ") : QStringLiteral("replaced"),
+                          visible(one.entry()), visible(file));
     }
     if (lines.isEmpty())
-        lines = QStringLiteral("The history holds nothing of %1.\n").arg(project);
+        lines = QStringLiteral("The history holds nothing of %1.\n").arg(visible(project));
     return print(lines) ? Clean : Failed;
 }
 
@@ -225,8 +283,7 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
         QStringList paths;
         for (const Kept &one : std::as_const(found))
             paths.append(one.version.path);
-        return failed(QStringLiteral("Several files have an entry of this name; name one by its path:\n")
-                      + paths.join(QLatin1Char('\n')));
+        return failed(QStringLiteral("Several files have an entry of this name; name one by its path:"), paths);
     }
 
     const Kept &one = found.constFirst();
@@ -234,13 +291,16 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
     if (!content)
         return failed(openProblem(one.version.path));
     const QString output = options.isSet(QStringLiteral("output")) ? options.value(QStringLiteral("output")) : one.file;
+    // The entry itself, and others that the history lists, may be old enough to go.
+    if (!keepReplaced(output, *content, Pruning::Later))
+        return failed(output + QStringLiteral(": Cannot be kept in the history, and stays as it is"));
     errno = 0;
-    if (!replaceFile(output, *content, LineEnds::AsGiven)) {
+    if (!replaceFile(output, *content, LineEnds::AsGiven, Replaced::IsKeptAlready)) {
         const int error = errno;
-        return failed(output + QStringLiteral(": ") + systemReason(error));
+        return failed(writeProblem(output, error));
     }
-    return print(QStringLiteral("%1: %2\n").arg(counted(content->size(), QStringLiteral("byte")), output)) ? Clean
-                                                                                                           : Failed;
+    const QString size = counted(content->size(), QStringLiteral("byte"));
+    return print(QStringLiteral("%1: %2\n").arg(size, visible(output))) ? Clean : Failed;
 }
 
 const std::array<Command, 5> &commands()
@@ -277,7 +337,7 @@ const std::array<Command, 5> &commands()
 ExitCode wrongUsage(const QString &message, const QString &command = {})
 {
     const QString program = QStringLiteral("catalist-cli") + (command.isEmpty() ? command : QLatin1Char(' ') + command);
-    return failed(message + QStringLiteral("\nTry: %1 --help").arg(program));
+    return failed(message, {QStringLiteral("Try: %1 --help").arg(program)});
 }
 
 QCommandLineOption helpOption()
@@ -310,6 +370,9 @@ ExitCode run(const Command &command, const QStringList &typed)
     for (const Option &option : command.options) {
         if (option.isRequired && !parser.isSet(text(option.name)))
             return wrongUsage(QStringLiteral("%1 needs --%2").arg(name, text(option.name)), name);
+        if (parser.isSet(text(option.name)) && text(option.value) == QLatin1String("FILE")
+            && parser.value(text(option.name)).isEmpty())
+            return wrongUsage(QStringLiteral("--%1 needs the name of a file").arg(text(option.name)), name);
         const QStringList words = text(option.value).split(QLatin1Char('|'));
         if (words.size() > 1 && !words.contains(parser.value(text(option.name))))
             return wrongUsage(QStringLiteral("--%1 is %2").arg(text(option.name), text(option.value)), name);

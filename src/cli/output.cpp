@@ -42,9 +42,26 @@ bool print(const QString &text)
     return false;
 }
 
-void printError(const QString &message)
+void printError(const QString &message, const QStringList &more)
 {
-    write(stderr, QStringLiteral("catalist-cli: ") + message + QLatin1Char('\n'));
+    QString lines = QStringLiteral("catalist-cli: ") + visible(message) + QLatin1Char('\n');
+    for (const QString &line : more)
+        lines += visible(line) + QLatin1Char('\n');
+    write(stderr, lines);
+}
+
+QString visible(const QString &text)
+{
+    QString shown;
+    for (const QChar character : text) {
+        const QChar::Category category = character.category();
+        if (category == QChar::Other_Control || category == QChar::Separator_Line
+            || category == QChar::Separator_Paragraph)
+            shown += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            shown += character;
+    }
+    return shown;
 }
 
 QString asText(const QList<Finding> &findings)
@@ -52,12 +69,13 @@ QString asText(const QList<Finding> &findings)
     QString text;
     QString last;
     for (const Finding &finding : findings) {
-        const QString title = heading(finding);
+        const QString title = visible(heading(finding));
         if (title != last)
             text += (last.isEmpty() ? QString() : QStringLiteral("\n")) + title + QLatin1Char('\n');
         last = title;
         text += QStringLiteral("  %1 %2 %3\n")
-                    .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22), finding.text);
+                    .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22),
+                         visible(finding.text));
     }
     if (findings.isEmpty())
         return QStringLiteral("Nothing found.\n");

@@ -3,14 +3,18 @@
 #include "check/finding.h"
 
 #include <QString>
+#include <QStringList>
 
 // What the command prints. Nothing here ends the program.
 
 /// Writes a text to standard output, where false means that it did not get there; standard error then says why.
 [[nodiscard]] bool print(const QString &text);
 
-/// "catalist-cli: " and a message, on standard error.
-void printError(const QString &message);
+/// "catalist-cli: " and a message, on standard error; more lines may follow it.
+void printError(const QString &message, const QStringList &more = {});
+
+/// A text with its control characters escaped, so that no name passes for a line of its own.
+[[nodiscard]] QString visible(const QString &text);
 
 /// The findings, grouped by app, to be read.
 [[nodiscard]] QString asText(const QList<Finding> &findings);

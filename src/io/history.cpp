@@ -69,6 +69,12 @@ bool writeNew(const QString &path, const QByteArray &content)
     return false;
 }
 
+/// Later than this is what comes from a clock that was wrong. Another window may have kept something meanwhile.
+QString latestName()
+{
+    return timeName(QDateTime::currentDateTimeUtc().addSecs(60));
+}
+
 /// Newest first. Names begin with the time, so their order is that of the versions; one that is later than now comes
 /// from a clock that was wrong, and may be older than any.
 QFileInfoList versions(const QString &folder)
@@ -82,10 +88,9 @@ QFileInfoList versions(const QString &folder)
     }
     std::sort(found.begin(), found.end(),
               [](const QFileInfo &a, const QFileInfo &b) { return a.fileName() > b.fileName(); });
-    // Another window may have kept something meanwhile.
-    const QString now = timeName(QDateTime::currentDateTimeUtc().addSecs(60));
+    const QString latest = latestName();
     std::stable_partition(found.begin(), found.end(),
-                          [&now](const QFileInfo &version) { return version.fileName() < now; });
+                          [&latest](const QFileInfo &version) { return version.fileName() < latest; });
     return found;
 }
 
@@ -160,16 +165,19 @@ bool keepIn(const QString &folder, const QString &path, const QByteArray &conten
     return false;
 }
 
-void keep(const QString &path, const QByteArray &content, const char *reason)
+bool keep(const QString &path, const QByteArray &content, const char *reason, Pruning pruning)
 {
     if (content.size() > MAX_BYTES)
-        return;
+        return false;
     const QString folder = folderOf(path);
     // Another window may remove the folder before there is a version in it.
-    if (keepIn(folder, path, content, reason) || (!QFileInfo::exists(folder) && keepIn(folder, path, content, reason)))
-        removeOld(folder);
-    else
+    const bool isKept =
+        keepIn(folder, path, content, reason) || (!QFileInfo::exists(folder) && keepIn(folder, path, content, reason));
+    if (!isKept)
         qDebug() << "No history of" << path << "in" << folder;
+    else if (pruning == Pruning::Now)
+        removeOld(folder);
+    return isKept;
 }
 
 } // namespace
@@ -180,32 +188,36 @@ QString historyFolder()
            + QStringLiteral("/Orva model/Catalist/history");
 }
 
-void keepReplaced(const QString &path, const QByteArray &newContent)
+bool keepReplaced(const QString &path, const QByteArray &newContent, Pruning pruning)
 {
     const std::optional<QByteArray> old = readWholeFile(path);
-    if (old && *old != newContent)
-        keep(canonical(path), *old, "replaced");
-    else if (!old && QFileInfo(path).isFile())
-        qDebug() << "No history of" << path << "which cannot be read";
+    if (old)
+        return *old == newContent || keep(canonical(path), *old, "replaced", pruning);
+    if (!QFileInfo(path).isFile())
+        return true;
+    qDebug() << "No history of" << path << "which cannot be read";
+    return false;
 }
 
 void keepUnsaved(const QString &path, const QByteArray &content)
 {
     const std::optional<QByteArray> saved = readWholeFile(path);
     if (!saved || *saved != content)
-        keep(canonical(path), content, "unsaved");
+        keep(canonical(path), content, "unsaved", Pruning::Now);
 }
 
 QList<KeptVersion> keptVersions(const QString &path)
 {
     QList<KeptVersion> kept;
     const QFileInfoList found = versions(folderOf(canonical(path)));
+    const QString latest = latestName();
     for (const QFileInfo &version : found) {
         const QString time = version.fileName().section(QLatin1Char('-'), 0, 2);
         QDateTime moment = QDateTime::fromString(time, QStringLiteral("yyyyMMdd-hhmmss-zzz"));
         moment.setTimeSpec(Qt::UTC);
         const QString reason = version.fileName().section(QLatin1Char('-'), 4, 4);
-        kept.append({version.filePath(), moment, version.size(), reason == QLatin1String("unsaved")});
+        kept.append({version.filePath(), moment, version.size(), reason == QLatin1String("unsaved"),
+                     version.fileName() >= latest});
     }
     return kept;
 }

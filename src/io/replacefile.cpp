@@ -67,7 +67,7 @@ QString behindLinks(QString path)
 
 } // namespace
 
-bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds)
+bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds, Replaced replaced)
 {
     // A pipe would be waited for.
     const QFileInfo target(path);
@@ -91,13 +91,15 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         if (!writeAll(staged, bytes) || !reachedDisk(staged))
             return false;
         // Only now, so that the copy cannot take the last room on the disk.
-        keepReplaced(path, bytes);
+        if (replaced == Replaced::IsKept)
+            keepReplaced(path, bytes);
         return staged.commit() && namesReachedDisk(file.path());
     }
 
     if ((!isNameTooLong && QFileInfo(file.path()).isWritable()) || (file.exists() && !file.isWritable()))
         return false;
-    keepReplaced(path, bytes);
+    if (replaced == Replaced::IsKept)
+        keepReplaced(path, bytes);
     QFile direct(real);
     return direct.open(QIODevice::WriteOnly) && writeAll(direct, bytes) && reachedDisk(direct);
 }
