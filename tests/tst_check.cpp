@@ -5,6 +5,7 @@
 
 #include <QtTest>
 
+#include <fstream>
 #include <memory>
 
 #ifdef Q_OS_UNIX
@@ -82,10 +83,13 @@ struct Draft
     [[nodiscard]] QString save() const
     {
         QStringList all = lines;
-        all.prepend(cells.join(u';'));
+        if (!cells.isEmpty())
+            all.prepend(cells.join(u';'));
         if (!header.isNull())
             all.prepend(header);
-        folder.write(u"project/Apps.csv"_s, all.join(u'\n').toUtf8() + '\n');
+        if (!all.isEmpty())
+            all.append(QString());
+        folder.write(u"project/Apps.csv"_s, all.join(u'\n').toUtf8());
         return folder.path(u"project/Apps.csv"_s);
     }
 };
@@ -110,6 +114,14 @@ void makePipe(const QString &path)
 #else
     Q_UNUSED(path)
 #endif
+}
+
+/// A file whose name is given in bytes.
+void makeRaw(const QString &folder, const QByteArray &name)
+{
+    std::ofstream file((QFile::encodeName(folder) + '/' + name).toStdString());
+    if (!file.is_open())
+        qFatal("Cannot make %s", name.constData());
 }
 
 // clang-format off
@@ -147,6 +159,9 @@ const QList<Case> &lineCases()
         {"text-line-break", NEARLY, "Windows' line ends", [](Draft &d) { d.header += u'\r'; d.cells.last() += u'\r'; }},
         {"text-not-utf8", FAULT, "in an author", [](Draft &d) { d.set(Author, "\xef\xbf\xbd"); }},
         {"text-not-utf8", FAULT, "in a name", [](Draft &d) { d.set(Name, "{\"en\":\"Caf\xef\xbf\xbd\"}"); }},
+        {"no-apps", FAULT, "only the header", [](Draft &d) { d.cells.clear(); }, "file-unlisted"},
+        {"no-apps", FAULT, "nothing at all", [](Draft &d) { d.cells.clear(); d.header = QString(); }, "header-missing file-unlisted"},
+        {"no-apps", NEARLY, "only a line that cannot be understood", [](Draft &d) { d.cells = QStringList{u"Clock"_s}; }, "row-too-short"},
         {"text-not-utf8", NEARLY, "letters of every length", [](Draft &d) { d.set(Author, "é日𝄞"); }},
     };
     return cases;
@@ -196,7 +211,8 @@ const QList<Case> &factCases()
         {"min-version-unclear", FAULT, "word", [](Draft &d) { d.set(MinVersion, "any"); }},
         {"min-version-unclear", FAULT, "three numbers", [](Draft &d) { d.set(MinVersion, "5.3.1"); }},
         {"min-version-unclear", FAULT, "comma", [](Draft &d) { d.set(MinVersion, "5,03"); }},
-        {"min-version-unclear", NEARLY, "one number", [](Draft &d) { d.set(MinVersion, "5"); }},
+        {"min-version-unclear", FAULT, "one number", [](Draft &d) { d.set(MinVersion, "5"); }},
+        {"min-version-unclear", NEARLY, "zeros", [](Draft &d) { d.set(MinVersion, "05.00"); }},
         {"hardware-missing", FAULT, "empty", [](Draft &d) { d.set(Hardware, ""); }},
         {"hardware-missing", FAULT, "blank", [](Draft &d) { d.set(Hardware, " "); }},
         {"hardware-missing", NEARLY, "one", [](Draft &d) { d.set(Hardware, "3867"); }},
@@ -226,13 +242,14 @@ const QList<Case> &pageCases()
         {"icon-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a.png"_s, PNG); d.set(Icon, "../a.png"); }, "file-unlisted"},
         {"icon-outside", FAULT, "absolute", [](Draft &d) { d.set(Icon, "/icon.png"); }},
         {"icon-outside", FAULT, "through a link", [](Draft &d) { d.folder.write(u"out/a.png"_s, PNG); d.link("out", "in"); d.set(Icon, "in/a.png"); }, "file-unlisted"},
-        {"icon-outside", NEARLY, "out and in again", [](Draft &d) { d.set(Icon, "Clock/../icon.png"); }},
+        {"icon-outside", NEARLY, "out and in again", [](Draft &d) { d.set(Icon, "Clock/../icon.png"); }, "path-form"},
         {"icon-kind", FAULT, "bmp", [](Draft &d) { d.add("a.bmp", "BM"); d.set(Icon, "a.bmp"); }, "file-unlisted"},
         {"icon-kind", FAULT, "no ending", [](Draft &d) { d.add("png", PNG); d.set(Icon, "png"); }, "file-unlisted"},
         {"icon-kind", NEARLY, "upper case", [](Draft &d) { d.add("a.JPEG", "\xff\xd8\xff\xe0"); d.set(Icon, "a.JPEG"); }, "file-unlisted"},
         {"icon-content", FAULT, "text", [](Draft &d) { d.add("icon.png", "<svg/>"); }},
         {"icon-content", FAULT, "nothing", [](Draft &d) { d.add("icon.png", ""); }},
-        {"icon-content", NEARLY, "a picture of another kind", [](Draft &d) { d.add("icon.png", "GIF89a"); }},
+        {"icon-content", FAULT, "a picture of another kind", [](Draft &d) { d.add("icon.png", "GIF89a"); }},
+        {"icon-content", NEARLY, "each kind", [](Draft &d) { d.add("icon.gif", "GIF89a"); d.set(Icon, "icon.gif"); d.addApp(Icon, "icon.JPG"); d.add("icon.JPG", "\xff\xd8\xff"); }, "file-unlisted"},
         {"description-missing", FAULT, "empty", [](Draft &d) { d.set(Description, "{}"); }, "file-unlisted"},
         {"description-missing", FAULT, "a list", [](Draft &d) { d.set(Description, "[]"); }, "file-unlisted"},
         {"description-missing", NEARLY, "only another language", [](Draft &d) { d.set(Description, R"({"de":"en.html"})"); }},
@@ -254,10 +271,19 @@ const QList<Case> &pageCases()
         {"picture-not-found", FAULT, "no such file", [](Draft &d) { d.add("en.html", "<img src=\"a.png\">"); }},
         {"picture-not-found", FAULT, "another case", [](Draft &d) { d.add("a.PNG", PNG); d.add("en.html", "<IMG ALT='>' SRC=a.png>"); }, "file-unlisted"},
         {"picture-not-found", FAULT, "seen from the description", [](Draft &d) { d.add("a.png", PNG); d.add("d/en.html", "<img src='a.png'>"); d.set(Description, R"({"en":"d/en.html"})"); }, "file-unlisted"},
+        {"picture-not-found", FAULT, "background", [](Draft &d) { d.add("en.html", "<body background=a.png>"); }},
+        {"picture-not-found", FAULT, "cell", [](Draft &d) { d.add("en.html", "<table><tr><TD BACKGROUND='a.png'>"); }},
+        {"picture-not-found", FAULT, "button", [](Draft &d) { d.add("en.html", "<input type=image src=a.png>"); }},
+        {"picture-not-found", FAULT, "poster", [](Draft &d) { d.add("en.html", "<video poster=a.png></video>"); }},
+        {"picture-not-found", FAULT, "object", [](Draft &d) { d.add("en.html", "<object data=a.png></object>"); }},
+        {"picture-not-found", FAULT, "style", [](Draft &d) { d.add("en.html", "<p style=\"background: URL('a.png')\">"); }},
+        {"picture-not-found", FAULT, "style sheet", [](Draft &d) { d.add("en.html", "<style>p { background: url( a.png ) }</style>"); }},
+        {"picture-not-found", NEARLY, "there, with its letters as numbers", [](Draft &d) { d.add("aé.png", PNG); d.add("en.html", "<img src='&#97;&#xE9;.png'><p>url(b.png)</p>"); }},
         {"picture-not-found", NEARLY, "there, in many spellings", [](Draft &d) { d.add("a &b.png", PNG); d.add("en.html", "<img src=\"a%20&amp;b.png#x\"><img\nalt=x src='./a &b.png?y'><!-- <img src=c> --><img data-src=d>"); }},
         {"picture-elsewhere", FAULT, "on the web", [](Draft &d) { d.add("en.html", "<img src=\"https://example.org/a.png\">"); }},
         {"picture-elsewhere", FAULT, "on the web, without a scheme", [](Draft &d) { d.add("en.html", "<img width=1 src=//example.org/a.png>"); }},
         {"picture-elsewhere", FAULT, "above", [](Draft &d) { d.add("en.html", "<img src='../a.png'>"); }},
+        {"picture-elsewhere", FAULT, "a link out of the project", [](Draft &d) { d.folder.write(u"a.png"_s, PNG); d.link("a.png", "a.png"); d.add("en.html", "<img src=a.png>"); }},
         {"picture-elsewhere", NEARLY, "in the page", [](Draft &d) { d.add("en.html", "<img src='data:image/png;base64,AAAA'>"); }},
     };
     return cases;
@@ -266,6 +292,9 @@ const QList<Case> &pageCases()
 const QList<Case> &pathCases()
 {
     static const QList<Case> cases{
+        {"path-form", FAULT, "description", [](Draft &d) { d.set(Description, R"({"en":"./en.html"})"); }},
+        {"path-form", FAULT, "icon", [](Draft &d) { d.add("i/a.png", PNG); d.set(Icon, "i//a.png"); }, "file-unlisted"},
+        {"path-form", NEARLY, "listed path", [](Draft &d) { d.set(Files, "./Clock//main.lua"); }},
         {"path-none", FAULT, "nothing listed", [](Draft &d) { d.set(Files, ""); }, "file-unlisted"},
         {"path-none", FAULT, "empty folder", [](Draft &d) { d.folder.makeFolder(u"project/e"_s); d.set(Files, "e"); }, "file-unlisted"},
         {"path-none", NEARLY, "an empty file", [](Draft &d) { d.add("Clock/main.lua", ""); }},
@@ -284,19 +313,27 @@ const QList<Case> &pathCases()
         {"path-other-case", NEARLY, "both cases are there", [](Draft &d) { d.add("clock/main.lua"); d.set(Files, "clock/main.lua"); }, "file-unlisted"},
         {"path-not-found", FAULT, "file", [](Draft &d) { d.set(Files, "Clock,Clock/other.lua"); }},
         {"path-not-found", FAULT, "link to nothing", [](Draft &d) { d.link("nothing", "Clock/a"); d.set(Files, "Clock/a,Clock/main.lua"); }},
+        {"path-not-found", FAULT, "link to nothing in a folder", [](Draft &d) { d.link("nothing", "Clock/a"); }},
+        {"path-not-found", NEARLY, "hidden link to nothing in a folder", [](Draft &d) { d.link("nothing", "Clock/.a"); }},
         {"path-not-found", NEARLY, "hidden", [](Draft &d) { d.add("Clock/.a"); d.set(Files, "Clock,Clock/.a"); }},
         {"path-other-kind", FAULT, "pipe", [](Draft &d) { makePipe(d.folder.path(u"project/pipe"_s)); d.set(Files, "Clock,pipe"); }},
         {"path-other-kind", FAULT, "link to a device", [](Draft &d) { d.folder.link(u"/dev/null"_s, u"project/a"_s); d.set(Files, "Clock,a"); }, "file-unlisted"},
+        {"path-other-kind", FAULT, "pipe in a folder", [](Draft &d) { makePipe(d.folder.path(u"project/Clock/pipe"_s)); }},
         {"path-other-kind", NEARLY, "link to a file", [](Draft &d) { d.link("project/Clock/main.lua", "a"); d.set(Files, "a"); }},
         {"path-circle", FAULT, "to its folder", [](Draft &d) { d.link("project/Clock", "Clock/again"); }},
         {"path-circle", FAULT, "to itself", [](Draft &d) { d.link("project/Clock/a", "Clock/a"); d.set(Files, "Clock,Clock/a"); }, ""},
         {"path-circle", FAULT, "two that lead to each other", [](Draft &d) { d.add("a/x"); d.add("b/y"); d.link("project/b", "a/b"); d.link("project/a", "b/a"); d.set(Files, "Clock,a"); }},
+        {"path-not-utf8", FAULT, "file", [](Draft &d) { makeRaw(d.folder.path(u"project/Clock"_s), "caf\xe9"); }},
+        {"path-not-utf8", FAULT, "deeper", [](Draft &d) { d.add("Clock/a/b"); makeRaw(d.folder.path(u"project/Clock/a"_s), "\xff.lua"); }},
+        {"path-not-utf8", NEARLY, "not ASCII", [](Draft &d) { makeRaw(d.folder.path(u"project/Clock"_s), "caf\xc3\xa9"); }, "url-escapes"},
+        {"path-circle", FAULT, "to itself in a folder", [](Draft &d) { d.link("project/Clock/a", "Clock/a"); }},
         {"path-circle", NEARLY, "to the folder beside", [](Draft &d) { d.add("a/x"); d.link("project/a", "Clock/a"); }},
         {"path-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a"_s, ""); d.set(Files, "Clock,../a"); }},
         {"path-outside", FAULT, "above, and not there", [](Draft &d) { d.set(Files, "Clock,../a"); }, "path-not-found"},
         {"path-outside", FAULT, "link in a folder", [](Draft &d) { d.folder.write(u"out/x"_s, ""); d.link("out", "Clock/in"); }},
         {"path-outside", FAULT, "folder beside whose name begins alike", [](Draft &d) { d.folder.write(u"project2/x"_s, ""); d.set(Files, "Clock,../project2/x"); }},
-        {"path-outside", NEARLY, "out and in again", [](Draft &d) { d.set(Files, "../project/Clock"); }},
+        {"path-outside", FAULT, "out and in again", [](Draft &d) { d.set(Files, "../project/Clock"); }},
+        {"path-outside", NEARLY, "nearly out", [](Draft &d) { d.set(Files, "Clock/../Clock"); }},
         {"path-unreadable", FAULT, "file", [](Draft &d) { d.close("Clock/main.lua"); }},
         {"path-unreadable", FAULT, "folder", [](Draft &d) { d.add("Clock/a/b"); d.close("Clock/a"); }},
         {"path-unreadable", FAULT, "icon", [](Draft &d) { d.close("icon.png"); }},
@@ -310,6 +347,9 @@ const QList<Case> &pathCases()
         {"path-case", FAULT, "in a folder", [](Draft &d) { d.add("Clock/Main.lua"); }},
         {"path-case", FAULT, "of two apps", [](Draft &d) { d.add("clock/main.LUA"); d.addApp(Files, "clock,Lamp"); }},
         {"path-case", FAULT, "not ASCII", [](Draft &d) { d.add("Clock/é"); d.add("Clock/É"); }, "url-escapes"},
+        {"path-case", FAULT, "file and folder", [](Draft &d) { d.add("Clock/lib"); d.add("Clock/LIB/a"); }},
+        {"path-case", FAULT, "folder of another app", [](Draft &d) { d.add("x/LIB/a"); d.add("X/lib"); d.set(Files, "x"); d.addApp(Files, "X,Lamp"); }, "file-unlisted"},
+        {"path-case", NEARLY, "folders alone", [](Draft &d) { d.add("Clock/LIB/a"); d.add("Clock/lib/b"); }},
         {"path-case", NEARLY, "in folders of different names", [](Draft &d) { d.add("Lamp/Main.lua"); d.addApp(Files, "Lamp"); }},
         {"fat-characters", FAULT, "colon", [](Draft &d) { d.add("Clock/a:b"); }},
         {"fat-characters", FAULT, "in a folder's name", [](Draft &d) { d.add("Clock/a|b/c"); }, "url-escapes"},
@@ -380,6 +420,8 @@ private slots:
     void orderOfFindings();
     void brokenLinesHideNothing();
     void exampleIsClean();
+    void commaNamesInOrder();
+    void brokenExample();
     void cannotBeRead_data();
     void cannotBeRead();
     void throughALink();
@@ -531,6 +573,52 @@ void TestCheck::exampleIsClean()
     for (const Finding &finding : result.findings)
         told.append(describe(finding));
     QCOMPARE(told, QStringList());
+}
+
+void TestCheck::commaNamesInOrder()
+{
+    Draft draft;
+    QStringList names;
+    for (int i = 0; i < 30; ++i) {
+        names.append(u"a%1,b.lua"_s.arg(i));
+        draft.add(qPrintable(names.constLast()));
+    }
+    draft.set(Files, qPrintable(names.join(u',')));
+    QStringList told;
+    const CheckResult result = checkCatalogue(draft.save());
+    for (const Finding &finding : result.findings) {
+        if (finding.code == u"path-comma")
+            told.append(finding.text.section(u'"', 1, 1));
+    }
+    QCOMPARE(told, names);
+}
+
+void TestCheck::brokenExample()
+{
+    const QString example = u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s;
+    const Folder folder;
+    QDirIterator entries(example, QDir::Files, QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        QFile file(entries.next());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        folder.write(file.fileName().mid(example.size() + 1), file.readAll());
+    }
+    QCOMPARE(checkCatalogue(folder.path(u"Apps.csv"_s)).findings.size(), 0);
+
+    // A hand that slips: a letter, a date, a "./", a file that is gone and one that is left over.
+    QByteArray content = folder.read(u"Apps.csv"_s);
+    content.replace("Altimeter/main.lua", "Altimeter/Main.lua");
+    content.replace("02-11-2025", "02-13-2025");
+    content.replace("icons/telemetry-logger.png", "./icons/telemetry-logger.png");
+    folder.write(u"Apps.csv"_s, content);
+    QVERIFY(QFile::remove(folder.path(u"descriptions/servo-tester.it.html"_s)));
+    folder.write(u"VarioSounds.bak"_s, "");
+    QStringList told;
+    const CheckResult result = checkCatalogue(folder.path(u"Apps.csv"_s));
+    for (const Finding &finding : result.findings)
+        told.append(u"%1 %2"_s.arg(finding.line).arg(finding.code));
+    QCOMPARE(told, (QStringList{u"2 path-other-case"_s, u"3 date-unclear"_s, u"4 path-form"_s,
+                                u"5 description-not-found"_s, u"0 file-unlisted"_s, u"0 file-unlisted"_s}));
 }
 
 void TestCheck::cannotBeRead_data()

@@ -256,6 +256,18 @@ void TestCli::help()
     // And none that there is not.
     for (const QString &option : optionsIn(manual))
         QVERIFY2(options.contains(option), qPrintable(option));
+
+    // The exit codes mean the same wherever they are told.
+    static const QRegularExpression row(u"\\n\\| ([0-9]) \\| (.*) \\|"_s);
+    const QString running = manual.section(u".SH EXIT STATUS"_s, 1).section(u".SH"_s, 0, 0).simplified();
+    int codes = 0;
+    for (auto match = row.globalMatch(page); match.hasNext(); ++codes) {
+        const QRegularExpressionMatch code = match.next();
+        const QString meaning = QString(code.captured(2)).remove(u'`');
+        const QString sentence = u".B %1 %2."_s.arg(code.captured(1), meaning.front().toUpper() + meaning.mid(1));
+        QVERIFY2(running.contains(sentence), qPrintable(sentence));
+    }
+    QCOMPARE(codes, 3);
 }
 
 void TestCli::version()
@@ -406,12 +418,13 @@ void TestCli::verifies()
 
     folder->write(u"project/new"_s, "");
     const QByteArray expected = R"(The whole
-  note    file-unnamed           Remove "new", or publish the index anew: the index does not name it.
+  warning file-unnamed           Remove "new", or publish the index anew: the index does not name it.
 
-0 errors, 0 warnings, 1 note
+0 errors, 1 warning, 0 notes
 )";
     QCOMPARE(run(arguments).out, expected);
     QCOMPARE(run(arguments).code, 0);
+    QCOMPARE(run(arguments + QStringList{u"--strict"_s}).code, 1);
     folder->write(u"project/Clock/main.lua"_s, "abd");
     const Outcome broken = run(arguments + QStringList{u"--format"_s, u"json"_s});
     QCOMPARE(broken.code, 1);

@@ -116,6 +116,8 @@ const QList<Case> &cases()
         {"index-form", FAULT, "no files", [](Published &p) { p.app.remove("files"_L1); }, "file-unnamed"},
         {"index-form", FAULT, "size in letters", [](Published &p) { p.setEntry("size"_L1, u"0"_s); }, "file-unnamed"},
         {"index-form", FAULT, "no hash", [](Published &p) { p.setEntry("hash"_L1, QJsonValue()); }, "file-unnamed"},
+        {"index-form", FAULT, "description without an object", [](Published &p) { p.app.insert("description"_L1, u"en.html"_s); }, "file-unnamed"},
+        {"index-form", FAULT, "description without a URL", [](Published &p) { p.app.insert("description"_L1, QJsonObject{{u"en"_s, 5}}); }, "file-unnamed"},
         {"index-form", NEARLY, "more members", [](Published &p) { p.setEntry("comment"_L1, 5); p.app.insert("x"_L1, 1); }},
         {"url-elsewhere", FAULT, "another server", [](Published &p) { p.setEntry("url"_L1, u"https://other.example.org/a"_s); }, "file-unnamed"},
         {"url-elsewhere", FAULT, "another scheme", [](Published &p) { p.url = u"http://apps.example.org/"_s; }, "file-unnamed"},
@@ -128,6 +130,9 @@ const QList<Case> &cases()
         {"path-escapes", FAULT, "destination climbs out of Apps", [](Published &p) { p.setEntry("destination"_L1, u"Apps/../a.lua"_s); }, "destination-differs"},
         {"path-escapes", FAULT, "destination beside Apps", [](Published &p) { p.setEntry("destination"_L1, u"Other/a.lua"_s); }, "destination-differs"},
         {"path-escapes", FAULT, "absolute", [](Published &p) { p.appendEntry(u"/etc/x"_s, u"Apps//etc/x"_s, EMPTY_HASH); }},
+        {"path-escapes", FAULT, "link to a file outside", [](Published &p) { p.folder.write(u"x"_s, "abc"); p.remove(u"Clock/main.lua"_s); p.folder.link(p.folder.path(u"x"_s), u"www/Clock/main.lua"_s); }},
+        {"path-escapes", FAULT, "icon in a folder outside", [](Published &p) { p.folder.write(u"x/i.png"_s, PNG); p.folder.link(p.folder.path(u"x"_s), u"www/x"_s); p.app.insert("previewIcon"_L1, QString(URL + u"x/i.png"_s)); }, "file-unnamed"},
+        {"path-escapes", NEARLY, "link inside", [](Published &p) { p.folder.write(u"www/x"_s, "abc"); p.remove(u"Clock/main.lua"_s); p.folder.link(p.folder.path(u"www/x"_s), u"www/Clock/main.lua"_s); }, "file-unnamed"},
         {"path-escapes", NEARLY, "dots in names", [](Published &p) { p.folder.write(u"www/..a/b.."_s, ""); p.appendEntry(u"..a/b.."_s, u"Apps/..a/b.."_s, EMPTY_HASH); }},
         {"destination-differs", FAULT, "another folder", [](Published &p) { p.setEntry("destination"_L1, u"Apps/lib/a.lua"_s); }},
         {"destination-differs", FAULT, "another case", [](Published &p) { p.setEntry("destination"_L1, u"Apps/clock/lib/a.lua"_s); }},
@@ -181,6 +186,8 @@ private slots:
     void everyCode();
     void everyCodeHasCases();
     void wholeIndex();
+    void everyMember_data();
+    void everyMember();
     void cannotBeRead_data();
     void cannotBeRead();
     void findsWhatHappened_data();
@@ -255,8 +262,30 @@ void TestVerify::wholeIndex()
              QStringList{u"index-form: Publish the index anew: \"applications\" is missing or of another kind."_s});
     folder.write(u"Apps.json"_s, R"({"applications": [5, {"name": {"de": "Uhr"}, "files": [null]}]})");
     const CheckResult result = verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
-    QCOMPARE(codes(result), (QStringList{u"index-form"_s, u"url-elsewhere"_s}));
+    QCOMPARE(codes(result), QStringList{u"index-form"_s});
     QCOMPARE(result.findings.constLast().app, u"Uhr"_s);
+}
+
+void TestVerify::everyMember_data()
+{
+    QTest::addColumn<QString>("member");
+    for (const char *member :
+         {"id", "version", "author", "hw", "releaseDate", "name", "description", "previewIcon", "files"})
+        QTest::newRow(member) << QString::fromLatin1(member);
+}
+
+void TestVerify::everyMember()
+{
+    QFETCH(QString, member);
+    Published published;
+    QVERIFY(published.app.contains(member));
+    const QString expected = u"index-form: Publish the index anew: \"%1\" is missing or of another kind."_s.arg(member);
+    for (const QJsonValue &value : {QJsonValue(QJsonValue::Undefined), QJsonValue(), QJsonValue(true)}) {
+        published.app.insert(member, value);
+        QStringList forms = told(published.verify());
+        forms.removeIf([](const QString &one) { return one.startsWith(u"file-unnamed"); });
+        QCOMPARE(forms, QStringList{expected});
+    }
 }
 
 void TestVerify::cannotBeRead_data()

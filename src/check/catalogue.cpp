@@ -8,7 +8,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QStringDecoder>
 #include <QTextStream>
+
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -69,6 +73,35 @@ bool canRead(const QFileInfo &info)
     return file.open(QIODevice::ReadOnly);
 }
 
+/// What lies in a folder and is left out of it without a word.
+void addLeftOut(const QFileInfo &folder, const QDir &project, ListedPath *listed)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder.filesystemFilePath(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::error_code unknown;
+        const std::u8string bytes = entry->path().filename().u8string();
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        const QString name = decoder(QByteArray(reinterpret_cast<const char *>(bytes.data()), qsizetype(bytes.size())));
+        const QString path = folder.filePath() + QLatin1Char('/') + name;
+        const QString place = project.relativeFilePath(path);
+        if (name.startsWith(QLatin1Char('.')))
+            continue;
+        if (decoder.hasError())
+            listed->notUtf8.append(place);
+        else if (entry->is_regular_file(unknown) || entry->is_directory(unknown))
+            continue;
+        else if (isCircle(path))
+            listed->circles.append(place);
+        else
+            (QFileInfo::exists(path) ? listed->others : listed->missing).append(place);
+    }
+    for (QStringList *paths : {&listed->notUtf8, &listed->circles, &listed->others, &listed->missing}) {
+        paths->sort();
+        paths->removeDuplicates();
+    }
+}
+
 ListedPath walk(const QString &path, const ProjectTree &tree)
 {
     ListedPath listed;
@@ -92,7 +125,10 @@ ListedPath walk(const QString &path, const ProjectTree &tree)
         const bool circle = isCircle(info.filePath());
         if (circle)
             listed.circles.append(folder.relativeFilePath(info.filePath()));
-        return !circle && isInside(info);
+        const bool isEntered = !circle && isInside(info);
+        if (isEntered)
+            addLeftOut(info, folder, &listed);
+        return isEntered;
     };
     visitor.neither = [&](const QFileInfo &info) {
         if (isCircle(info.filePath()))

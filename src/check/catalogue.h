@@ -29,6 +29,9 @@ struct ListedPath
     QStringList circles; ///< links that lead back; they are not followed here
     QStringList outside; ///< where the project folder is left
     QStringList unreadable;
+    QStringList missing; ///< links that lead nowhere, in folders
+    QStringList others; ///< neither files nor folders, in folders
+    QStringList notUtf8; ///< names that are not published, with what could be read of them
     bool isMissing = false;
     bool isOther = false; ///< exists, and is neither file nor folder
 };

@@ -45,6 +45,8 @@ constexpr std::array RULES{
     Rule{"text-not-utf8", Error, "Save the file as UTF-8: a letter of this line could not be read.",
          LineRules::encoding},
 
+    Rule{"no-apps", Warning, "Add an app: the catalogue has none.", LineRules::noApps},
+
     Rule{"name-missing", Error, "Name the app in \"en\", the default language.", inEachApp<FactRules::nameMissing>},
     Rule{"name-code", Error, "Put the name in \"%1\" under a code of two lower-case letters.",
          inEachApp<FactRules::nameCode>},
@@ -100,6 +102,8 @@ constexpr std::array RULES{
     Rule{"picture-elsewhere", Warning, "Put the picture \"%1\" of \"%2\" into the project folder.",
          inEachApp<PageRules::pictureElsewhere>},
 
+    Rule{"path-form", Error, "Write \"%1\" as \"%2\": it stands in the URL with its superfluous parts.",
+         inEachApp<PathRules::form>},
     Rule{"path-none", Warning, "List the files of the app: none is published.", inEachApp<PathRules::filesMissing>},
     Rule{"path-whole-project", Error, "Take \"%1\" off the list: it publishes the whole project folder.",
          inEachApp<PathRules::empty>},
@@ -112,8 +116,11 @@ constexpr std::array RULES{
          inEachApp<PathRules::notFound>},
     Rule{"path-other-kind", Error, "Take \"%1\" off the list: it is neither a file nor a folder.",
          inEachApp<PathRules::otherKind>},
+    Rule{"path-not-utf8", Error, "Rename \"%1\", as it is left out: its name is not UTF-8.",
+         inEachApp<PathRules::notUtf8>},
     Rule{"path-circle", Error, "Remove the link \"%1\": it leads back to where it is.", inEachApp<PathRules::circle>},
-    Rule{"path-outside", Error, "Copy \"%1\" into the project folder: it lies outside.", inEachApp<PathRules::outside>},
+    Rule{"path-outside", Error, "Copy \"%1\" into the project folder and name it from there: the path leads out.",
+         inEachApp<PathRules::outside>},
     Rule{"path-unreadable", Error, "Make \"%1\" readable: its content cannot be published.",
          inEachApp<PathRules::unreadable>},
     Rule{"path-twice", Warning, "List \"%1\" once, by itself or with its folder.", inEachApp<PathRules::twice>},

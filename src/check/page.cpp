@@ -9,6 +9,8 @@
 #include <QStringDecoder>
 #include <QUrl>
 
+#include <array>
+
 namespace {
 
 /// The value of an attribute of a tag; nothing when it has none.
@@ -24,21 +26,76 @@ std::optional<QString> attribute(const QString &tag, QLatin1String name)
     return std::nullopt;
 }
 
+QString withoutEntities(const QString &text)
+{
+    static const QRegularExpression number(QStringLiteral("&#(?:[xX]([0-9A-Fa-f]{1,6})|([0-9]{1,7}));?"));
+    QString decoded;
+    qsizetype end = 0;
+    for (auto match = number.globalMatch(text); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        const bool isHex = found.lastCapturedIndex() == 1;
+        const char32_t character = found.captured(found.lastCapturedIndex()).toUInt(nullptr, isHex ? 16 : 10);
+        decoded += text.mid(end, found.capturedStart() - end);
+        decoded += QString::fromUcs4(&character, 1);
+        end = found.capturedEnd();
+    }
+    decoded += text.mid(end);
+    return decoded.replace(QLatin1String("&amp;"), QLatin1String("&"));
+}
+
+QStringList stylePictures(const QString &style)
+{
+    static const QRegularExpression url(QStringLiteral(R"re(\burl\(\s*+(?:"([^"]*)"|'([^']*)'|([^\s"')]+)))re"),
+                                        QRegularExpression::CaseInsensitiveOption);
+    QStringList found;
+    for (auto match = url.globalMatch(style); match.hasNext();) {
+        const QRegularExpressionMatch one = match.next();
+        found.append(one.captured(one.lastCapturedIndex()));
+    }
+    return found;
+}
+
 // Nothing is looked at twice, however a page is broken.
 QStringList pictures(const QString &html)
 {
     static const QRegularExpression comment(QStringLiteral("<!--.*?(-->|$)"),
                                             QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression picture(
-        QStringLiteral(R"re(<img(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
+    static const QRegularExpression element(
+        QStringLiteral(R"re(<([a-z]++)(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
         QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression sheet(QStringLiteral("<style[^>]*+>(.*?)(?:</style|$)"),
+                                          QRegularExpression::CaseInsensitiveOption
+                                              | QRegularExpression::DotMatchesEverythingOption);
+    struct Source
+    {
+        QLatin1String tag;
+        QLatin1String attribute;
+    };
+    static const std::array<Source, 8> sources{{
+        {QLatin1String("img"), QLatin1String("src")},
+        {QLatin1String("input"), QLatin1String("src")},
+        {QLatin1String("body"), QLatin1String("background")},
+        {QLatin1String("table"), QLatin1String("background")},
+        {QLatin1String("td"), QLatin1String("background")},
+        {QLatin1String("th"), QLatin1String("background")},
+        {QLatin1String("video"), QLatin1String("poster")},
+        {QLatin1String("object"), QLatin1String("data")},
+    }};
     QStringList found;
     const QString shown = QString(html).remove(comment);
-    for (auto match = picture.globalMatch(shown); match.hasNext();) {
-        std::optional<QString> source = attribute(match.next().captured(1), QLatin1String("src"));
-        if (source)
-            found.append(source->replace(QLatin1String("&amp;"), QLatin1String("&")).trimmed());
+    for (auto match = element.globalMatch(shown); match.hasNext();) {
+        const QRegularExpressionMatch tag = match.next();
+        for (const Source &source : sources) {
+            if (tag.captured(1).compare(source.tag, Qt::CaseInsensitive) != 0)
+                continue;
+            const std::optional<QString> value = attribute(tag.captured(2), source.attribute);
+            if (value)
+                found.append(withoutEntities(*value).trimmed());
+        }
+        found += stylePictures(withoutEntities(attribute(tag.captured(2), QLatin1String("style")).value_or(QString())));
     }
+    for (auto match = sheet.globalMatch(shown); match.hasNext();)
+        found += stylePictures(match.next().captured(1));
     return found;
 }
 

@@ -26,6 +26,7 @@ void notJson(const Catalogue &catalogue, const Report &report);
 void semicolon(const Catalogue &catalogue, const Report &report);
 void lineBreak(const Catalogue &catalogue, const Report &report);
 void encoding(const Catalogue &catalogue, const Report &report);
+void noApps(const Catalogue &catalogue, const Report &report);
 } // namespace LineRules
 
 /// What an app says of itself.
@@ -67,6 +68,7 @@ void pictureElsewhere(const Catalogue &catalogue, const Row &row, const Report &
 
 /// What an app lists, and what is published of it.
 namespace PathRules {
+void form(const Catalogue &catalogue, const Row &row, const Report &report);
 void filesMissing(const Catalogue &catalogue, const Row &row, const Report &report);
 void empty(const Catalogue &catalogue, const Row &row, const Report &report);
 void absolute(const Catalogue &catalogue, const Row &row, const Report &report);
@@ -74,6 +76,7 @@ void comma(const Catalogue &catalogue, const Row &row, const Report &report);
 void otherCase(const Catalogue &catalogue, const Row &row, const Report &report);
 void notFound(const Catalogue &catalogue, const Row &row, const Report &report);
 void otherKind(const Catalogue &catalogue, const Row &row, const Report &report);
+void notUtf8(const Catalogue &catalogue, const Row &row, const Report &report);
 void circle(const Catalogue &catalogue, const Row &row, const Report &report);
 void outside(const Catalogue &catalogue, const Row &row, const Report &report);
 void unreadable(const Catalogue &catalogue, const Row &row, const Report &report);

@@ -160,7 +160,7 @@ void minVersionMissing(const Catalogue & /*catalogue*/, const Row &row, const Re
 void minVersionUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
     const QString text = versionCell(row, MinVersion);
-    if (!text.trimmed().isEmpty() && (!isWhollyVersion(text) || row.app->minTxVersion.segmentCount() > 2))
+    if (!text.trimmed().isEmpty() && (!isWhollyVersion(text) || row.app->minTxVersion.segmentCount() != 2))
         reportAt(row, report, {text, firmwareText(row.app->minTxVersion)});
 }
 

@@ -4,6 +4,8 @@
 
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qsizetype DESCRIPTION = 5;
@@ -153,6 +155,14 @@ void encoding(const Catalogue &catalogue, const Report &report)
         if (row.cells.join(SEPARATOR).contains(QChar(QChar::ReplacementCharacter)))
             reportAt(row, report);
     }
+}
+
+void noApps(const Catalogue &catalogue, const Report &report)
+{
+    const bool hasSome =
+        std::any_of(catalogue.rows.cbegin(), catalogue.rows.cend(), [](const Row &row) { return !row.isHeader; });
+    if (!hasSome)
+        report.add({}, 0);
 }
 
 } // namespace LineRules

@@ -29,12 +29,24 @@ bool hasOfferedEnding(const QString &path)
     });
 }
 
+/// Whether a file begins as its ending promises.
 bool beginsLikePicture(QFile &file)
 {
+    struct Kind
+    {
+        QLatin1String ending;
+        QByteArray begin;
+    };
+    static const std::array<Kind, 4> kinds{{
+        {QLatin1String(".jpg"), "\xff\xd8\xff"},
+        {QLatin1String(".jpeg"), "\xff\xd8\xff"},
+        {QLatin1String(".png"), "\x89PNG\r\n\x1a\n"},
+        {QLatin1String(".gif"), "GIF8"},
+    }};
     const QByteArray begin = file.read(8);
-    const std::array<QByteArray, 3> kinds{"\xff\xd8\xff", "\x89PNG\r\n\x1a\n", "GIF8"};
-    return std::any_of(kinds.cbegin(), kinds.cend(),
-                       [&begin](const QByteArray &kind) { return begin.startsWith(kind); });
+    return std::any_of(kinds.cbegin(), kinds.cend(), [&](const Kind &kind) {
+        return file.fileName().endsWith(kind.ending, Qt::CaseInsensitive) && begin.startsWith(kind.begin);
+    });
 }
 
 } // namespace
@@ -138,12 +150,13 @@ void pictureNotFound(const Catalogue &catalogue, const Row &row, const Report &r
     }
 }
 
-void pictureElsewhere(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void pictureElsewhere(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
         const QStringList sources = description.page ? description.page->pictures : QStringList();
         for (const QString &source : sources) {
-            if (!pictureFile(description.path, source))
+            const std::optional<QString> path = pictureFile(description.path, source);
+            if (!path || isOutside(catalogue.tree, *path))
                 reportAt(row, report, {source, description.path});
         }
     }

@@ -143,6 +143,18 @@ bool isEscapedInUrl(const QString &part)
 
 namespace PathRules {
 
+void form(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    QStringList paths{row.app->icon};
+    for (const DescriptionFile &description : row.descriptions)
+        paths.append(description.path);
+    for (const QString &path : std::as_const(paths)) {
+        const QString cleaned = QDir::cleanPath(path);
+        if (path != cleaned && !isAbsolutePath(path) && !climbsOut(path))
+            reportAt(row, report, {path, cleaned});
+    }
+}
+
 void filesMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
     if (publishedFiles(row).isEmpty())
@@ -167,10 +179,14 @@ void absolute(const Catalogue & /*catalogue*/, const Row &row, const Report &rep
 
 void comma(const Catalogue &catalogue, const Row &row, const Report &report)
 {
-    const QStringList names = commaNames(catalogue, row).values();
-    const QSet<QString> once(names.cbegin(), names.cend());
-    for (const QString &name : once)
-        reportAt(row, report, {name});
+    const QHash<qsizetype, QString> names = commaNames(catalogue, row);
+    QSet<QString> once;
+    for (qsizetype i = 0; i < row.app->files.size(); ++i) {
+        const QString name = names.value(i);
+        if (!name.isEmpty() && !once.contains(name))
+            reportAt(row, report, {name});
+        once.insert(name);
+    }
 }
 
 void otherCase(const Catalogue &catalogue, const Row &row, const Report &report)
@@ -193,6 +209,8 @@ void notFound(const Catalogue &catalogue, const Row &row, const Report &report)
         const bool hasOtherCase = !spelling.isEmpty() && spelling != listed.path;
         if (listed.isMissing && !isAbsolutePath(listed.path) && !parts.contains(i) && !hasOtherCase)
             reportAt(row, report, {listed.path});
+        for (const QString &path : listed.missing)
+            reportAt(row, report, {path});
     }
 }
 
@@ -201,6 +219,16 @@ void otherKind(const Catalogue & /*catalogue*/, const Row &row, const Report &re
     for (const ListedPath &listed : row.listed) {
         if (listed.isOther)
             reportAt(row, report, {listed.path});
+        for (const QString &path : listed.others)
+            reportAt(row, report, {path});
+    }
+}
+
+void notUtf8(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        for (const QString &path : listed.notUtf8)
+            reportAt(row, report, {path});
     }
 }
 
@@ -215,7 +243,7 @@ void circle(const Catalogue & /*catalogue*/, const Row &row, const Report &repor
 void outside(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
     for (const ListedPath &listed : row.listed) {
-        if (listed.outside.isEmpty() && climbsOut(listed.path) && listed.files.isEmpty())
+        if (listed.outside.isEmpty() && climbsOut(listed.path))
             reportAt(row, report, {listed.path});
         for (const QString &path : listed.outside)
             reportAt(row, report, {path});
@@ -278,18 +306,29 @@ void shared(const Catalogue &catalogue, const Report &report)
 
 void differInCase(const Catalogue &catalogue, const Report &report)
 {
-    QHash<QString, QString> destinations;
+    QHash<QString, QString> files;
+    QHash<QString, QString> folders; // which may differ among themselves, as they become one
     QSet<QString> reported;
+    const auto compare = [&](const Row &row, const QString &path, const QString &first) {
+        if (first.isEmpty() || first == path || reported.contains(path))
+            return;
+        reportAt(row, report, {path, first});
+        reported.insert(path);
+    };
     for (const Row &row : catalogue.rows) {
         for (const ListedPath &listed : row.listed) {
             for (const PublishedFile &file : listed.files) {
                 const QString folded = file.path.toCaseFolded();
-                const QString first = destinations.value(folded, file.path);
-                destinations.insert(folded, first);
-                if (first == file.path || reported.contains(file.path))
-                    continue;
-                reportAt(row, report, {file.path, first});
-                reported.insert(file.path);
+                const QString first = files.value(folded, file.path);
+                files.insert(folded, first);
+                compare(row, file.path, first);
+                compare(row, file.path, folders.value(folded));
+                for (qsizetype end = file.path.indexOf(SLASH); end > 0; end = file.path.indexOf(SLASH, end + 1)) {
+                    const QString folder = file.path.left(end);
+                    const QString foldedFolder = folder.toCaseFolded();
+                    folders.insert(foldedFolder, folder);
+                    compare(row, folder, files.value(foldedFolder));
+                }
             }
         }
     }

@@ -39,7 +39,7 @@ constexpr Fault ELSEWHERE{"url-elsewhere", Error,
 constexpr Fault CUT{"url-characters", Error,
                     "Rename \"%1\": a URL cannot carry its \"#\", \"?\", \"%\" or \"\\\" as written."};
 constexpr Fault ESCAPES{"path-escapes", Error,
-                        "Publish \"%1\" from inside of the folder: its path climbs out, or is none."};
+                        "Publish \"%1\" from inside of the folder: its path leads out, or is none."};
 constexpr Fault DESTINATION{"destination-differs", Error, "Publish the index anew: \"%1\" is to go to \"%2\"."};
 constexpr Fault TWICE{"destination-twice", Error, "Keep one file for \"%1\": it is to hold two different contents."};
 constexpr Fault CASE{"destination-case", Error,
@@ -54,10 +54,26 @@ constexpr Fault HASH{"hash-differs", Error,
                      "Upload \"%1\" again, or publish the index anew: the content is another one."};
 constexpr Fault ICON{"icon-not-found", Error, "Upload the icon \"%1\": it is not in the folder."};
 constexpr Fault DESCRIPTION{"description-not-found", Error, "Upload the description \"%1\": it is not in the folder."};
-constexpr Fault UNNAMED{"file-unnamed", Note, "Remove \"%1\", or publish the index anew: the index does not name it."};
+constexpr Fault UNNAMED{"file-unnamed", Warning,
+                        "Remove \"%1\", or publish the index anew: the index does not name it."};
 
 constexpr std::array FAULTS{FORM,       ELSEWHERE,  CUT,  ESCAPES, DESTINATION, TWICE, CASE,        MISSING,
                             OTHER_CASE, UNREADABLE, SIZE, NO_HASH, HASH,        ICON,  DESCRIPTION, UNNAMED};
+
+struct Member
+{
+    const char *name;
+    QJsonValue::Type type;
+};
+
+/// What every app has.
+constexpr std::array MEMBERS{
+    Member{"id", QJsonValue::Double},          Member{"version", QJsonValue::String},
+    Member{"author", QJsonValue::String},      Member{"hw", QJsonValue::Array},
+    Member{"releaseDate", QJsonValue::String}, Member{"name", QJsonValue::Object},
+    Member{"description", QJsonValue::Object}, Member{"previewIcon", QJsonValue::String},
+    Member{"files", QJsonValue::Array},
+};
 
 /// Whether a path stays below where it begins, and is spelt in one way only.
 bool isPlain(const QString &path)
@@ -87,7 +103,7 @@ public:
             say(FORM, {QStringLiteral("\"applications\"")});
         const QJsonArray apps = applications.toArray();
         for (const auto object : apps)
-            verifyApp(object.toObject());
+            verifyApp(object);
         app.clear();
     }
 
@@ -106,22 +122,32 @@ private:
         Report(fault.code, fault.severity, fault.sentence, &findings).add(app, 0, particulars);
     }
 
-    void verifyApp(const QJsonObject &object)
+    void verifyApp(const QJsonValue &value)
     {
+        const QJsonObject object = value.toObject();
         app = appName(object);
-        const QJsonValue files = object.value(QLatin1String("files"));
-        if (!files.isArray())
-            say(FORM, {QStringLiteral("\"files\"")});
-        const QJsonArray entries = files.toArray();
+        if (!value.isObject()) {
+            say(FORM, {QStringLiteral("an app")});
+            return;
+        }
+        for (const Member &member : MEMBERS) {
+            if (object.value(QLatin1String(member.name)).type() != member.type)
+                say(FORM, {QStringLiteral("\"%1\"").arg(QLatin1String(member.name))});
+        }
+        const QJsonArray entries = object.value(QLatin1String("files")).toArray();
         for (const auto entry : entries)
             verifyFile(entry.toObject());
 
-        const QString icon = object.value(QLatin1String("previewIcon")).toString();
-        if (icon != repoUrl)
-            verifyNamed(icon, ICON);
+        const QJsonValue icon = object.value(QLatin1String("previewIcon"));
+        if (icon.isString() && icon.toString() != repoUrl)
+            verifyNamed(icon.toString(), ICON);
         const QJsonObject descriptions = object.value(QLatin1String("description")).toObject();
-        for (auto entry = descriptions.constBegin(); entry != descriptions.constEnd(); ++entry)
-            verifyDescription(entry.value().toString());
+        for (auto entry = descriptions.constBegin(); entry != descriptions.constEnd(); ++entry) {
+            if (entry.value().isString())
+                verifyDescription(entry.value().toString());
+            else
+                say(FORM, {QStringLiteral("the description in \"%1\"").arg(entry.key())});
+        }
     }
 
     void verifyFile(const QJsonObject &entry)
@@ -225,9 +251,13 @@ private:
             say(missing, {path});
         else if (spelling != path)
             say(OTHER_CASE, {path, spelling});
-        if (isFile)
-            used.insert(spelling);
-        return isFile && spelling == path;
+        if (!isFile)
+            return false;
+        used.insert(spelling);
+        const bool isInside = tree.holds(tree.path(spelling));
+        if (!isInside)
+            say(ESCAPES, {path});
+        return isInside && spelling == path;
     }
 
     ProjectTree tree;
