@@ -54,7 +54,9 @@ struct Draft
 
     void link(const char *target, const char *path) const
     {
-        folder.link(folder.path(QString::fromUtf8(target)), u"project/"_s + QString::fromUtf8(path));
+        const QString place = u"project/"_s + QString::fromUtf8(path);
+        const QDir beside(QFileInfo(folder.path(place)).path());
+        folder.link(beside.relativeFilePath(folder.path(QString::fromUtf8(target))), place);
     }
 
     void close(const char *path)
@@ -334,6 +336,10 @@ const QList<Case> &pathCases()
         {"path-outside", FAULT, "folder beside whose name begins alike", [](Draft &d) { d.folder.write(u"project2/x"_s, ""); d.set(Files, "Clock,../project2/x"); }},
         {"path-outside", FAULT, "out and in again", [](Draft &d) { d.set(Files, "../project/Clock"); }},
         {"path-outside", NEARLY, "nearly out", [](Draft &d) { d.set(Files, "Clock/../Clock"); }},
+        {"path-link", FAULT, "folder", [](Draft &d) { d.add("a/x"); d.folder.link(d.folder.path(u"project/a"_s), u"project/Clock/a"_s); }},
+        {"path-link", FAULT, "listed file", [](Draft &d) { d.folder.link(d.folder.path(u"project/Clock/main.lua"_s), u"project/a"_s); d.set(Files, "a"); }},
+        {"path-link", FAULT, "icon", [](Draft &d) { d.folder.link(d.folder.path(u"project/icon.png"_s), u"project/a.png"_s); d.set(Icon, "a.png"); }},
+        {"path-link", NEARLY, "relative", [](Draft &d) { d.add("a/x"); d.link("project/a", "Clock/a"); }},
         {"path-unreadable", FAULT, "file", [](Draft &d) { d.close("Clock/main.lua"); }},
         {"path-unreadable", FAULT, "folder", [](Draft &d) { d.add("Clock/a/b"); d.close("Clock/a"); }},
         {"path-unreadable", FAULT, "icon", [](Draft &d) { d.close("icon.png"); }},

@@ -111,6 +111,8 @@ ListedPath walk(const QString &path, const ProjectTree &tree)
         const bool inside = tree.holds(info.filePath());
         if (!inside)
             listed.outside.append(folder.relativeFilePath(info.filePath()));
+        else if (isAbsoluteLink(info.filePath()))
+            listed.absoluteLinks.append(folder.relativeFilePath(info.filePath()));
         if (!canRead(info))
             listed.unreadable.append(folder.relativeFilePath(info.filePath()));
         return inside;

@@ -29,6 +29,7 @@ struct ListedPath
     QStringList circles; ///< links that lead back; they are not followed here
     QStringList outside; ///< where the project folder is left
     QStringList unreadable;
+    QStringList absoluteLinks; ///< that lead to a place in the project folder
     QStringList missing; ///< links that lead nowhere, in folders
     QStringList others; ///< neither files nor folders, in folders
     QStringList notUtf8; ///< names that are not published, with what could be read of them

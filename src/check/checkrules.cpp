@@ -121,6 +121,8 @@ constexpr std::array RULES{
     Rule{"path-circle", Error, "Remove the link \"%1\": it leads back to where it is.", inEachApp<PathRules::circle>},
     Rule{"path-outside", Error, "Copy \"%1\" into the project folder and name it from there: the path leads out.",
          inEachApp<PathRules::outside>},
+    Rule{"path-link", Warning, "Make the link \"%1\" a relative one: in a copy of the folder it leads elsewhere.",
+         inEachApp<PathRules::absoluteLink>},
     Rule{"path-unreadable", Error, "Make \"%1\" readable: its content cannot be published.",
          inEachApp<PathRules::unreadable>},
     Rule{"path-twice", Warning, "List \"%1\" once, by itself or with its folder.", inEachApp<PathRules::twice>},

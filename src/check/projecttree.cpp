@@ -6,6 +6,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -144,6 +146,15 @@ bool isCircle(const QString &path)
             return true;
     }
     return false;
+}
+
+bool isAbsoluteLink(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.isSymLink())
+        return false;
+    std::error_code error;
+    return std::filesystem::read_symlink(info.filesystemFilePath(), error).is_absolute();
 }
 
 QString openProblem(const QString &path)

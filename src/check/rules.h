@@ -79,6 +79,7 @@ void otherKind(const Catalogue &catalogue, const Row &row, const Report &report)
 void notUtf8(const Catalogue &catalogue, const Row &row, const Report &report);
 void circle(const Catalogue &catalogue, const Row &row, const Report &report);
 void outside(const Catalogue &catalogue, const Row &row, const Report &report);
+void absoluteLink(const Catalogue &catalogue, const Row &row, const Report &report);
 void unreadable(const Catalogue &catalogue, const Row &row, const Report &report);
 void twice(const Catalogue &catalogue, const Row &row, const Report &report);
 void shared(const Catalogue &catalogue, const Report &report);

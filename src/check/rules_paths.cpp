@@ -250,6 +250,23 @@ void outside(const Catalogue & /*catalogue*/, const Row &row, const Report &repo
     }
 }
 
+void absoluteLink(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    QStringList links;
+    for (const ListedPath &listed : row.listed)
+        links += listed.absoluteLinks;
+    QStringList pages{row.app->icon};
+    for (const DescriptionFile &description : row.descriptions)
+        pages.append(description.path);
+    for (const QString &path : std::as_const(pages)) {
+        const QString file = catalogue.tree.path(path);
+        if (isAbsoluteLink(file) && catalogue.tree.holds(file))
+            links.append(path);
+    }
+    for (const QString &link : std::as_const(links))
+        reportAt(row, report, {link});
+}
+
 void unreadable(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     for (const ListedPath &listed : row.listed) {
