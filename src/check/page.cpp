@@ -35,11 +35,11 @@ QString withoutEntities(const QString &text)
         const QRegularExpressionMatch found = match.next();
         const bool isHex = found.lastCapturedIndex() == 1;
         const char32_t character = found.captured(found.lastCapturedIndex()).toUInt(nullptr, isHex ? 16 : 10);
-        decoded += text.mid(end, found.capturedStart() - end);
+        decoded += QStringView(text).sliced(end, found.capturedStart() - end);
         decoded += QString::fromUcs4(&character, 1);
         end = found.capturedEnd();
     }
-    decoded += text.mid(end);
+    decoded += QStringView(text).sliced(end);
     return decoded.replace(QLatin1String("&amp;"), QLatin1String("&"));
 }
 

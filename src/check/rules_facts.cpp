@@ -99,7 +99,7 @@ void namesTooMany(const Catalogue & /*catalogue*/, const Row &row, const Report 
     const qsizetype hidden =
         row.app->names.size() + (row.app->names.contains(QStringLiteral("en")) ? 0 : 1) - NAMES_SHOWN;
     if (hidden > 0)
-        reportAt(row, report, {row.app->names.keys().constLast()});
+        reportAt(row, report, {row.app->names.lastKey()});
 }
 
 void nameTwice(const Catalogue &catalogue, const Report &report)

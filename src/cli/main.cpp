@@ -118,8 +118,10 @@ QString sourceProblem(const AppConfigModel &model, const QString &project, const
         isSource = isSource || info.canonicalFilePath() == target;
     };
     for (const AppConfig &app : model.apps) {
-        const QStringList pages = app.descriptions.values() + QStringList{app.icon};
-        for (const QString &page : pages)
+        QStringList pages{app.icon};
+        for (const QString &page : app.descriptions)
+            pages.append(page);
+        for (const QString &page : std::as_const(pages))
             isSource = isSource || QFileInfo(projectDir.filePath(page)).canonicalFilePath() == target;
         for (const QString &listed : app.files)
             walkListedPath(listed, folder, visitor);

@@ -127,11 +127,11 @@ public:
 
     QByteArray result() override
     {
-        QByteArray digest(EVP_MAX_MD_SIZE, Qt::Uninitialized);
+        QByteArray bytes(EVP_MAX_MD_SIZE, Qt::Uninitialized);
         unsigned size = 0;
-        if (!EVP_DigestFinal_ex(context.get(), reinterpret_cast<unsigned char *>(digest.data()), &size))
+        if (!EVP_DigestFinal_ex(context.get(), reinterpret_cast<unsigned char *>(bytes.data()), &size))
             return {};
-        return digest.first(size);
+        return bytes.first(size);
     }
 
 private:

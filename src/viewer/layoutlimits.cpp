@@ -235,8 +235,8 @@ private:
 
     QSizeF letterSize(int formatIndex, const QTextCharFormat &format)
     {
-        auto known = letterSizes.constFind(formatIndex);
-        if (known == letterSizes.cend()) {
+        auto known = letterSizes.find(formatIndex);
+        if (known == letterSizes.end()) {
             // The height of a line is more than nearly every letter's width; of a monstrous font it overflows.
             const qreal lineHeight = scale * std::abs(QFontMetricsF(format.font()).height());
             const qreal spacing = std::abs(format.fontLetterSpacing()) + std::abs(format.fontWordSpacing());
