@@ -142,6 +142,8 @@ private slots:
     void exportIntoAClosedFolder();
     void exportOntoASource_data();
     void exportOntoASource();
+    void exportBesideTheSources_data();
+    void exportBesideTheSources();
     void exportWithoutAllFiles();
     void progressOnATerminal();
 
@@ -579,6 +581,25 @@ void TestCli::exportOntoASource()
     QCOMPARE(outcome.out, QByteArray());
     QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: %2\n"_s.arg(output, error));
     QCOMPARE(folder->read(output), before);
+}
+
+void TestCli::exportBesideTheSources_data()
+{
+    QTest::addColumn<QString>("output");
+    QTest::newRow("former index") << u"project/Apps.json"_s;
+    QTest::newRow("name begins like that of a listed folder") << u"project/Clock-index.json"_s;
+    QTest::newRow("hidden file in a listed folder") << u"project/Clock/.index.json"_s;
+}
+
+void TestCli::exportBesideTheSources()
+{
+    QFETCH(QString, output);
+    makeClock();
+    folder->write(output, "old");
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(folder->read(output).startsWith("{\n    \"applications\": ["));
 }
 
 void TestCli::exportWithoutAllFiles()

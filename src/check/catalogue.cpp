@@ -3,6 +3,7 @@
 #include "io/csv.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
+#include "io/wholefile.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,14 +17,14 @@
 
 namespace {
 
-QString jsonProblem(const QStringList &cells, qsizetype column, const char *title)
+QString jsonProblem(const QStringList &cells, ProjectColumn column)
 {
     QJsonParseError error;
     QJsonDocument::fromJson(cells.at(column).toUtf8(), &error);
     if (error.error == QJsonParseError::NoError)
         return {};
     return QStringLiteral("%1 is not JSON: %2 at byte %3")
-        .arg(QLatin1String(title), error.errorString())
+        .arg(columnTitle(column), error.errorString())
         .arg(error.offset + 1);
 }
 
@@ -53,7 +54,7 @@ bool readRows(const QString &projectFile, QList<Row> *rows, QString *error)
         row.line = static_cast<int>(rows->size()) + 1;
         row.cells = cells;
         const QStringList loaded = loadedCells(cells);
-        row.isHeader = loaded.constFirst() == QLatin1String("NAME");
+        row.isHeader = loaded.constFirst() == columnTitle(NameColumn);
         if (!row.isHeader)
             row.app = appFromCells(loaded);
         rows->append(row);
@@ -148,7 +149,22 @@ QString Row::name() const
 {
     if (!app || app->names.isEmpty())
         return {};
-    return app->names.value(QStringLiteral("en"), app->names.first());
+    return app->names.value(DEFAULT_LANGUAGE, app->names.first());
+}
+
+QStringList Row::pages() const
+{
+    return app ? QStringList{app->icon} + app->descriptions.values() : QStringList();
+}
+
+QStringList Row::publishedFiles() const
+{
+    QStringList paths;
+    for (const ListedPath &path : listed) {
+        for (const PublishedFile &file : path.files)
+            paths.append(file.onDisk);
+    }
+    return paths;
 }
 
 std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *error)
@@ -171,10 +187,10 @@ std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *erro
 QString rowProblem(const QStringList &cells)
 {
     const QStringList loaded = loadedCells(cells);
-    if (loaded.size() < REQUIRED_CELLS)
-        return QStringLiteral("%1 of at least %2 cells").arg(loaded.size()).arg(REQUIRED_CELLS);
-    const QString problem = jsonProblem(loaded, 0, "NAME");
-    return problem.isEmpty() ? jsonProblem(loaded, 5, "DESCRIPTION") : problem;
+    if (loaded.size() < REQUIRED_COLUMNS)
+        return QStringLiteral("%1 of at least %2 cells").arg(loaded.size()).arg(REQUIRED_COLUMNS);
+    const QString problem = jsonProblem(loaded, NameColumn);
+    return problem.isEmpty() ? jsonProblem(loaded, DescriptionColumn) : problem;
 }
 
 QString loadProblem(const QString &projectFile)

@@ -10,10 +10,6 @@
 
 #include <optional>
 
-/// How many cells a line needs, and how many count.
-inline constexpr qsizetype REQUIRED_CELLS = 7;
-inline constexpr qsizetype ALL_CELLS = 9;
-
 /// A file as it is published.
 struct PublishedFile
 {
@@ -57,6 +53,12 @@ struct Row
 
     /// The name that the editor lists the app by, or another one of its names.
     [[nodiscard]] QString name() const;
+
+    /// The paths of the icon and of the descriptions.
+    [[nodiscard]] QStringList pages() const;
+
+    /// The paths of the files that are published, as they are called on the disk.
+    [[nodiscard]] QStringList publishedFiles() const;
 };
 
 /// Everything that the rules look at, read once.

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -126,6 +125,12 @@ bool climbsOut(const QString &path)
     return cleaned == QLatin1String("..") || cleaned.startsWith(QLatin1String("../"));
 }
 
+bool isCutInUrl(const QString &path)
+{
+    static const QRegularExpression cut(QStringLiteral("[#?%\\\\]"));
+    return path.contains(cut);
+}
+
 bool isCircle(const QString &path)
 {
     const QFileInfo info(path);
@@ -155,13 +160,4 @@ bool isAbsoluteLink(const QString &path)
         return false;
     std::error_code error;
     return std::filesystem::read_symlink(info.filesystemFilePath(), error).is_absolute();
-}
-
-QString openProblem(const QString &path)
-{
-    const QFileInfo info(path);
-    if (info.exists() && !info.isFile())
-        return path + QStringLiteral(": Is not a regular file");
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
 }

@@ -45,11 +45,11 @@ private:
 /// Whether a relative path climbs out of its folder.
 [[nodiscard]] bool climbsOut(const QString &path);
 
+/// Whether a path has a character that cuts a URL short, or means something else in it.
+[[nodiscard]] bool isCutInUrl(const QString &path);
+
 /// Whether a path is a link that leads back to itself, or to a folder on the way to it.
 [[nodiscard]] bool isCircle(const QString &path);
 
 /// Whether a path is a link whose target is named from the root, so that a copy leads elsewhere.
 [[nodiscard]] bool isAbsoluteLink(const QString &path);
-
-/// Why a regular file cannot be opened, as "FILE: WHY"; empty when it can.
-[[nodiscard]] QString openProblem(const QString &path);

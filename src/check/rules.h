@@ -83,6 +83,11 @@ void absoluteLink(const Catalogue &catalogue, const Row &row, const Report &repo
 void unreadable(const Catalogue &catalogue, const Row &row, const Report &report);
 void twice(const Catalogue &catalogue, const Row &row, const Report &report);
 void shared(const Catalogue &catalogue, const Report &report);
+void unlisted(const Catalogue &catalogue, const Report &report);
+} // namespace PathRules
+
+/// What the paths become: URLs, and places on a transmitter with its FAT file system.
+namespace TargetRules {
 void differInCase(const Catalogue &catalogue, const Report &report);
 void fatCharacters(const Catalogue &catalogue, const Row &row, const Report &report);
 void fatLength(const Catalogue &catalogue, const Row &row, const Report &report);
@@ -90,5 +95,4 @@ void fatEnding(const Catalogue &catalogue, const Row &row, const Report &report)
 void fatReserved(const Catalogue &catalogue, const Row &row, const Report &report);
 void urlCharacters(const Catalogue &catalogue, const Row &row, const Report &report);
 void urlEscapes(const Catalogue &catalogue, const Row &row, const Report &report);
-void unlisted(const Catalogue &catalogue, const Report &report);
-} // namespace PathRules
+} // namespace TargetRules

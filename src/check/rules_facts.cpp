@@ -1,5 +1,8 @@
 #include "check/rules.h"
 
+#include "io/csv.h"
+#include "io/projectfile.h"
+
 #include <QHash>
 #include <QRegularExpression>
 #include <QSet>
@@ -8,12 +11,10 @@
 
 namespace {
 
-enum Column { Version = 2, Hardware, Date, MinVersion = 8 };
-
 constexpr qsizetype NAMES_SHOWN = 4;
 
 /// The cell as a version is read from it.
-QString versionCell(const Row &row, Column column)
+QString versionCell(const Row &row, ProjectColumn column)
 {
     return row.cells.value(column).remove(QLatin1Char('"')).remove(QLatin1Char('\r'));
 }
@@ -27,7 +28,7 @@ bool isWhollyVersion(const QString &text)
 
 QString defaultName(const AppConfig &app)
 {
-    return app.names.value(QStringLiteral("en")).trimmed();
+    return app.names.value(DEFAULT_LANGUAGE).trimmed();
 }
 
 struct HardwareIds
@@ -39,7 +40,7 @@ struct HardwareIds
 HardwareIds hardwareIds(const Row &row)
 {
     HardwareIds read;
-    const QString cell = QString(row.cells.value(Hardware)).remove(QLatin1Char('\r'));
+    const QString cell = QString(row.cells.value(HardwareColumn)).remove(QLatin1Char('\r'));
     if (cell.trimmed().isEmpty())
         return read;
     const QStringList parts = cell.split(QLatin1Char(','));
@@ -96,8 +97,7 @@ void nameNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Repor
 
 void namesTooMany(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const qsizetype hidden =
-        row.app->names.size() + (row.app->names.contains(QStringLiteral("en")) ? 0 : 1) - NAMES_SHOWN;
+    const qsizetype hidden = row.app->names.size() + (row.app->names.contains(DEFAULT_LANGUAGE) ? 0 : 1) - NAMES_SHOWN;
     if (hidden > 0)
         reportAt(row, report, {row.app->names.lastKey()});
 }
@@ -118,48 +118,48 @@ void nameTwice(const Catalogue &catalogue, const Report &report)
 
 void versionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    if (versionCell(row, Version).trimmed().isEmpty())
+    if (versionCell(row, VersionColumn).trimmed().isEmpty())
         reportAt(row, report);
 }
 
 void versionUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, Version);
+    const QString text = versionCell(row, VersionColumn);
     if (!text.trimmed().isEmpty() && !isWhollyVersion(text))
         reportAt(row, report, {text, row.app->version.toString()});
 }
 
 void dateMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    if (row.cells.value(Date).trimmed().isEmpty())
+    if (row.cells.value(DateColumn).trimmed().isEmpty())
         reportAt(row, report);
 }
 
 void dateUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const QString text = row.cells.value(Date).trimmed();
+    const QString text = row.cells.value(DateColumn).trimmed();
     if (!text.isEmpty() && !row.app->date.isValid())
         reportAt(row, report, {text});
 }
 
 void dateForm(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const QString text = row.cells.value(Date).trimmed();
-    const QString usual = row.app->date.toString(QStringLiteral("dd-MM-yyyy"));
+    const QString text = row.cells.value(DateColumn).trimmed();
+    const QString usual = row.app->date.toString(QString(DATE_FORMAT));
     if (row.app->date.isValid() && text != usual)
         reportAt(row, report, {text, usual});
 }
 
 void minVersionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, MinVersion);
+    const QString text = versionCell(row, MinVersionColumn);
     if (text.trimmed().isEmpty() || (isWhollyVersion(text) && row.app->minTxVersion.normalized().isNull()))
         reportAt(row, report);
 }
 
 void minVersionUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, MinVersion);
+    const QString text = versionCell(row, MinVersionColumn);
     if (!text.trimmed().isEmpty() && (!isWhollyVersion(text) || row.app->minTxVersion.segmentCount() != 2))
         reportAt(row, report, {text, firmwareText(row.app->minTxVersion)});
 }

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr qsizetype DESCRIPTION = 5;
 constexpr QLatin1Char SEPARATOR(';');
 
 QString header()
@@ -28,13 +27,13 @@ bool isBlank(const QStringList &cells)
 
 bool isWhole(const QStringList &cells)
 {
-    return cells.size() == ALL_CELLS && isObject(cells.constFirst()) && isObject(cells.at(DESCRIPTION));
+    return cells.size() == COLUMN_COUNT && isObject(cells.constFirst()) && isObject(cells.at(DescriptionColumn));
 }
 
 /// The cells with those from a position on made one again, as they were before a ";" in a text came between.
 QStringList joinedAt(const QStringList &cells, qsizetype position)
 {
-    const qsizetype count = cells.size() - ALL_CELLS + 1;
+    const qsizetype count = cells.size() - COLUMN_COUNT + 1;
     return cells.mid(0, position) + QStringList{cells.mid(position, count).join(SEPARATOR)}
            + cells.mid(position + count);
 }
@@ -42,17 +41,11 @@ QStringList joinedAt(const QStringList &cells, qsizetype position)
 /// The column of a text that was torn apart so that the line cannot be understood any more.
 QString tornColumn(const Row &row)
 {
-    if (row.isHeader || row.app || row.cells.size() <= ALL_CELLS)
+    if (row.isHeader || row.app || row.cells.size() <= COLUMN_COUNT)
         return {};
-    struct Candidate
-    {
-        qsizetype position;
-        const char *title;
-    };
-    for (const Candidate &candidate :
-         {Candidate{0, "NAME"}, Candidate{1, "AUTHOR"}, Candidate{DESCRIPTION, "DESCRIPTION"}}) {
-        if (isWhole(joinedAt(row.cells, candidate.position)))
-            return QString::fromLatin1(candidate.title);
+    for (const ProjectColumn column : {NameColumn, AuthorColumn, DescriptionColumn}) {
+        if (isWhole(joinedAt(row.cells, column)))
+            return columnTitle(column);
     }
     return {};
 }
@@ -67,13 +60,13 @@ QString columnWithSemicolon(const AppConfig &app)
         return false;
     };
     if (hasOne(app.names))
-        return QStringLiteral("NAME");
-    return hasOne(app.descriptions) ? QStringLiteral("DESCRIPTION") : QString();
+        return columnTitle(NameColumn);
+    return hasOne(app.descriptions) ? columnTitle(DescriptionColumn) : QString();
 }
 
 bool isBrokenOver(const Row &row, const Row &next)
 {
-    if (row.cells.size() >= ALL_CELLS || isBlank(row.cells) || isBlank(next.cells) || (row.app && next.app))
+    if (row.cells.size() >= COLUMN_COUNT || isBlank(row.cells) || isBlank(next.cells) || (row.app && next.app))
         return false;
     const QStringList joined = row.cells.mid(0, row.cells.size() - 1)
                                + QStringList{row.cells.constLast() + next.cells.constFirst()} + next.cells.mid(1);
@@ -109,7 +102,7 @@ void headerAgain(const Catalogue &catalogue, const Report &report)
 void tooShort(const Catalogue &catalogue, const Report &report)
 {
     for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && row.cells.size() < REQUIRED_CELLS)
+        if (!row.isHeader && row.cells.size() < REQUIRED_COLUMNS)
             reportAt(row, report, {rowProblem(row.cells)});
     }
 }
@@ -117,15 +110,15 @@ void tooShort(const Catalogue &catalogue, const Report &report)
 void tooLong(const Catalogue &catalogue, const Report &report)
 {
     for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && row.cells.size() > ALL_CELLS)
-            reportAt(row, report, {QString::number(row.cells.size()), row.cells.mid(ALL_CELLS).join(SEPARATOR)});
+        if (!row.isHeader && row.cells.size() > COLUMN_COUNT)
+            reportAt(row, report, {QString::number(row.cells.size()), row.cells.mid(COLUMN_COUNT).join(SEPARATOR)});
     }
 }
 
 void notJson(const Catalogue &catalogue, const Report &report)
 {
     for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && !row.app && row.cells.size() >= REQUIRED_CELLS)
+        if (!row.isHeader && !row.app && row.cells.size() >= REQUIRED_COLUMNS)
             reportAt(row, report, {rowProblem(row.cells)});
     }
 }

@@ -1,5 +1,8 @@
 #include "check/rules.h"
 
+#include "io/repositoryindex.h"
+#include "io/wholefile.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -11,70 +14,11 @@
 namespace {
 
 constexpr QLatin1Char SLASH('/');
-constexpr qsizetype FAT_LENGTH = 255;
-
-using IsFaulty = bool (*)(const QString &part);
-
-/// The paths up to each faulty part of the given ones, every place once.
-QStringList faultyPlaces(const QStringList &paths, IsFaulty isFaulty)
-{
-    QStringList places;
-    QSet<QString> once;
-    for (const QString &path : paths) {
-        qsizetype end = 0;
-        const QStringList parts = path.split(SLASH);
-        for (const QString &part : parts) {
-            end += part.size();
-            const QString place = path.left(end);
-            if (isFaulty(part) && !once.contains(place)) {
-                places.append(place);
-                once.insert(place);
-            }
-            ++end;
-        }
-    }
-    return places;
-}
-
-void reportPlaces(const Row &row, const Report &report, const QStringList &paths, IsFaulty isFaulty)
-{
-    const QStringList places = faultyPlaces(paths, isFaulty);
-    for (const QString &place : places)
-        reportAt(row, report, {place});
-}
-
-/// As they are called on the disk.
-QStringList publishedFiles(const Row &row)
-{
-    QStringList paths;
-    for (const ListedPath &listed : row.listed) {
-        for (const PublishedFile &file : listed.files)
-            paths.append(file.onDisk);
-    }
-    return paths;
-}
-
-/// What of the app goes into URLs, as it stands there.
-QStringList urlPaths(const Row &row)
-{
-    QStringList paths{row.app->icon};
-    for (const DescriptionFile &description : row.descriptions)
-        paths.append(description.path);
-    for (const ListedPath &listed : row.listed) {
-        for (const PublishedFile &file : listed.files)
-            paths.append(file.path);
-    }
-    return paths;
-}
 
 /// What the app names: files and folders, icon and descriptions.
 QStringList namedPaths(const Row &row)
 {
-    QStringList paths = row.app->files;
-    paths.append(row.app->icon);
-    for (const DescriptionFile &description : row.descriptions)
-        paths.append(description.path);
-    return paths;
+    return row.app->files + row.pages();
 }
 
 /// The listed paths that are parts of one name with a "," in it. Those of each name are joined.
@@ -101,54 +45,14 @@ bool isWholeProject(const QString &path)
     return cleaned.isEmpty() || cleaned == QLatin1String(".");
 }
 
-bool isBadOnFat(const QString &part)
-{
-    return std::any_of(part.cbegin(), part.cend(), [](QChar character) {
-        return character < QLatin1Char(' ') || character == QChar(0x7f)
-               || QStringLiteral("\"*:<>?\\|").contains(character);
-    });
-}
-
-bool isTooLongForFat(const QString &part)
-{
-    return part.size() > FAT_LENGTH;
-}
-
-bool endsBadlyForFat(const QString &part)
-{
-    const bool isDots = part == QLatin1String(".") || part == QLatin1String("..");
-    return !isDots && (part.endsWith(QLatin1Char('.')) || part.endsWith(QLatin1Char(' ')));
-}
-
-bool isReservedOnFat(const QString &part)
-{
-    static const QRegularExpression reserved(QStringLiteral("\\A(CON|PRN|AUX|NUL|COM[1-9]|LPT[1-9])\\s*(\\.|\\z)"),
-                                             QRegularExpression::CaseInsensitiveOption);
-    return reserved.match(part).hasMatch();
-}
-
-bool isCutInUrl(const QString &part)
-{
-    static const QRegularExpression cut(QStringLiteral("[#?%\\\\]"));
-    return part.contains(cut);
-}
-
-bool isEscapedInUrl(const QString &part)
-{
-    static const QRegularExpression escaped(QStringLiteral(R"([^!$&'()*+,.0-9:;=@A-Z_a-z~#?%\\-])"));
-    return part.contains(escaped);
-}
-
 } // namespace
 
 namespace PathRules {
 
 void form(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    QStringList paths{row.app->icon};
-    for (const DescriptionFile &description : row.descriptions)
-        paths.append(description.path);
-    for (const QString &path : std::as_const(paths)) {
+    const QStringList paths = row.pages();
+    for (const QString &path : paths) {
         const QString cleaned = QDir::cleanPath(path);
         if (path != cleaned && !isAbsolutePath(path) && !climbsOut(path))
             reportAt(row, report, {path, cleaned});
@@ -157,7 +61,7 @@ void form(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 
 void filesMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    if (publishedFiles(row).isEmpty())
+    if (row.publishedFiles().isEmpty())
         reportAt(row, report);
 }
 
@@ -255,10 +159,8 @@ void absoluteLink(const Catalogue &catalogue, const Row &row, const Report &repo
     QStringList links;
     for (const ListedPath &listed : row.listed)
         links += listed.absoluteLinks;
-    QStringList pages{row.app->icon};
-    for (const DescriptionFile &description : row.descriptions)
-        pages.append(description.path);
-    for (const QString &path : std::as_const(pages)) {
+    const QStringList paths = row.pages();
+    for (const QString &path : paths) {
         const QString file = catalogue.tree.path(path);
         if (isAbsoluteLink(file) && catalogue.tree.holds(file))
             links.append(path);
@@ -273,10 +175,8 @@ void unreadable(const Catalogue &catalogue, const Row &row, const Report &report
         for (const QString &path : listed.unreadable)
             reportAt(row, report, {path});
     }
-    QStringList pages{row.app->icon};
-    for (const DescriptionFile &description : row.descriptions)
-        pages.append(description.path);
-    for (const QString &path : std::as_const(pages)) {
+    const QStringList paths = row.pages();
+    for (const QString &path : paths) {
         const QString file = catalogue.tree.path(path);
         if (!path.isEmpty() && QFileInfo(file).isFile() && !openProblem(file).isEmpty())
             reportAt(row, report, {path});
@@ -321,73 +221,6 @@ void shared(const Catalogue &catalogue, const Report &report)
     }
 }
 
-void differInCase(const Catalogue &catalogue, const Report &report)
-{
-    QHash<QString, QString> files;
-    QHash<QString, QString> folders; // which may differ among themselves, as they become one
-    QSet<QString> reported;
-    const auto compare = [&](const Row &row, const QString &path, const QString &first) {
-        if (first.isEmpty() || first == path || reported.contains(path))
-            return;
-        reportAt(row, report, {path, first});
-        reported.insert(path);
-    };
-    for (const Row &row : catalogue.rows) {
-        for (const ListedPath &listed : row.listed) {
-            for (const PublishedFile &file : listed.files) {
-                const QString folded = file.path.toCaseFolded();
-                const QString first = files.value(folded, file.path);
-                files.insert(folded, first);
-                compare(row, file.path, first);
-                compare(row, file.path, folders.value(folded));
-                for (qsizetype end = file.path.indexOf(SLASH); end > 0; end = file.path.indexOf(SLASH, end + 1)) {
-                    const QString folder = file.path.left(end);
-                    const QString foldedFolder = folder.toCaseFolded();
-                    folders.insert(foldedFolder, folder);
-                    compare(row, folder, files.value(foldedFolder));
-                }
-            }
-        }
-    }
-}
-
-void fatCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, publishedFiles(row), isBadOnFat);
-}
-
-void fatLength(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    const QStringList paths = publishedFiles(row);
-    QStringList tooLong = faultyPlaces(paths, isTooLongForFat);
-    for (const QString &path : paths) {
-        if (QStringLiteral("Apps/").size() + path.size() > FAT_LENGTH && !tooLong.contains(path))
-            tooLong.append(path);
-    }
-    for (const QString &path : std::as_const(tooLong))
-        reportAt(row, report, {path});
-}
-
-void fatEnding(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, publishedFiles(row), endsBadlyForFat);
-}
-
-void fatReserved(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, publishedFiles(row), isReservedOnFat);
-}
-
-void urlCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, urlPaths(row), isCutInUrl);
-}
-
-void urlEscapes(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, urlPaths(row), isEscapedInUrl);
-}
-
 void unlisted(const Catalogue &catalogue, const Report &report)
 {
     // What a line lists that cannot be understood is not known.
@@ -397,7 +230,7 @@ void unlisted(const Catalogue &catalogue, const Report &report)
     }
 
     const QDir folder(catalogue.tree.path());
-    QSet<QString> used{QFileInfo(catalogue.projectFile).fileName(), QStringLiteral("Apps.json")};
+    QSet<QString> used{QFileInfo(catalogue.projectFile).fileName(), INDEX_FILE_NAME};
     const auto use = [&](const QString &path) {
         used.insert(QDir::cleanPath(path));
         used.insert(folder.relativeFilePath(QFileInfo(catalogue.tree.path(path)).canonicalFilePath()));
@@ -412,7 +245,7 @@ void unlisted(const Catalogue &catalogue, const Report &report)
             for (const QString &source : sources)
                 use(pictureFile(description.path, source).value_or(QString()));
         }
-        const QStringList files = publishedFiles(row);
+        const QStringList files = row.publishedFiles();
         for (const QString &file : files)
             use(file);
         for (const ListedPath &listed : row.listed) {

@@ -4,6 +4,8 @@
 #include "check/projecttree.h"
 #include "check/report.h"
 #include "io/filehash.h"
+#include "io/projectfile.h"
+#include "io/repositoryindex.h"
 #include "io/wholefile.h"
 
 #include <QDir>
@@ -13,7 +15,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QSet>
 
 #include <array>
@@ -21,8 +22,6 @@
 #include <utility>
 
 namespace {
-
-constexpr QLatin1String APPS_FOLDER("Apps/");
 
 struct Fault
 {
@@ -84,8 +83,8 @@ bool isPlain(const QString &path)
 QString appName(const QJsonObject &app)
 {
     const QJsonObject names = app.value(QLatin1String("name")).toObject();
-    const QJsonValue name = names.contains(QLatin1String("en")) || names.isEmpty() ? names.value(QLatin1String("en"))
-                                                                                   : names.constBegin().value();
+    const QJsonValue name = names.contains(DEFAULT_LANGUAGE) || names.isEmpty() ? names.value(DEFAULT_LANGUAGE)
+                                                                                : names.constBegin().value();
     return name.toString();
 }
 
@@ -109,7 +108,7 @@ public:
 
     void addUnnamed(const QString &indexFile)
     {
-        used.insert(QStringLiteral("Apps.csv"));
+        used.insert(PROJECT_FILE_NAME);
         used.insert(QDir(tree.path()).relativeFilePath(QFileInfo(indexFile).canonicalFilePath()));
         const QStringList unnamed = tree.unused(used);
         for (const QString &path : unnamed)
@@ -227,7 +226,6 @@ private:
     /// The path that a URL stands for; nothing, with a finding, when it stands for none in the folder.
     std::optional<QString> pathOf(const QString &url)
     {
-        static const QRegularExpression cut(QStringLiteral("[#?%\\\\]"));
         if (!url.startsWith(repoUrl)) {
             say(ELSEWHERE, {url});
             return std::nullopt;
@@ -238,7 +236,7 @@ private:
             say(ESCAPES, {path});
             return std::nullopt;
         }
-        if (path.contains(cut))
+        if (isCutInUrl(path))
             say(CUT, {path});
         return path;
     }
@@ -286,9 +284,7 @@ CheckResult verifyIndex(const QString &folder, const QString &indexFile, const Q
     } else if (!QFileInfo(folder).isReadable()) {
         result.error = folder + QStringLiteral(": Cannot be read");
     } else if (!content) {
-        result.error = openProblem(indexFile);
-        if (result.error.isEmpty())
-            result.error = indexFile + QStringLiteral(": Cannot be read to its end");
+        result.error = readProblem(indexFile);
     }
     if (!result.error.isEmpty())
         return result;

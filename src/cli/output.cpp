@@ -1,5 +1,7 @@
 #include "cli/output.h"
 
+#include "io/platform.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -8,11 +10,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
-
-#ifdef Q_OS_UNIX
-#include <fcntl.h>
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -86,6 +83,18 @@ QString asText(const QList<Finding> &findings)
                       counted(count(findings, Severity::Note), QStringLiteral("note")));
 }
 
+QString asText(const QList<ProjectVersion> &versions)
+{
+    QString text;
+    for (const ProjectVersion &one : versions) {
+        text += QStringLiteral("%1  %2  %3  %4  %5\n")
+                    .arg(one.version.time.toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
+                         one.version.isUnsaved ? QStringLiteral("unsaved ") : QStringLiteral("replaced"),
+                         visible(one.entry()), visible(one.place));
+    }
+    return text;
+}
+
 QString asJson(const QList<Finding> &findings, const QString &command, const QString &input)
 {
     QJsonArray list;
@@ -120,13 +129,6 @@ qsizetype count(const QList<Finding> &findings, Severity severity)
                          [severity](const Finding &finding) { return finding.severity == severity; });
 }
 
-ProgressLine::ProgressLine()
-{
-#ifdef Q_OS_UNIX
-    isTerminal = ::isatty(STDERR_FILENO) == 1;
-#endif
-}
-
 ProgressLine::~ProgressLine()
 {
     if (isShown)
@@ -135,19 +137,8 @@ ProgressLine::~ProgressLine()
 
 void ProgressLine::show(const QString &text)
 {
-    if (!isTerminal)
+    if (!isErrorOnTerminal())
         return;
     isShown = true;
     write(stderr, QStringLiteral("\r\033[K") + text);
-}
-
-void holdStandardStreams()
-{
-#ifdef Q_OS_UNIX
-    // What is opened takes the lowest number that is free; writing to it then fails as it does to a closed stream.
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) == -1 && ::open("/dev/null", O_RDONLY) != stream)
-            return;
-    }
-#endif
 }

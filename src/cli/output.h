@@ -1,6 +1,7 @@
 #pragma once
 
 #include "check/finding.h"
+#include "io/projecthistory.h"
 
 #include <QString>
 #include <QStringList>
@@ -19,6 +20,9 @@ void printError(const QString &message, const QStringList &more = {});
 /// The findings, grouped by app, to be read.
 [[nodiscard]] QString asText(const QList<Finding> &findings);
 
+/// A line for each version.
+[[nodiscard]] QString asText(const QList<ProjectVersion> &versions);
+
 /// The findings as one JSON object; the input is what they were found in.
 [[nodiscard]] QString asJson(const QList<Finding> &findings, const QString &command, const QString &input);
 
@@ -31,7 +35,7 @@ void printError(const QString &message, const QStringList &more = {});
 class ProgressLine
 {
 public:
-    ProgressLine();
+    ProgressLine() = default;
     ~ProgressLine();
     Q_DISABLE_COPY_MOVE(ProgressLine)
 
@@ -39,8 +43,4 @@ public:
 
 private:
     bool isShown = false;
-    bool isTerminal = false;
 };
-
-/// Makes sure that no file that is opened later takes the place of a standard stream that the caller has closed.
-void holdStandardStreams();

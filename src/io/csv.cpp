@@ -82,6 +82,6 @@ QDate toDate(const QString &text)
     if (!date.isValid())
         date = QLocale::system().toDate(text, QLocale::LongFormat);
     if (!date.isValid())
-        date = QDate::fromString(text, QStringLiteral("dd-MM-yyyy"), QCalendar(QCalendar::System::Gregorian));
+        date = QDate::fromString(text, QString(DATE_FORMAT), QCalendar(QCalendar::System::Gregorian));
     return date;
 }

@@ -9,6 +9,10 @@ class QTextStream;
 
 // Semicolon-separated text in two dialects, on purpose: readCSVRow knows no quotes, parseCSV and
 // writeCSV do. What writeCSV writes does not always read back through readCSVRow.
+// The project file is of the first kind; io/projectfile reads it with readCSVRow, and writes it by itself.
+
+/// Of the dates in a project file.
+inline constexpr QLatin1String DATE_FORMAT("dd-MM-yyyy");
 
 /// Replaces the row by the cells of the next line, split at every ";" (an empty line is one empty cell).
 /// False, with an empty row, at the end of the stream or when it cannot be read further.

@@ -1,73 +1,17 @@
 #include "io/filehash.h"
 
+#include "io/platform.h"
+
 #include <QByteArray>
 #include <QDebug>
-#include <QFile>
 
 #ifdef CATALIST_LIBCRYPTO
 #include <openssl/evp.h>
 #endif
 
-#ifdef Q_OS_UNIX
-#include <cerrno>
-#include <fcntl.h>
-#include <unistd.h>
-#endif
-
 namespace {
 
 constexpr qsizetype BLOCK_SIZE = 256LL * 1024;
-
-#ifdef Q_OS_UNIX
-/// A file that is read from its beginning to its end. The toolkit's asks the system twice what it is about to read,
-/// and once more whether the end is the end, which small files notice.
-class Content
-{
-public:
-    explicit Content(const QString &path)
-    {
-        const QByteArray name = QFile::encodeName(path);
-        do {
-            descriptor = ::open(name.constData(), O_RDONLY | O_CLOEXEC);
-        } while (descriptor == -1 && errno == EINTR);
-    }
-
-    ~Content()
-    {
-        if (isOpen())
-            ::close(descriptor);
-    }
-
-    Q_DISABLE_COPY_MOVE(Content)
-
-    [[nodiscard]] bool isOpen() const { return descriptor != -1; }
-
-    /// 0 at the end, -1 at an error.
-    qint64 read(QByteArray *block)
-    {
-        ssize_t size = 0;
-        do {
-            size = ::read(descriptor, block->data(), static_cast<size_t>(block->size()));
-        } while (size == -1 && errno == EINTR);
-        return size;
-    }
-
-private:
-    int descriptor = -1;
-};
-#else
-class Content
-{
-public:
-    explicit Content(const QString &path) : file(path) { file.open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
-
-    [[nodiscard]] bool isOpen() const { return file.isReadable(); }
-    qint64 read(QByteArray *block) { return file.read(block->data(), block->size()); }
-
-private:
-    QFile file;
-};
-#endif
 
 } // namespace
 
@@ -160,10 +104,10 @@ FileHasher::~FileHasher() = default;
 
 QString FileHasher::hash(const QString &path)
 {
-    Content content(path);
-    bool isRead = content.isOpen() && digest->begin();
+    SequentialFile file(path);
+    bool isRead = file.isOpen() && digest->begin();
     for (qint64 size = -1; isRead && size != 0;) {
-        size = content.read(&block);
+        size = file.read(&block);
         isRead = size >= 0 && digest->add(QByteArrayView(block.constData(), size));
     }
     const QByteArray result = isRead ? digest->result() : QByteArray();

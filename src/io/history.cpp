@@ -1,6 +1,6 @@
 #include "io/history.h"
 
-#include "io/disksync.h"
+#include "io/platform.h"
 #include "io/wholefile.h"
 
 #include <QCryptographicHash>

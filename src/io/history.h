@@ -37,7 +37,7 @@ struct KeptVersion
     bool isOfFuture = false; ///< comes from a clock that was wrong, and may be older than any
 };
 
-/// What is kept of a file, which need not exist any more; newest first, and what is of the future last.
+/// What is kept of a file, which need not exist any more; newest first, those dated in the future last.
 [[nodiscard]] QList<KeptVersion> keptVersions(const QString &path);
 
 /// The files in a folder, or below it, of which the history knows something.

@@ -19,12 +19,6 @@ namespace {
 
 constexpr QLatin1Char CELL_SEPARATOR(';');
 constexpr QLatin1Char LIST_SEPARATOR(',');
-constexpr qsizetype REQUIRED_CELLS = 7;
-
-QString dateFormat()
-{
-    return QStringLiteral("dd-MM-yyyy");
-}
 
 /// Whether a text stands in JSON as it is. What the toolkit escapes, or halves of characters, is left to it.
 bool isPlain(const QString &text)
@@ -107,7 +101,7 @@ struct Column
     bool (*read)(const QString &cell, AppConfig *app, KnownDates *dates);
 };
 
-constexpr std::array<Column, 9> COLUMNS{{
+constexpr std::array<Column, COLUMN_COUNT> COLUMNS{{
     {"NAME", [](const AppConfig &app) { return mapToCell(app.names); },
      [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) { return mapFromCell(cell, &app->names); }},
     {"AUTHOR", [](const AppConfig &app) { return app.author; },
@@ -126,7 +120,9 @@ constexpr std::array<Column, 9> COLUMNS{{
          return true;
      }},
     {"DATE",
-     [](const AppConfig &app) { return app.date.toString(dateFormat(), QCalendar(QCalendar::System::Gregorian)); },
+     [](const AppConfig &app) {
+         return app.date.toString(QString(DATE_FORMAT), QCalendar(QCalendar::System::Gregorian));
+     },
      [](const QString &cell, AppConfig *app, KnownDates *dates) {
          app->date = dateFromCell(cell, dates);
          return true;
@@ -154,7 +150,7 @@ constexpr std::array<Column, 9> COLUMNS{{
 
 std::optional<AppConfig> appFromRow(const QStringList &row, KnownDates *dates)
 {
-    if (row.size() < REQUIRED_CELLS)
+    if (row.size() < REQUIRED_COLUMNS)
         return std::nullopt;
 
     AppConfig app;
@@ -191,6 +187,11 @@ QString appLine(const AppConfig &app)
 
 } // namespace
 
+QString columnTitle(ProjectColumn column)
+{
+    return QString::fromLatin1(COLUMNS.at(column).title);
+}
+
 bool readProject(const QString &path, QList<AppConfig> *apps)
 {
     std::optional<QByteArray> content = readWholeFile(path);
@@ -204,7 +205,7 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
     KnownDates dates;
     QStringList row;
     while (readCSVRow(stream, &row)) {
-        if (row.constFirst() == QLatin1String(COLUMNS.front().title))
+        if (row.constFirst() == columnTitle(NameColumn))
             continue;
         const std::optional<AppConfig> app = appFromRow(row, &dates);
         if (!app)

@@ -11,6 +11,26 @@
 
 // The project file, Apps.csv: a header, then a line per app; cells are separated by ";" and never quoted.
 
+inline constexpr QLatin1String PROJECT_FILE_NAME("Apps.csv");
+
+/// The cells of a line, in their order.
+enum ProjectColumn {
+    NameColumn,
+    AuthorColumn,
+    VersionColumn,
+    HardwareColumn,
+    DateColumn,
+    DescriptionColumn,
+    FilesColumn,
+    IconColumn,
+    MinVersionColumn,
+};
+inline constexpr qsizetype REQUIRED_COLUMNS = IconColumn; ///< a line has at least the cells before this one
+inline constexpr qsizetype COLUMN_COUNT = MinVersionColumn + 1; ///< further cells are passed over
+
+/// As the header has it.
+[[nodiscard]] QString columnTitle(ProjectColumn column);
+
 /// Replaces the records by those of a project file. False when there is no regular file that can be read to its end
 /// (the records are untouched), or at the first malformed row: one of fewer than seven cells, or whose names or
 /// descriptions are not JSON. The records then hold the rows before it.

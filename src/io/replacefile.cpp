@@ -1,7 +1,7 @@
 #include "io/replacefile.h"
 
-#include "io/disksync.h"
 #include "io/history.h"
+#include "io/platform.h"
 
 #include <QDebug>
 #include <QDir>
@@ -9,44 +9,15 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
-
 namespace {
 
 // The staged file's name is longer by a dot and six letters, and no name has more than 255 bytes.
 constexpr qsizetype MAX_NAME = 248;
 
-QByteArray withLineEnds(QByteArray content, LineEnds lineEnds)
-{
-#ifdef Q_OS_WIN
-    if (lineEnds == LineEnds::Platform)
-        content.replace('\n', "\r\n");
-#else
-    Q_UNUSED(lineEnds)
-#endif
-    return content;
-}
-
 // A full disk may show as late as when the buffers are flushed.
 bool writeAll(QFileDevice &file, const QByteArray &content)
 {
     return file.write(content) == content.size() && file.flush();
-}
-
-// Only the superuser gives a file away, but everybody may give it to a group of theirs.
-void keepOwner(const QFileInfo &target, const QFileDevice &file)
-{
-#ifdef Q_OS_UNIX
-    constexpr auto SAME = static_cast<uid_t>(-1);
-    if (target.exists() && ::fchown(file.handle(), target.ownerId(), target.groupId()) != 0
-        && ::fchown(file.handle(), SAME, target.groupId()) != 0)
-        qDebug() << "No longer of its owner or group:" << target.filePath();
-#else
-    Q_UNUSED(target)
-    Q_UNUSED(file)
-#endif
 }
 
 /// What a path leads to, which need not exist; nothing when its links lead in a circle.
@@ -77,12 +48,13 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     if (real.isEmpty())
         return false;
 
-    const QByteArray bytes = withLineEnds(content, lineEnds);
+    const QByteArray bytes = lineEnds == LineEnds::Platform ? withPlatformLineEnds(content) : content;
     const QFileInfo file(real);
     const bool isNameTooLong = QFile::encodeName(file.fileName()).size() > MAX_NAME;
     QSaveFile staged(real);
     if (!isNameTooLong && staged.open(QIODevice::WriteOnly)) {
-        keepOwner(target, staged);
+        if (target.exists() && !giveToOwnerOf(target, staged))
+            qDebug() << "No longer of its owner or group:" << target.filePath();
         // QSaveFile asks for the permissions too, and goes on without an answer: with a file that nobody may read.
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)

@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -31,63 +32,61 @@ QStringList entryNames(const QString &folder)
     return sorted;
 }
 
-/// One walk over a listed path.
+/// One walk over what a listed path stands for.
 class FileWalk
 {
 public:
     FileWalk(const QString &folder, const WalkVisitor &visited) : projectDir(folder), visitor(visited) { }
 
-    void visitListed(const QString &path) const
+    void appendFile(const QString &name, const QString &parentPath)
     {
-        visit(path, [this](const QFileInfo &file) { return relativePath(file.filePath()); });
-    }
-
-private:
-    template <typename RelativePath> void visit(const QString &path, RelativePath relativePathOf) const
-    {
-        const QFileInfo info(path);
+        const QFileInfo info(parentPath + QLatin1Char('/') + name);
         if (info.isFile())
-            visitor.file(info, relativePathOf(info));
+            visitor.file(info, prefix ? *prefix + withSlashes(name) : relativePath(info));
         else if (info.isDir())
-            enter(info);
+            appendFolder(info);
         else if (visitor.neither)
             visitor.neither(info);
     }
 
-    // The files of a folder have the relative path of the folder before their names; for folders that is not so when
-    // the project lies in one of them.
-    void enter(const QFileInfo &folder) const
+private:
+    void appendFolder(const QFileInfo &folder)
     {
         if (visitor.enters && !visitor.enters(folder))
             return;
-        QString prefix = relativePath(folder.filePath());
-        if (prefix == QLatin1String("."))
-            prefix.clear();
-        else if (!prefix.endsWith(QLatin1Char('/')))
-            prefix += QLatin1Char('/');
+        const std::optional<QString> outer = std::exchange(prefix, prefixOf(folder));
         const QStringList names = entryNames(folder.filePath());
-        for (const QString &name : names) {
-            visit(folder.filePath() + QLatin1Char('/') + name,
-                  [&prefix, &name](const QFileInfo & /*file*/) { return prefix + withSlashes(name); });
-        }
+        for (const QString &name : names)
+            appendFile(name, folder.filePath());
+        prefix = outer;
+    }
+
+    [[nodiscard]] QString prefixOf(const QFileInfo &folder) const
+    {
+        const QString path = relativePath(folder);
+        if (path == QLatin1String("."))
+            return QLatin1String("");
+        return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
     }
 
     static QString withSlashes(QString path) { return path.replace(QLatin1Char('\\'), QLatin1Char('/')); }
 
-    [[nodiscard]] QString relativePath(const QString &path) const
+    [[nodiscard]] QString relativePath(const QFileInfo &info) const
     {
-        return withSlashes(projectDir.relativeFilePath(path));
+        return withSlashes(projectDir.relativeFilePath(info.filePath()));
     }
 
     QDir projectDir;
     const WalkVisitor &visitor;
+    /// Of the files in the folder that is walked over; a listed path has none, and may have dots.
+    std::optional<QString> prefix;
 };
 
 QJsonObject toObject(const QMap<QString, QString> &map, const QString &prefix)
 {
     QJsonObject object;
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
-        object.insert(entry.key(), prefix + entry.value());
+        object.insert(entry.key(), QString(prefix + entry.value()));
     return object;
 }
 
@@ -111,8 +110,8 @@ QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, Expor
     ++report->files;
     report->bytes += info.size();
     return {
-        {QStringLiteral("url"), all->repoUrl + relativePath},
-        {QStringLiteral("destination"), QStringLiteral("Apps/") + relativePath},
+        {QStringLiteral("url"), QString(all->repoUrl + relativePath)},
+        {QStringLiteral("destination"), QString(APPS_FOLDER + relativePath)},
         {QStringLiteral("hash"), hash},
         {QStringLiteral("size"), info.size()},
     };
@@ -134,7 +133,7 @@ QJsonObject appObject(const AppConfig &app, Export *all)
                 report->unreadable.append(folder.filePath());
             return true;
         },
-        [report](const QFileInfo &entry) { report->left.append(entry.filePath()); },
+        [report](const QFileInfo &entry) { report->missing.append(entry.filePath()); },
     };
     // A project folder that is gone has no canonical path; the entries must not be looked for at the root.
     if (!all->projectDir.isEmpty()) {
@@ -150,7 +149,7 @@ QJsonObject appObject(const AppConfig &app, Export *all)
         {QStringLiteral("releaseDate"), app.date.toString(Qt::TextDate)},
         {QStringLiteral("name"), toObject(app.names, {})},
         {QStringLiteral("description"), toObject(app.descriptions, all->repoUrl)},
-        {QStringLiteral("previewIcon"), all->repoUrl + app.icon},
+        {QStringLiteral("previewIcon"), QString(all->repoUrl + app.icon)},
         {QStringLiteral("files"), files},
     };
 }
@@ -159,7 +158,25 @@ QJsonObject appObject(const AppConfig &app, Export *all)
 
 void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor)
 {
-    FileWalk(projectDir, visitor).visitListed(projectDir + QLatin1Char('/') + listed);
+    FileWalk(projectDir, visitor).appendFile(listed, projectDir);
+}
+
+bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir)
+{
+    const QString target = QFileInfo(file).canonicalFilePath();
+    const auto placeOf = [&projectDir](const QString &path) {
+        return QDir::cleanPath(projectDir + QLatin1Char('/') + path);
+    };
+    const auto isIt = [&](const QString &page) { return placeOf(page) == target; };
+    const auto isOrHolds = [&](const QString &listed) {
+        const QString place = placeOf(listed);
+        const bool isHidden = target.mid(place.size()).contains(QLatin1String("/."));
+        return target == place || (target.startsWith(place + QLatin1Char('/')) && !isHidden);
+    };
+    return std::any_of(apps.cbegin(), apps.cend(), [&](const AppConfig &app) {
+        return isIt(app.icon) || std::any_of(app.descriptions.cbegin(), app.descriptions.cend(), isIt)
+               || std::any_of(app.files.cbegin(), app.files.cend(), isOrHolds);
+    });
 }
 
 QString repositoryUrl(const QString &typed)

@@ -12,13 +12,18 @@
 
 // The repository index, Apps.json: every app with its metadata, and every file with URL, destination, size and SHA-1.
 
+inline constexpr QLatin1String INDEX_FILE_NAME("Apps.json");
+
+/// Before the paths of the files on a transmitter.
+inline constexpr QLatin1String APPS_FOLDER("Apps/");
+
 /// What somebody who watches the publishing sees of it.
 struct IndexReport
 {
     qsizetype apps = 0; ///< begun so far
-    qsizetype files = 0; ///< and their bytes, so far
-    qint64 bytes = 0;
-    QStringList left; ///< listed paths that do not exist and have no entry
+    qsizetype files = 0; ///< published so far
+    qint64 bytes = 0; ///< in those files
+    QStringList missing; ///< listed paths that do not exist and have no entry
     QStringList unreadable; ///< files whose hash is empty, and folders that look empty
     QString error; ///< the system's reason why the index is not on the disk as a whole
     std::function<void(const IndexReport &)> progress; ///< called before each file is read
@@ -35,6 +40,10 @@ struct WalkVisitor
 
 /// Walks over what is published of a listed path: itself or, of a folder, the files in it without hidden ones.
 void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor);
+
+/// Whether an existing file is one that the index names: an icon, a description, or a file that is published. Links on
+/// the way to the file are seen through, links in the project are not. The project folder's path is canonical.
+[[nodiscard]] bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir);
 
 /// A repository URL as it stands before paths: a "/" is added where it does not end in one.
 [[nodiscard]] QString repositoryUrl(const QString &typed);

@@ -13,3 +13,18 @@ std::optional<QByteArray> readWholeFile(const QString &path)
         return std::nullopt;
     return content;
 }
+
+QString openProblem(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile())
+        return path + QStringLiteral(": Is not a regular file");
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
+}
+
+QString readProblem(const QString &path)
+{
+    const QString problem = openProblem(path);
+    return problem.isEmpty() ? path + QStringLiteral(": Cannot be read to its end") : problem;
+}

@@ -38,8 +38,11 @@ enum TxType : unsigned {
 inline constexpr std::array<qint32, 21> TX_IDS{673,  674,  675,  676,  677,  678,  679,  680,  652,  653, 3857,
                                                3858, 3859, 3860, 3861, 3862, 3863, 3864, 3865, 3866, 3867};
 
-/// The languages that the editor offers; "en" is the default of names.
+/// The languages that the editor offers.
 inline constexpr std::array LANGUAGES{"cz", "de", "en", "fr", "it"};
+
+/// The one whose name stands for the app in lists.
+inline constexpr QLatin1String DEFAULT_LANGUAGE("en");
 
 /// Endings of the pictures that the editor offers as icons, in any case.
 inline constexpr std::array ICON_ENDINGS{"jpg", "png", "jpeg", "gif"};
@@ -47,7 +50,7 @@ inline constexpr std::array ICON_ENDINGS{"jpg", "png", "jpeg", "gif"};
 /// One app of the catalogue. Paths are relative to the project folder, with "/" separators.
 struct AppConfig
 {
-    QMap<QString, QString> names; ///< language code -> display name; "en" is the default language
+    QMap<QString, QString> names; ///< language code -> display name
     QString author;
     QVersionNumber version;
     QDate date; ///< of publication; invalid when unknown

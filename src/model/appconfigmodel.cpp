@@ -95,7 +95,7 @@ bool AppConfigModel::saveRepo(const QString &jsonFile, const QString &repoUrl, c
 void AppConfigModel::createNew()
 {
     AppConfig app;
-    app.names.insert(QStringLiteral("en"), QStringLiteral("[New App]"));
+    app.names.insert(DEFAULT_LANGUAGE, QStringLiteral("[New App]"));
     apps.append(app);
     index = static_cast<int>(apps.size()) - 1;
     modified = true;

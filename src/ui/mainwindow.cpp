@@ -23,11 +23,6 @@ constexpr QLatin1String POSITION_KEY("pos");
 constexpr QLatin1String REPOSITORY_KEY("repo");
 constexpr QLatin1String PROJECT_KEY("appPath");
 
-QString defaultProjectName()
-{
-    return QStringLiteral("Apps.csv");
-}
-
 /// Empty when the resource is missing.
 QString previewStyleSheet()
 {
@@ -173,14 +168,14 @@ void MainWindow::closeEvent(QCloseEvent *event)
 void MainWindow::keepUnsavedRecords() const
 {
     if (model.modified)
-        keepUnsaved(appPath.isEmpty() ? defaultProjectName() : appPath, projectContent(model.apps));
+        keepUnsaved(appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath, projectContent(model.apps));
 }
 
 void MainWindow::on_actionNew_project_triggered()
 {
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("New Apps.csv file"), appPath.isEmpty() ? defaultProjectName() : appPath,
-                                     tr("App configuration files (Apps.csv);;All files (*.*)"));
+    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"),
+                                                      appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath,
+                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
     keepUnsavedRecords();
@@ -196,9 +191,9 @@ void MainWindow::on_actionOpen_project_triggered()
     ui->tableWidget->setCurrentItem(nullptr);
     ui->descriptionEdit->clear();
 
-    const QString path =
-        QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"), appPath.isEmpty() ? defaultProjectName() : appPath,
-                                     tr("App configuration files (Apps.csv);;All files (*.*)"));
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"),
+                                                      appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath,
+                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
     keepUnsavedRecords();
@@ -217,7 +212,7 @@ void MainWindow::on_actionSave_triggered()
 void MainWindow::on_actionSave_generate_JSON_triggered()
 {
     saveAppsCfg();
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save JSON repository"), QStringLiteral("Apps.json"),
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save JSON repository"), INDEX_FILE_NAME,
                                                       tr("JSON files (*.json);;All files (*.*)"));
     if (!path.isEmpty())
         model.saveRepo(path, ui->repository->text(), projectFolder());

@@ -9,11 +9,6 @@
 
 namespace {
 
-QString defaultLanguage()
-{
-    return QStringLiteral("en");
-}
-
 /// What a date field shows that nothing was set in.
 QDate emptyDate()
 {
@@ -72,7 +67,7 @@ void MainWindow::appsChanged()
         const QSignalBlocker blocker(ui->listApps);
         ui->listApps->clear();
         for (int i = 0; const AppConfig *app = model.getAppCfg(i); ++i)
-            ui->listApps->addItem(app->names.value(defaultLanguage()));
+            ui->listApps->addItem(app->names.value(DEFAULT_LANGUAGE));
         ui->listApps->setCurrentRow(model.index);
     }
     appIndexChanged(model.index);
@@ -90,7 +85,7 @@ void MainWindow::appIndexChanged(int index)
 
 void MainWindow::showGeneral(const AppConfig &app)
 {
-    ui->appName1_1->setText(app.names.value(defaultLanguage()));
+    ui->appName1_1->setText(app.names.value(DEFAULT_LANGUAGE));
     ui->author->setText(app.author);
     ui->version->setText(app.version.toString());
     ui->icon->setText(app.icon);
@@ -110,7 +105,7 @@ void MainWindow::showNames(const AppConfig &app)
     const auto rows = languageRows();
     auto row = rows.cbegin();
     for (auto name = app.names.cbegin(); name != app.names.cend() && row != rows.cend(); ++name) {
-        if (name.key() == defaultLanguage())
+        if (name.key() == DEFAULT_LANGUAGE)
             continue;
         row->name->setText(name.value());
         row->used->setChecked(true);
@@ -126,7 +121,7 @@ void MainWindow::showNames(const AppConfig &app)
 
 void MainWindow::on_applyButton_clicked()
 {
-    QMap<QString, QString> names{{defaultLanguage(), ui->appName1_1->text()}};
+    QMap<QString, QString> names{{DEFAULT_LANGUAGE, ui->appName1_1->text()}};
     for (const LanguageRow &row : languageRows()) {
         if (row.used->isChecked())
             names.insert(row.language->currentText(), row.name->text());

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QCommandLineParser>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+
+/// What the program ends with.
+enum ExitCode {
+    Clean, ///< done
+    HasErrors, ///< done, and the catalogue has errors
+    Failed, ///< wrong usage, or something could not be read or written
+};
+
+struct Argument
+{
+    const char *name;
+    const char *description;
+};
+
+struct Option
+{
+    const char *name;
+    const char *value; ///< what it takes, or the words with "|" between them that it takes; null for a switch
+    const char *description;
+    const char *fallback = nullptr;
+    bool isRequired = false;
+};
+
+struct Command
+{
+    const char *name;
+    QList<Argument> arguments;
+    const char *description;
+    QList<Option> options;
+    ExitCode (*run)(const QStringList &arguments, const QCommandLineParser &options); ///< prints what it has to say
+};
+
+[[nodiscard]] const std::array<Command, 5> &commands();

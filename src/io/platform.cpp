@@ -1,0 +1,141 @@
+#include "io/platform.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_UNIX
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+/// Calls again what a signal has interrupted.
+template <typename Call> auto uninterrupted(Call call)
+{
+    auto answer = call();
+    while (answer == -1 && errno == EINTR)
+        answer = call();
+    return answer;
+}
+
+// Some file systems have nothing to wait for. Others refuse as late as here: a network, or a broken disk.
+bool sync(int descriptor)
+{
+    const int answer = uninterrupted([descriptor] { return ::fsync(descriptor); });
+    return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+}
+
+} // namespace
+
+SequentialFile::SequentialFile(const QString &path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    descriptor = uninterrupted([&name] { return ::open(name.constData(), O_RDONLY | O_CLOEXEC); });
+}
+
+SequentialFile::~SequentialFile()
+{
+    if (isOpen())
+        ::close(descriptor);
+}
+
+bool SequentialFile::isOpen() const
+{
+    return descriptor != -1;
+}
+
+qint64 SequentialFile::read(QByteArray *buffer)
+{
+    return uninterrupted(
+        [this, buffer] { return ::read(descriptor, buffer->data(), static_cast<size_t>(buffer->size())); });
+}
+
+bool reachedDisk(const QFileDevice &file)
+{
+    return sync(file.handle());
+}
+
+bool namesReachedDisk(const QString &folder)
+{
+    const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return true;
+    const bool isSynced = sync(descriptor);
+    ::close(descriptor);
+    return isSynced;
+}
+
+bool giveToOwnerOf(const QFileInfo &other, const QFileDevice &file)
+{
+    // Only the superuser gives a file away, but everybody may give it to a group of theirs.
+    constexpr auto SAME = static_cast<uid_t>(-1);
+    return ::fchown(file.handle(), other.ownerId(), other.groupId()) == 0
+           || ::fchown(file.handle(), SAME, other.groupId()) == 0;
+}
+
+bool isErrorOnTerminal()
+{
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+void holdStandardStreams()
+{
+    // What is opened takes the lowest number that is free; writing to it then fails as it does to a closed stream.
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1 && ::open("/dev/null", O_RDONLY) != stream)
+            return;
+    }
+}
+
+#else
+
+SequentialFile::SequentialFile(const QString &path) : file(path)
+{
+    file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+}
+
+SequentialFile::~SequentialFile() = default;
+
+bool SequentialFile::isOpen() const
+{
+    return file.isReadable();
+}
+
+qint64 SequentialFile::read(QByteArray *buffer)
+{
+    return file.read(buffer->data(), buffer->size());
+}
+
+bool reachedDisk(const QFileDevice & /*file*/)
+{
+    return true;
+}
+
+bool namesReachedDisk(const QString & /*folder*/)
+{
+    return true;
+}
+
+bool giveToOwnerOf(const QFileInfo & /*other*/, const QFileDevice & /*file*/)
+{
+    return true;
+}
+
+bool isErrorOnTerminal()
+{
+    return false;
+}
+
+void holdStandardStreams() { }
+
+#endif
+
+QByteArray withPlatformLineEnds(QByteArray text)
+{
+#ifdef Q_OS_WIN
+    text.replace('\n', "\r\n");
+#endif
+    return text;
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QtGlobal>
+
+#ifndef Q_OS_UNIX
+#include <QFile>
+#endif
+
+class QFileDevice;
+class QFileInfo;
+
+// What is done in another way on each system, or only on some.
+
+/// A file that is read once, from its beginning to its end. Where there is POSIX the toolkit's own is not used: it asks
+/// the system twice what it is about to read, and once more whether the end is the end, which small files notice.
+class SequentialFile
+{
+public:
+    explicit SequentialFile(const QString &path);
+    ~SequentialFile();
+    Q_DISABLE_COPY_MOVE(SequentialFile)
+
+    [[nodiscard]] bool isOpen() const;
+
+    /// Fills the beginning of a buffer. The number of bytes read; 0 at the end, -1 at an error.
+    [[nodiscard]] qint64 read(QByteArray *buffer);
+
+private:
+#ifdef Q_OS_UNIX
+    int descriptor = -1;
+#else
+    QFile file;
+#endif
+};
+
+/// Waits until the disk has what was flushed to an open file. False when it refused.
+/// Where the system has no such call, true.
+[[nodiscard]] bool reachedDisk(const QFileDevice &file);
+
+/// Waits until the disk has the names in a folder. A folder that cannot be opened is passed over.
+[[nodiscard]] bool namesReachedDisk(const QString &folder);
+
+/// Gives an open file to the owner and the group of another one, or to the group alone where the system allows no more.
+/// False when neither was possible.
+bool giveToOwnerOf(const QFileInfo &other, const QFileDevice &file);
+
+/// A text with line feeds, with the line ends that the system uses.
+[[nodiscard]] QByteArray withPlatformLineEnds(QByteArray text);
+
+/// Whether somebody watches what goes to standard error.
+[[nodiscard]] bool isErrorOnTerminal();
+
+/// Makes sure that no file that is opened later takes the place of a standard stream that the caller has closed.
+void holdStandardStreams();
