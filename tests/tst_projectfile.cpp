@@ -164,6 +164,12 @@ void TestProjectFile::names_data()
     QTest::newRow("empty object") << QByteArray("{}") << true << Texts{};
     QTest::newRow("text") << QByteArray("{\"en\":\"x\"}") << true << english(QStringLiteral("x"));
     QTest::newRow("blanks") << QByteArray(" { \"en\" : \"x\" } ") << true << english(QStringLiteral("x"));
+    QTest::newRow("blank after a comma") << QByteArray("{\"de\":\"y\", \"en\":\"x\"}") << true
+                                         << Texts{{QStringLiteral("de"), QStringLiteral("y")},
+                                                  {QStringLiteral("en"), QStringLiteral("x")}};
+    QTest::newRow("three parts") << QByteArray("{\"en\":\"x\":\"y\"}") << false << Texts{};
+    QTest::newRow("code without a text") << QByteArray("{\"en\":\"x\",\"de\"}") << false << Texts{};
+    QTest::newRow("nothing but quotes") << QByteArray("{\"\"}") << false << Texts{};
     QTest::newRow("empty text") << QByteArray("{\"en\":\"\"}") << true << english(QString());
     QTest::newRow("two of a code") << QByteArray("{\"en\":\"x\",\"en\":\"y\"}") << true << english(QStringLiteral("y"));
     QTest::newRow("escapes") << QByteArray(R"({"en":"a\"\\\u00e9\n"})") << true << english(QStringLiteral("a\"\\é\n"));

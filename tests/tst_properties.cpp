@@ -5,6 +5,8 @@
 #include "scratchhome.h"
 #include "seed.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSignalSpy>
 
 namespace {
@@ -89,6 +91,7 @@ class TestProperties : public QObject
 
 private slots:
     void savedRecordsComeBack();
+    void textsAreReadAsJson();
     void modelAgreesWithReference();
 };
 
@@ -112,6 +115,37 @@ void TestProperties::savedRecordsComeBack()
         QVERIFY2(writeProject(path, loaded), where.constData());
         QVERIFY2(folder.read(QStringLiteral("Apps.csv")) == saved, where.constData());
     }
+}
+
+/// Whatever the shorter way is by which plain texts are read.
+void TestProperties::textsAreReadAsJson()
+{
+    const quint32 seed = testSeed();
+    Author author(seed);
+    const QString pieces = QStringLiteral("\"\"\"\"{}[]:,,\\nu0041 a\u00e9\ufffe\u0001") + QChar(0xd83d);
+    int understood = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        QString cell = QStringLiteral("{\"de\":\"Uhr\",\"en\":\"Clock\"}");
+        for (int count = author.below(4); count > 0; --count) {
+            const int place = author.below(static_cast<int>(cell.size()));
+            if (author.below(2) == 0)
+                cell.insert(place, pieces.at(author.below(static_cast<int>(pieces.size()))));
+            else
+                cell.remove(place, 1 + author.below(3));
+        }
+        QJsonParseError error;
+        const QVariantMap members = QJsonDocument::fromJson(cell.toUtf8(), &error).object().toVariantMap();
+        const std::optional<AppConfig> app = appFromCells({cell, {}, {}, {}, {}, QStringLiteral("{}"), {}});
+        const QByteArray where = QStringLiteral("Seed %1, round %2: %3").arg(seed).arg(round).arg(cell).toUtf8();
+        QVERIFY2(app.has_value() == (error.error == QJsonParseError::NoError), where.constData());
+        if (!app)
+            continue;
+        ++understood;
+        QVERIFY2(app->names.keys() == members.keys(), where.constData());
+        for (auto name = app->names.cbegin(); name != app->names.cend(); ++name)
+            QVERIFY2(name.value() == members.value(name.key()).toString(), where.constData());
+    }
+    QVERIFY(understood > 1'000);
 }
 
 void TestProperties::modelAgreesWithReference()
