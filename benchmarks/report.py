@@ -28,7 +28,8 @@ def table(rows):
              "| --- | --- | ---: | ---: | ---: | ---: | ---: |"]
     for row in rows:
         figures = map(milliseconds, (min(row.seconds), row.median, max(row.seconds)))
-        ratio = "" if row.who == OURS else f"{ours[row.what] / row.median:.2f}"
+        compared = row.who != OURS and row.what in ours
+        ratio = f"{ours[row.what] / row.median:.2f}" if compared else ""
         lines.append(f"| {row.what} | {row.who} | {' | '.join(figures)} | {ratio} | {megabytes(row.peak)} |")
     return "\n".join(lines) + "\n"
 
