@@ -66,6 +66,7 @@ private slots:
     void folderThatIsGoneShowsNothing();
     void nothingAboveTheRootCanBeReached();
     void runsModally();
+    void namesAreShownWhole();
 
 private:
     void open(const QStringList &filters, const QString &root = {});
@@ -463,6 +464,18 @@ void TestFileDialog::runsModally()
     QCOMPARE(answers.shown.size(), 1);
     QCOMPARE(answers.shown.constFirst().kind, QStringLiteral("FileDialog"));
     QCOMPARE(answers.shown.constFirst().buttons, QStringList({QStringLiteral("OK"), QStringLiteral("Cancel")}));
+}
+
+void TestFileDialog::namesAreShownWhole()
+{
+    const QString name = QStringLiteral("a-name-that-is-longer-than-most.lua");
+    folder->write(QStringLiteral("lib/sub/") + name, "a");
+    open(ANY_FILE);
+    const QModelIndex deepest = treeEntry(tree, QStringLiteral("lib/sub/") + name);
+    QVERIFY(deepest.isValid());
+    // Its place begins where the folders on the way push it to.
+    QTRY_VERIFY(tree->visualRect(deepest).width() >= tree->sizeHintForIndex(deepest).width());
+    QCOMPARE(tree->header()->visualIndex(0), 0);
 }
 
 CATALIST_TEST_MAIN(TestFileDialog)

@@ -4,6 +4,7 @@
 
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QPushButton>
 
 FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent)
@@ -24,6 +25,8 @@ FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget 
     if (folder.exists()) {
         ui->treeView->setModel(model);
         ui->treeView->setRootIndex(model->index(model->rootPath()));
+        // The toolkit's width has room for the first letters of most names.
+        ui->treeView->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     }
 
     ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(false);
