@@ -149,7 +149,7 @@ private slots:
 
     void choosesAnAppAndATab();
     void appliesWithKeys();
-    void listsFilesWithKeys();
+    void opensThePickerAndDeletesWithKeys();
     void describesWithKeys();
     void savesWithKeys();
 
@@ -292,7 +292,7 @@ void TestAccessibility::appliesWithKeys()
     QVERIFY(folder->read(u"catalogue/Apps.csv"_s).contains(";7.8.9;"));
 }
 
-void TestAccessibility::listsFilesWithKeys()
+void TestAccessibility::opensThePickerAndDeletesWithKeys()
 {
     showPage(u"tabAppFiles"_s);
     auto *list = child<QListWidget>(*window, "listAppFiles");
