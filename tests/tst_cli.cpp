@@ -274,7 +274,7 @@ void TestCli::help()
 
 void TestCli::version()
 {
-    static const QRegularExpression inProject(u"VERSION ([0-9.]+) DESCRIPTION"_s);
+    static const QRegularExpression inProject(u"\n    VERSION ([0-9.]+)\n"_s);
     const QString expected = inProject.match(document(u"CMakeLists.txt"_s)).captured(1);
     const Outcome outcome = run({u"--version"_s});
     QCOMPARE(outcome.code, 0);
@@ -419,7 +419,7 @@ void TestCli::verifies()
     QCOMPARE(clean.out, QByteArray("Nothing found.\n"));
 
     folder->write(u"project/new"_s, "");
-    const QByteArray expected = R"(The whole
+    const QByteArray expected = R"(As a whole
   warning file-unnamed           Remove "new", or publish the index anew: the index does not name it.
 
 0 errors, 1 warning, 0 notes

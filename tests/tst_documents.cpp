@@ -164,8 +164,8 @@ void TestDocuments::codes_data()
 {
     QTest::addColumn<QString>("heading");
     QTest::addColumn<bool>("isCheck");
-    QTest::newRow("check") << QStringLiteral("\n## What check tells\n") << true;
-    QTest::newRow("verify") << QStringLiteral("\n## What verify tells\n") << false;
+    QTest::newRow("check") << QStringLiteral("\n## What check reports\n") << true;
+    QTest::newRow("verify") << QStringLiteral("\n## What verify reports\n") << false;
 }
 
 void TestDocuments::codes()

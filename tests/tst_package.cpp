@@ -223,6 +223,7 @@ void TestPackage::debianFields()
     QCOMPARE(field(u"Package"_s), u"catalist"_s);
     QCOMPARE(field(u"Version"_s), u"" CATALIST_VERSION "-1"_s);
     QCOMPARE(field(u"Section"_s), u"editors"_s);
+    QCOMPARE(field(u"Homepage"_s), u"https://catalist.example.org/"_s);
     QVERIFY(field(u"Description"_s).startsWith(u"editor for a catalogue of transmitter apps\n"_s));
     const QString depends = field(u"Depends"_s);
     for (const QString &library : {u"libqt6core6 (>= 6."_s, u"libqt6widgets6 (>= 6."_s, u"libqt6network6 (>= 6."_s})
@@ -238,8 +239,11 @@ void TestPackage::debianFiles()
 
     QStringList expected;
     const QStringList installed = tree(work.path(u"tree"_s));
-    for (const QString &path : installed)
-        expected.append(u"usr/"_s + path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
+    for (const QString &path : installed) {
+        // These have the names that a package wants.
+        if (path != u"share/doc/catalist/CHANGELOG.md" && path != u"share/doc/catalist/LICENSE")
+            expected.append(u"usr/"_s + path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
+    }
     expected += {u"usr"_s,
                  u"usr/share/doc/catalist/changelog.Debian.gz"_s,
                  u"usr/share/doc/catalist/changelog.gz"_s,
@@ -252,6 +256,11 @@ void TestPackage::debianFiles()
 
     const QString changelog = run(u"gzip"_s, {u"-dc"_s, work.path(u"deb/usr/share/doc/catalist/changelog.gz"_s)}).text;
     QVERIFY(changelog.contains(u"\n## " CATALIST_VERSION "\n"_s));
+    const QString terms =
+        QString::fromUtf8(work.read(u"tree/share/doc/catalist/LICENSE"_s)).section(u"\n\n"_s, 1).trimmed();
+    QVERIFY(terms.size() > 50);
+    const QString copyright = QString::fromUtf8(work.read(u"deb/usr/share/doc/catalist/copyright"_s));
+    QVERIFY2(copyright.contains(u' ' + QString(terms).replace(u'\n', u"\n "_s)), qPrintable(copyright));
 }
 
 void TestPackage::debianPolicy()

@@ -176,7 +176,7 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
 const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
-    static const Option format{"format", "text|json", "How the findings are told; text by default.", "text"};
+    static const Option format{"format", "text|json", "Format of the findings; text by default.", "text"};
     static const Option strict{"strict", nullptr, "Count warnings as errors."};
     static const std::array<Command, 5> all{{
         {"export",
@@ -185,10 +185,10 @@ const std::array<Command, 5> &commands()
          {{"url", "URL", "Repository URL, under which the folder of the catalogue will lie.", nullptr, true},
           {"output", "FILE", "Index to write.", "Apps.json"}},
          exportIndex},
-        {"check", {project}, "Tells what is wrong with a catalogue.", {format, strict}, check},
+        {"check", {project}, "Reports what is wrong with a catalogue.", {format, strict}, check},
         {"verify",
          {{"FOLDER", "What lies under the repository URL."}},
-         "Tells whether a folder holds what an index says, as a download client would find it.",
+         "Reports whether a folder holds what an index says, as a download client would find it.",
          {{"index", "FILE", "Index to verify.", nullptr, true},
           {"url", "URL", "Repository URL that stands for the folder.", nullptr, true},
           format,

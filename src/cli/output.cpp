@@ -23,7 +23,7 @@ bool write(std::FILE *stream, const QString &text)
 QString heading(const Finding &finding)
 {
     if (finding.app.isEmpty() && finding.line == 0)
-        return QStringLiteral("The whole");
+        return QStringLiteral("As a whole");
     const QString app = finding.app.isEmpty() ? QStringLiteral("(no name)") : finding.app;
     return finding.line == 0 ? app : QStringLiteral("%1, line %2").arg(app, QString::number(finding.line));
 }
