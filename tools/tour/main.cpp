@@ -13,12 +13,14 @@
 #include <QCryptographicHash>
 #include <QDateEdit>
 #include <QDir>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QLoggingCategory>
+#include <QPainter>
 #include <QPlainTextEdit>
 #include <QTableWidget>
 #include <QTextDocument>
@@ -28,7 +30,7 @@
 
 namespace {
 
-constexpr QSize PICTURE_SIZE(960, 720);
+constexpr QSize PICTURE_SIZE(1120, 760);
 const QString REPOSITORY = QStringLiteral("https://apps.example.org/");
 const QString NEW_APP = QStringLiteral("Range Check");
 
@@ -67,7 +69,7 @@ private:
     }
     void picture(QWidget *widget, const QString &name) const;
     void select(const QString &app) const;
-    void seePicture() const; ///< that both descriptions have which the tour looks at
+    void seePicture(const QString &name) const; ///< of the description that is open
     [[nodiscard]] QByteArray savedLine(const QByteArray &part) const;
     [[nodiscard]] bool indexAgreesWithFiles() const;
 
@@ -100,16 +102,14 @@ QByteArray Tour::savedLine(const QByteArray &part) const
     return {};
 }
 
-void Tour::seePicture() const
+void Tour::seePicture(const QString &name) const
 {
     const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
-    require(QTest::qWaitFor([preview] {
-                return !preview->document()
-                            ->resource(QTextDocument::ImageResource, QUrl(QStringLiteral("altimeter-screen.png")))
-                            .value<QPixmap>()
-                            .isNull();
-            }),
-            "see the picture of a description in the preview");
+    require(
+        QTest::qWaitFor([preview, &name] {
+            return !preview->document()->resource(QTextDocument::ImageResource, QUrl(name)).value<QPixmap>().isNull();
+        }),
+        "see the picture of a description in the preview");
 }
 
 void Tour::start()
@@ -134,7 +134,7 @@ void Tour::lookAround()
     select(QStringLiteral("Altimeter"));
     showTab(*window, "tabDescription");
     clickCell(child<QTableWidget>(*window, "tableWidget"), 2, 1);
-    seePicture();
+    seePicture(QStringLiteral("altimeter-screen.png"));
     picture(window.get(), QStringLiteral("catalist.png"));
     showTab(*window, "tabGeneral");
 }
@@ -220,12 +220,12 @@ void Tour::describeIt()
                                         "  <h1>Range Check</h1>\n"
                                         "  <p>Listens to the signal while you walk away from the model, and "
                                         "tells you where it began to fade.</p>\n"
-                                        "  <p><img src=\"altimeter-screen.png\"></p>\n"
+                                        "  <p><img src=\"range-check-screen.png\"></p>\n"
                                         "  <h2>How to use it</h2>\n  <ol>\n    <li>Start it beside the model.</li>\n"
                                         "    <li>Walk thirty paces.</li>\n  </ol>\n</body>\n</html>\n");
     editor->selectAll();
     type(editor, html);
-    seePicture();
+    seePicture(QStringLiteral("range-check-screen.png"));
     QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
     picture(window.get(), QStringLiteral("description.png"));
     click(*window, "btnAutosave");
@@ -264,9 +264,19 @@ bool Tour::indexAgreesWithFiles() const
     return apps.size() == child<QListWidget>(*window, "listApps")->count() && files > apps.size();
 }
 
-/// What the tour leaves goes; whatever else lies in the folder stays.
+/// In the catalogue, to know it again.
+QString mark(const QString &folder)
+{
+    return folder + QStringLiteral("/catalogue/.made-by-the-tour");
+}
+
+/// What the tour has left before goes; whatever else lies in the folder stays. False when there is a catalogue of
+/// somebody else.
 bool clearResults(const QString &folder)
 {
+    QDir catalogue(folder + QStringLiteral("/catalogue"));
+    if (catalogue.exists() && !QFile::exists(mark(folder)))
+        return false;
     const QStringList results{QStringLiteral("Apps.csv"),        QStringLiteral("Apps.json"),
                               QStringLiteral("general.png"),     QStringLiteral("files.png"),
                               QStringLiteral("description.png"), QStringLiteral("picker.png"),
@@ -276,10 +286,36 @@ bool clearResults(const QString &folder)
         if (QFile::exists(path) && !QFile::remove(path))
             return false;
     }
-    return QDir(folder + QStringLiteral("/catalogue")).removeRecursively() && QDir().mkpath(folder);
+    return catalogue.removeRecursively() && QDir().mkpath(folder);
 }
 
-/// The files of the app that the tour adds, made of files that the catalogue has.
+/// What a transmitter shows of the app that the tour adds.
+bool drawScreen(const QString &path)
+{
+    const QColor dark(0x17, 0x22, 0x2c);
+    QImage screen(256, 144, QImage::Format_RGB32);
+    screen.fill(QColor(0x2c, 0x36, 0x3f));
+    QPainter painter(&screen);
+    painter.fillRect(8, 8, 240, 18, dark);
+    painter.fillRect(8, 26, 240, 110, QColor(0xd0, 0xdd, 0xc9));
+    const auto write = [&painter](const QRect &place, int pixels, const QColor &color, const QString &text) {
+        QFont font;
+        font.setPixelSize(pixels);
+        font.setBold(true);
+        painter.setFont(font);
+        painter.setPen(color);
+        painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter, text);
+    };
+    write({16, 8, 200, 18}, 11, Qt::white, NEW_APP);
+    write({20, 34, 230, 56}, 46, dark, QStringLiteral("−62 dB"));
+    constexpr int BARS = 12;
+    for (int bar = 0; bar < BARS; ++bar)
+        painter.fillRect(20 + bar * 18, 124 - 2 * (BARS - bar), 12, 2 * (BARS - bar), dark);
+    painter.end();
+    return screen.save(path);
+}
+
+/// The files of the app that the tour adds, most of them made of files that the catalogue has.
 bool addMaterial(const QString &catalogue)
 {
     return QDir(catalogue).mkpath(QStringLiteral("RangeCheck"))
@@ -288,7 +324,8 @@ bool addMaterial(const QString &catalogue)
            && copyTree(catalogue + QStringLiteral("/VarioSounds/sounds/soft"),
                        catalogue + QStringLiteral("/RangeCheck/sounds"))
            && QFile::copy(catalogue + QStringLiteral("/icons/telemetry-logger.png"),
-                          catalogue + QStringLiteral("/icons/range-check.png"));
+                          catalogue + QStringLiteral("/icons/range-check.png"))
+           && drawScreen(catalogue + QStringLiteral("/descriptions/range-check-screen.png"));
 }
 
 } // namespace
@@ -308,7 +345,7 @@ int main(int argc, char *argv[])
     const QString catalogue = QDir(arguments.at(1)).absolutePath();
     const QString folder = QDir(arguments.at(2)).absolutePath();
     require(clearResults(folder) && copyTree(catalogue, folder + QStringLiteral("/catalogue"))
-                && addMaterial(folder + QStringLiteral("/catalogue")),
+                && QFile(mark(folder)).open(QIODevice::WriteOnly) && addMaterial(folder + QStringLiteral("/catalogue")),
             "copy the catalogue");
 
     Tour tour(folder);
