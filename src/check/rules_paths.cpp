@@ -248,6 +248,10 @@ void unlisted(const Catalogue &catalogue, const Report &report)
         const QStringList files = row.publishedFiles();
         for (const QString &file : files)
             use(file);
+        // What is named in another case is reported already.
+        const QStringList named = namedPaths(row);
+        for (const QString &path : named)
+            used.insert(catalogue.tree.spelling(path));
         for (const ListedPath &listed : row.listed) {
             const QStringList notEntered = listed.circles + listed.outside;
             for (const QString &path : notEntered) {
