@@ -404,7 +404,7 @@ QString newFile(const QString &beside, QRandomGenerator &random)
 
 void TestVerify::findsWhatHappened()
 {
-    constexpr int TRIALS = 250;
+    constexpr int TRIALS = 1000;
     QFETCH(Mishap, mishap);
     QFETCH(QString, code);
     makeLargeTree();

@@ -198,7 +198,7 @@ private:
             say(SIZE, {path, QString::number(info.size())});
             return;
         }
-        const QString real = generateHash(info.filePath(), QCryptographicHash::Sha1);
+        const QString real = hasher.hash(info.filePath());
         if (real.isNull())
             say(UNREADABLE, {path});
         else if (real != hash)
@@ -259,6 +259,7 @@ private:
     }
 
     ProjectTree tree;
+    FileHasher hasher{QCryptographicHash::Sha1};
     QString repoUrl;
     QString app; ///< that is being looked at
     QSet<QString> used;
