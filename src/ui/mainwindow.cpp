@@ -12,6 +12,8 @@
 #include <QMessageBox>
 #include <QSettings>
 
+#include <cmath>
+
 const char *VENDOR_NAME = "Orva model";
 const char *APP_NAME = "Catalist";
 
@@ -39,6 +41,21 @@ QPalette previewPalette()
     return palette;
 }
 
+/// Between two whole scales the toolkit stretches the picture of the lower one. That of the higher one, made smaller,
+/// stays sharp.
+QIcon sharpAt(qreal scale, const QIcon &icon, QSize size)
+{
+    const QSize wanted = size * scale;
+    if (icon.isNull() || icon.pixmap(size, scale).width() >= wanted.width())
+        return icon;
+    QPixmap picture = icon.pixmap(size, std::ceil(scale));
+    picture = picture.scaled(wanted, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    picture.setDevicePixelRatio(scale);
+    QIcon sharp = icon;
+    sharp.addPixmap(picture);
+    return sharp;
+}
+
 /// The toolkit's width has no room for the title in a large font.
 void widenToTitle(QHeaderView *header, int section)
 {
@@ -55,6 +72,10 @@ QString unsavedMark()
 MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
 {
     ui->setupUi(this);
+    for (QAction *action : ui->mainToolBar->actions())
+        action->setIcon(sharpAt(devicePixelRatioF(), action->icon(), ui->mainToolBar->iconSize()));
+    for (QPushButton *button : {ui->btnNewApp, ui->btnDeleteApp})
+        button->setIcon(sharpAt(devicePixelRatioF(), button->icon(), button->iconSize()));
     for (QSplitter *splitter : {ui->splitter, ui->splitter_3}) {
         splitter->setStretchFactor(0, 0);
         splitter->setStretchFactor(1, 1);
