@@ -122,9 +122,9 @@ void TestAppearance::nothingIsCutOff_data()
 {
     QTest::addColumn<QString>("page");
     QTest::addColumn<qreal>("points");
-    for (const char *page : {"tabGeneral", "tabAppFiles", "tabDescription"}) {
+    for (const QString &page : {u"tabGeneral"_s, u"tabAppFiles"_s, u"tabDescription"_s}) {
         for (const qreal points : {9.0, 13.0, 18.0, 24.0})
-            QTest::addRow("%s, %g points", page, points) << QString::fromLatin1(page) << points;
+            QTest::addRow("%s, %g points", qPrintable(page), points) << page << points;
     }
 }
 

@@ -184,6 +184,7 @@ bool keep(const QString &path, const QByteArray &content, const char *reason, Pr
 
 QString historyFolder()
 {
+    // Named after the vendor and the program as the settings are; what was kept must be found again by both programs.
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
            + QStringLiteral("/Orva model/Catalist/history");
 }
