@@ -316,6 +316,11 @@ void TestRepositoryIndex::backslashes()
     const Folder folder;
     folder.write(QStringLiteral("L/a\\b.lua"), "abc");
     QCOMPARE(published(listing({QStringLiteral("L")}), folder.path()), QStringList{QStringLiteral("L/a/b.lua")});
+    // The toolkit's path of the file has a slash after the name of the folder, whatever that ends in.
+    const QString file = QStringLiteral("/a.lua");
+    const QString name = QStringLiteral("M") + QLatin1Char('\\');
+    folder.write(name + file, "abc");
+    QCOMPARE(published(listing({name}), folder.path()), QStringList(QStringLiteral("M/") + file));
 }
 
 void TestRepositoryIndex::fullListing()

@@ -7,6 +7,7 @@
 #include "io/projectfile.h"
 #include "io/projecthistory.h"
 #include "io/repositoryindex.h"
+#include "io/wholefile.h"
 #include "model/appconfigmodel.h"
 
 #include <QDir>
@@ -52,7 +53,7 @@ QString sourceProblem(const QString &output, const AppConfigModel &model, const 
 {
     const QString target = QFileInfo(output).canonicalFilePath();
     const QDir folder(QFileInfo(project).absoluteDir().canonicalPath());
-    if (target.isEmpty())
+    if (!QFileInfo(target).isFile())
         return {};
     if (target == QFileInfo(project).canonicalFilePath())
         return output + QStringLiteral(": Is the catalogue itself");
@@ -93,8 +94,11 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         return failed(output + QStringLiteral(": ") + report.error);
     for (const QString &path : std::as_const(report.missing))
         printError(path + QStringLiteral(": No such file or folder; it is left out"));
-    for (const QString &path : std::as_const(report.unreadable))
-        printError(path + QStringLiteral(": Cannot be read; it has an empty hash, or no entries if it is a folder"));
+    for (const QString &path : std::as_const(report.unreadable)) {
+        const bool isFolder = QFileInfo(path).isDir();
+        printError((isFolder ? listProblem(path) : openProblem(path))
+                   + (isFolder ? QStringLiteral("; it has no entries") : QStringLiteral("; it has an empty hash")));
+    }
     if (!print(QStringLiteral("%1, %2, %3: %4\n")
                    .arg(counted(report.apps, QStringLiteral("app")), counted(report.files, QStringLiteral("file")),
                         counted(report.bytes, QStringLiteral("byte")), visible(output))))

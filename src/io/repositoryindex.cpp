@@ -63,10 +63,11 @@ private:
 
     [[nodiscard]] QString prefixOf(const QFileInfo &folder) const
     {
-        const QString path = relativePath(folder);
+        // Not after the change of backslashes: a name may end in one. A folder above ends in a slash.
+        const QString path = projectDir.relativeFilePath(folder.filePath());
         if (path == QLatin1String("."))
             return QLatin1String("");
-        return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
+        return withSlashes(path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/'));
     }
 
     static QString withSlashes(QString path) { return path.replace(QLatin1Char('\\'), QLatin1Char('/')); }
@@ -164,19 +165,20 @@ void walkListedPath(const QString &listed, const QString &projectDir, const Walk
 bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir)
 {
     const QString target = QFileInfo(file).canonicalFilePath();
-    const auto placeOf = [&projectDir](const QString &path) {
-        return QDir::cleanPath(projectDir + QLatin1Char('/') + path);
-    };
-    const auto isIt = [&](const QString &page) { return placeOf(page) == target; };
-    const auto isOrHolds = [&](const QString &listed) {
-        const QString place = placeOf(listed);
-        const bool isHidden = target.mid(place.size()).contains(QLatin1String("/."));
-        return target == place || (target.startsWith(place + QLatin1Char('/')) && !isHidden);
-    };
-    return std::any_of(apps.cbegin(), apps.cend(), [&](const AppConfig &app) {
-        return isIt(app.icon) || std::any_of(app.descriptions.cbegin(), app.descriptions.cend(), isIt)
-               || std::any_of(app.files.cbegin(), app.files.cend(), isOrHolds);
-    });
+    if (!target.startsWith(projectDir + QLatin1Char('/')))
+        return false;
+    bool isNamed = false;
+    const auto compare = [&](const QFileInfo &info) { isNamed = isNamed || info.canonicalFilePath() == target; };
+    WalkVisitor visitor;
+    visitor.file = [&](const QFileInfo &info, const QString & /*path*/) { compare(info); };
+    for (const AppConfig &app : apps) {
+        const QStringList pages = QStringList{app.icon} + app.descriptions.values();
+        for (const QString &page : pages)
+            compare(QFileInfo(projectDir + QLatin1Char('/') + page));
+        for (const QString &listed : app.files)
+            walkListedPath(listed, projectDir, visitor);
+    }
+    return isNamed;
 }
 
 QString repositoryUrl(const QString &typed)

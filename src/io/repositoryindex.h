@@ -41,8 +41,8 @@ struct WalkVisitor
 /// Walks over what is published of a listed path: itself or, of a folder, the files in it without hidden ones.
 void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor);
 
-/// Whether an existing file is one that the index names: an icon, a description, or a file that is published. Links on
-/// the way to the file are seen through, links in the project are not. The project folder's path is canonical.
+/// Whether an existing file in the project folder is one that the index names: an icon, a description, or a file that
+/// is published, under its own name or through a link. The folder's path is canonical.
 [[nodiscard]] bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir);
 
 /// A repository URL as it stands before paths: a "/" is added where it does not end in one.

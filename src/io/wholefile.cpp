@@ -3,6 +3,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <filesystem>
+#include <system_error>
+
 std::optional<QByteArray> readWholeFile(const QString &path)
 {
     QFile file(path);
@@ -21,6 +24,13 @@ QString openProblem(const QString &path)
         return path + QStringLiteral(": Is not a regular file");
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? QString() : path + QStringLiteral(": ") + file.errorString();
+}
+
+QString listProblem(const QString &folder)
+{
+    std::error_code error;
+    const std::filesystem::directory_iterator entries(QFileInfo(folder).filesystemFilePath(), error);
+    return error ? folder + QStringLiteral(": ") + QString::fromStdString(error.message()) : QString();
 }
 
 QString readProblem(const QString &path)

@@ -12,5 +12,8 @@
 /// Why a regular file cannot be opened, as "FILE: WHY" with the system's reason; empty when it can.
 [[nodiscard]] QString openProblem(const QString &path);
 
+/// Why a folder cannot be listed, in the same form; empty when it can.
+[[nodiscard]] QString listProblem(const QString &folder);
+
 /// Why readWholeFile gave nothing, in the same form.
 [[nodiscard]] QString readProblem(const QString &path);
