@@ -185,6 +185,7 @@ const QList<Case> &factCases()
         {"name-not-offered", NEARLY, "Czech by the offered code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cz":"Hodiny"})"); }},
         {"name-too-many", FAULT, "five", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D","it":"E"})"); }},
         {"name-too-many", FAULT, "four without the default", [](Draft &d) { d.set(Name, R"({"cz":"B","de":"C","fr":"D","it":"E"})"); }, "name-missing"},
+        {"name-too-many", FAULT, "all before the default", [](Draft &d) { d.set(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"E"})"); }, "name-not-offered"},
         {"name-too-many", NEARLY, "four", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D"})"); }},
         {"name-twice", FAULT, "the same", [](Draft &d) { d.addApp(Name, R"({"en":"Clock"})"); }},
         {"name-twice", FAULT, "with a blank", [](Draft &d) { d.addApp(Name, R"({"en":" Clock"})"); }},
@@ -280,6 +281,11 @@ const QList<Case> &pageCases()
         {"picture-not-found", FAULT, "object", [](Draft &d) { d.add("en.html", "<object data=a.png></object>"); }},
         {"picture-not-found", FAULT, "style", [](Draft &d) { d.add("en.html", "<p style=\"background: URL('a.png')\">"); }},
         {"picture-not-found", FAULT, "style sheet", [](Draft &d) { d.add("en.html", "<style>p { background: url( a.png ) }</style>"); }},
+        {"picture-not-found", FAULT, "style of a title", [](Draft &d) { d.add("en.html", "<h1 style=\"background-image:url(a.png)\">"); }},
+        {"picture-not-found", FAULT, "row", [](Draft &d) { d.add("en.html", "<table><tr background=a.png>"); }},
+        {"picture-not-found", FAULT, "after a comment of a style sheet", [](Draft &d) { d.add("en.html", "<style>/* x */ p { background: url(a.png) }</style>"); }},
+        {"picture-not-found", NEARLY, "there, in quotes of a style", [](Draft &d) { d.add("a.png", PNG); d.add("en.html", "<p style=\"background-image:url(&quot;a.png&quot;)\">"); }},
+        {"picture-not-found", NEARLY, "in a comment of a style sheet, or in a script", [](Draft &d) { d.add("en.html", "<style>/* url(a.png) */</style><script>x='<img src=b.png>'</script>"); }},
         {"picture-not-found", NEARLY, "there, with its letters as numbers", [](Draft &d) { d.add("aé.png", PNG); d.add("en.html", "<img src='&#97;&#xE9;.png'><p>url(b.png)</p>"); }},
         {"picture-not-found", NEARLY, "there, in many spellings", [](Draft &d) { d.add("a &b.png", PNG); d.add("en.html", "<img src=\"a%20&amp;b.png#x\"><img\nalt=x src='./a &b.png?y'><!-- <img src=c> --><img data-src=d>"); }},
         {"picture-elsewhere", FAULT, "on the web", [](Draft &d) { d.add("en.html", "<img src=\"https://example.org/a.png\">"); }},
@@ -329,6 +335,7 @@ const QList<Case> &pathCases()
         {"path-not-utf8", FAULT, "deeper", [](Draft &d) { d.add("Clock/a/b"); makeRaw(d.folder.path(u"project/Clock/a"_s), "\xff.lua"); }},
         {"path-not-utf8", NEARLY, "not ASCII", [](Draft &d) { makeRaw(d.folder.path(u"project/Clock"_s), "caf\xc3\xa9"); }, "url-escapes"},
         {"path-circle", FAULT, "to itself in a folder", [](Draft &d) { d.link("project/Clock/a", "Clock/a"); }},
+        {"path-circle", FAULT, "to what would be below itself", [](Draft &d) { d.folder.link(u"a/b"_s, u"project/a"_s); d.set(Files, "Clock,a"); }},
         {"path-circle", NEARLY, "to the folder beside", [](Draft &d) { d.add("a/x"); d.link("project/a", "Clock/a"); }},
         {"path-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a"_s, ""); d.set(Files, "Clock,../a"); }},
         {"path-outside", FAULT, "above, and not there", [](Draft &d) { d.set(Files, "Clock,../a"); }, "path-not-found"},
@@ -512,6 +519,10 @@ void TestCheck::sentences_data()
         << u"url-characters"_s
         << u"error url-characters [Clock, line 2] Rename \"%2 %1.png\": a URL cannot carry its \"#\", \"?\", \"%\" or "
            u"\"\\\" as written."_s;
+    QTest::newRow("name that Apply drops")
+        << u"name-too-many"_s
+        << u"warning name-too-many [Wecker, line 7] Leave out a name: the editor shows \"en\" and three others, and "
+           u"Apply would drop the one in \"de\"."_s;
     QTest::newRow("name in another language")
         << u"name-missing"_s << u"error name-missing [Lampe, line 3] Name the app in \"en\", the default language."_s;
     QTest::newRow("of no app") << u"header-missing"_s
@@ -530,6 +541,7 @@ void TestCheck::sentences()
     draft.lines.append(HEADER);
     draft.lines.append(u"{};;;;;{;"_s);
     draft.lines.append(QString());
+    draft.addApp(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"Wecker"})");
     const CheckResult result = checkCatalogue(draft.save());
     QStringList told;
     for (const Finding &finding : result.findings) {

@@ -40,15 +40,32 @@ QString withoutEntities(const QString &text)
         end = found.capturedEnd();
     }
     decoded += QStringView(text).sliced(end);
-    return decoded.replace(QLatin1String("&amp;"), QLatin1String("&"));
+    struct Name
+    {
+        QLatin1String entity;
+        QLatin1String character;
+    };
+    static constexpr std::array<Name, 5> NAMES{{
+        {QLatin1String("&quot;"), QLatin1String("\"")},
+        {QLatin1String("&apos;"), QLatin1String("'")},
+        {QLatin1String("&lt;"), QLatin1String("<")},
+        {QLatin1String("&gt;"), QLatin1String(">")},
+        // The last one, as it may begin the name of another.
+        {QLatin1String("&amp;"), QLatin1String("&")},
+    }};
+    for (const Name &name : NAMES)
+        decoded.replace(name.entity, name.character);
+    return decoded;
 }
 
 QStringList stylePictures(const QString &style)
 {
     static const QRegularExpression url(QStringLiteral(R"re(\burl\(\s*+(?:"([^"]*)"|'([^']*)'|([^\s"')]+)))re"),
                                         QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression comment(QStringLiteral(R"(/\*.*?(\*/|$))"),
+                                            QRegularExpression::DotMatchesEverythingOption);
     QStringList found;
-    for (auto match = url.globalMatch(style); match.hasNext();) {
+    for (auto match = url.globalMatch(QString(style).remove(comment)); match.hasNext();) {
         const QRegularExpressionMatch one = match.next();
         found.append(one.captured(one.lastCapturedIndex()));
     }
@@ -61,7 +78,7 @@ QStringList pictures(const QString &html)
     static const QRegularExpression comment(QStringLiteral("<!--.*?(-->|$)"),
                                             QRegularExpression::DotMatchesEverythingOption);
     static const QRegularExpression element(
-        QStringLiteral(R"re(<([a-z]++)(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
+        QStringLiteral(R"re(<([a-z][a-z0-9]*+)(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
         QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression sheet(QStringLiteral("<style[^>]*+>(.*?)(?:</style|$)"),
                                           QRegularExpression::CaseInsensitiveOption
@@ -71,18 +88,22 @@ QStringList pictures(const QString &html)
         QLatin1String tag;
         QLatin1String attribute;
     };
-    static const std::array<Source, 8> sources{{
+    static const std::array<Source, 9> sources{{
         {QLatin1String("img"), QLatin1String("src")},
         {QLatin1String("input"), QLatin1String("src")},
         {QLatin1String("body"), QLatin1String("background")},
         {QLatin1String("table"), QLatin1String("background")},
+        {QLatin1String("tr"), QLatin1String("background")},
         {QLatin1String("td"), QLatin1String("background")},
         {QLatin1String("th"), QLatin1String("background")},
         {QLatin1String("video"), QLatin1String("poster")},
         {QLatin1String("object"), QLatin1String("data")},
     }};
     QStringList found;
-    const QString shown = QString(html).remove(comment);
+    static const QRegularExpression script(QStringLiteral("<script[\\s>].*?(</script|$)"),
+                                           QRegularExpression::CaseInsensitiveOption
+                                               | QRegularExpression::DotMatchesEverythingOption);
+    const QString shown = QString(html).remove(comment).remove(script);
     for (auto match = element.globalMatch(shown); match.hasNext();) {
         const QRegularExpressionMatch tag = match.next();
         for (const Source &source : sources) {

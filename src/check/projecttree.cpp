@@ -91,10 +91,33 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder) c
     return {};
 }
 
+// The system would follow every folder on the way again for each of its files.
+QString ProjectTree::canonical(const QString &path) const
+{
+    const QFileInfo info(path);
+    const QString name = info.fileName();
+    if (info.isSymLink() || name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        return info.canonicalFilePath();
+    if (!info.exists())
+        return {};
+    auto folder = canonicalFolders.constFind(info.path());
+    if (folder == canonicalFolders.constEnd())
+        folder = canonicalFolders.insert(info.path(), QFileInfo(info.path()).canonicalFilePath());
+    return *folder + SLASH + name;
+}
+
 bool ProjectTree::holds(const QString &path) const
 {
-    const QString canonical = QFileInfo(path).canonicalFilePath();
-    return canonical == root || canonical.startsWith(root + SLASH);
+    const QString place = canonical(path);
+    return place == root || place.startsWith(root + SLASH);
+}
+
+void ProjectTree::use(const QString &path, QSet<QString> *used) const
+{
+    used->insert(QDir::cleanPath(path));
+    const QString place = canonical(this->path(path));
+    if (place.startsWith(root + SLASH))
+        used->insert(place.mid(root.size() + 1));
 }
 
 QStringList ProjectTree::unused(const QSet<QString> &used) const
@@ -137,13 +160,9 @@ bool isCircle(const QString &path)
     if (!info.isSymLink())
         return false;
     if (!info.exists()) {
-        QSet<QString> seen;
-        QFileInfo next = info;
-        while (next.isSymLink() && !seen.contains(next.absoluteFilePath())) {
-            seen.insert(next.absoluteFilePath());
-            next = QFileInfo(next.symLinkTarget());
-        }
-        return next.isSymLink();
+        std::error_code error;
+        (void)std::filesystem::status(info.filesystemFilePath(), error);
+        return error == std::errc::too_many_symbolic_link_levels;
     }
     const QString target = info.canonicalFilePath();
     for (QString above = info.path(); above.size() > 1; above = QFileInfo(above).path()) {

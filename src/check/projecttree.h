@@ -21,6 +21,9 @@ public:
     /// Whether what exists under a path lies in the folder, links considered.
     [[nodiscard]] bool holds(const QString &path) const;
 
+    /// Adds a path, and that of what it leads to, to the used ones.
+    void use(const QString &path, QSet<QString> *used) const;
+
     /// The files that are not among the used ones, hidden ones apart; for a folder without any used one, itself with
     /// a "/" at its end.
     [[nodiscard]] QStringList unused(const QSet<QString> &used) const;
@@ -33,10 +36,14 @@ private:
     };
 
     [[nodiscard]] QString spelling(const QStringList &parts, const QString &folder) const;
+
+    /// Where a path leads to; empty when there is nothing.
+    [[nodiscard]] QString canonical(const QString &path) const;
     [[nodiscard]] const Names &names(const QString &folder) const;
 
     QString root;
     mutable QHash<QString, Names> known;
+    mutable QHash<QString, QString> canonicalFolders;
 };
 
 /// Whether a path is relative to no folder, on any system.

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr qsizetype NAMES_SHOWN = 4;
+constexpr qsizetype NAMES_SHOWN = 3; // besides the default one
 
 /// The cell as a version is read from it.
 QString versionCell(const Row &row, ProjectColumn column)
@@ -97,9 +97,10 @@ void nameNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Repor
 
 void namesTooMany(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
 {
-    const qsizetype hidden = row.app->names.size() + (row.app->names.contains(DEFAULT_LANGUAGE) ? 0 : 1) - NAMES_SHOWN;
-    if (hidden > 0)
-        reportAt(row, report, {row.app->names.lastKey()});
+    QStringList codes = row.app->names.keys();
+    codes.removeOne(DEFAULT_LANGUAGE);
+    for (qsizetype i = NAMES_SHOWN; i < codes.size(); ++i)
+        reportAt(row, report, {codes.at(i)});
 }
 
 void nameTwice(const Catalogue &catalogue, const Report &report)

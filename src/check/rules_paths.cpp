@@ -231,10 +231,7 @@ void unlisted(const Catalogue &catalogue, const Report &report)
 
     const QDir folder(catalogue.tree.path());
     QSet<QString> used{QFileInfo(catalogue.projectFile).fileName(), INDEX_FILE_NAME};
-    const auto use = [&](const QString &path) {
-        used.insert(QDir::cleanPath(path));
-        used.insert(folder.relativeFilePath(QFileInfo(catalogue.tree.path(path)).canonicalFilePath()));
-    };
+    const auto use = [&](const QString &path) { catalogue.tree.use(path, &used); };
     for (const Row &row : catalogue.rows) {
         if (!row.app)
             continue;

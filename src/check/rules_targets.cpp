@@ -130,9 +130,12 @@ void fatLength(const Catalogue & /*catalogue*/, const Row &row, const Report &re
 {
     const QStringList paths = row.publishedFiles();
     QStringList tooLong = faultyPlaces(paths, isTooLongForFat);
+    QSet<QString> once(tooLong.cbegin(), tooLong.cend());
     for (const QString &path : paths) {
-        if (APPS_FOLDER.size() + path.size() > FAT_LENGTH && !tooLong.contains(path))
+        if (APPS_FOLDER.size() + path.size() > FAT_LENGTH && !once.contains(path)) {
             tooLong.append(path);
+            once.insert(path);
+        }
     }
     for (const QString &path : std::as_const(tooLong))
         reportAt(row, report, {path});

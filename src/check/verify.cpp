@@ -15,6 +15,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <array>
@@ -22,6 +23,8 @@
 #include <utility>
 
 namespace {
+
+constexpr QLatin1Char SLASH('/');
 
 struct Fault
 {
@@ -109,6 +112,7 @@ public:
     void addUnnamed(const QString &indexFile)
     {
         used.insert(PROJECT_FILE_NAME);
+        used.insert(INDEX_FILE_NAME);
         used.insert(QDir(tree.path()).relativeFilePath(QFileInfo(indexFile).canonicalFilePath()));
         const QStringList unnamed = tree.unused(used);
         for (const QString &path : unnamed)
@@ -180,17 +184,38 @@ private:
             say(TWICE, {destination});
         hashes.insert(destination, hash);
 
+        if (before != hashes.constEnd())
+            return;
         const QString folded = destination.toCaseFolded();
         const QString first = spellings.value(folded, destination);
         spellings.insert(folded, first);
-        if (first != destination && before == hashes.constEnd())
-            say(CASE, {destination, first});
+        compareCase(destination, first);
+        compareCase(destination, folders.value(folded));
+        for (qsizetype end = destination.lastIndexOf(SLASH); end > 0; end = destination.lastIndexOf(SLASH, end - 1)) {
+            const QString folder = destination.left(end);
+            const QString foldedFolder = folder.toCaseFolded();
+            folders.insert(foldedFolder, folder);
+            compareCase(folder, spellings.value(foldedFolder));
+        }
+    }
+
+    void compareCase(const QString &path, const QString &other)
+    {
+        if (other.isEmpty() || other == path || inOtherCase.contains(path))
+            return;
+        say(CASE, {path, other});
+        inOtherCase.insert(path);
     }
 
     void verifyContent(const QString &path, qint64 size, const QString &hash)
     {
+        static const QRegularExpression digest(QStringLiteral("\\A[0-9a-f]{40}\\z"));
         if (hash.isEmpty()) {
             say(NO_HASH, {path});
+            return;
+        }
+        if (!digest.match(hash).hasMatch()) {
+            say(FORM, {QStringLiteral("the hash of \"%1\"").arg(path)});
             return;
         }
         const QFileInfo info(tree.path(path));
@@ -220,7 +245,7 @@ private:
         const QString path = url.mid(repoUrl.size());
         const QStringList pictures = readPage(tree.path(path)).value_or(Page()).pictures;
         for (const QString &picture : pictures)
-            used.insert(pictureFile(path, picture).value_or(QString()));
+            tree.use(pictureFile(path, picture).value_or(QString()), &used);
     }
 
     /// The path that a URL stands for; nothing, with a finding, when it stands for none in the folder.
@@ -251,7 +276,7 @@ private:
             say(OTHER_CASE, {path, spelling});
         if (!isFile)
             return false;
-        used.insert(spelling);
+        tree.use(spelling, &used);
         const bool isInside = tree.holds(tree.path(spelling));
         if (!isInside)
             say(ESCAPES, {path});
@@ -265,6 +290,8 @@ private:
     QSet<QString> used;
     QHash<QString, QString> hashes; ///< by destination
     QHash<QString, QString> spellings; ///< of destinations, by their folded case
+    QHash<QString, QString> folders; ///< of destinations, which may differ among themselves, as they become one
+    QSet<QString> inOtherCase; ///< is reported already
 };
 
 QString lineOf(const QByteArray &content, qsizetype offset)
@@ -283,7 +310,7 @@ CheckResult verifyIndex(const QString &folder, const QString &indexFile, const Q
     } else if (!QFileInfo(folder).isDir()) {
         result.error = folder + QStringLiteral(": Is not a folder");
     } else if (!QFileInfo(folder).isReadable()) {
-        result.error = folder + QStringLiteral(": Cannot be read");
+        result.error = listProblem(folder);
     } else if (!content) {
         result.error = readProblem(indexFile);
     }
