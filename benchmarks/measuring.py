@@ -64,11 +64,13 @@ class Laboratory:
         rows = {}
         for count in range(self.runs + 1):
             expected = None
-            for contender in contenders:
+            # Nobody is always the first.
+            turn = count % len(contenders)
+            for contender in contenders[turn:] + contenders[:turn]:
                 output, elapsed, peak = self.run(contender)
                 result = contender.result(output)
                 if expected is not None and result != expected:
-                    raise SystemExit(f"{what}: {contender.name} has another result than {contenders[0].name}")
+                    raise SystemExit(f"{what}: {contender.name} has another result than the one before")
                 expected = result
                 if count == 0:
                     continue
@@ -78,4 +80,6 @@ class Laboratory:
                     row.seconds.append(seconds)
                     row.peak = max(row.peak, peak)
         # By what was measured, each with all contenders.
-        return sorted(rows.values(), key=lambda row: [title for title, _ in rows].index(row.what))
+        titles = [title for title, _ in rows]
+        names = [contender.name for contender in contenders]
+        return sorted(rows.values(), key=lambda row: (titles.index(row.what), names.index(row.who)))
