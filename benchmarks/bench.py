@@ -140,7 +140,6 @@ def goals(rows):
     goals = Goals(rows)
     for tree in TREES:
         goals.ratio(publishing(tree), 1.0 if has_sha_instructions() else 1.1)
-        goals.ratio(publishing(tree), 1.2, json_alone(tree))
     few, many = goals.ours(publishing("large")), goals.ours(publishing("many"))
     goals.limit("Memory for each published file", 3, (many.peak - few.peak) / 20_000 / KB, " KB")
     for action in ("opening", "saving"):
@@ -156,6 +155,14 @@ def goals(rows):
     return goals
 
 
+def beside_the_json(rows):
+    """How far publishing is from the fastest of the others, if that wrote the same document with the toolkit."""
+    beside = Goals(rows, "with the JSON of the toolkit added to the fastest of the others")
+    for tree in TREES:
+        beside.ratio(publishing(tree), 1.2, json_alone(tree))
+    return beside
+
+
 def main():
     options = sys.argv[1:]
     if set(options) - {"--quick", "--record"} or len(options) > 1:
@@ -165,7 +172,7 @@ def main():
     make_data(DATA)
     laboratory = Laboratory(SCRATCH, 2 if "--quick" in options else 7)
     rows = publish(laboratory) + open_and_save(laboratory) + use_window(laboratory)
-    text = f"{begin}\n{goals(rows)}\n{table(rows)}"
+    text = f"{begin}\n{goals(rows)}\n{beside_the_json(rows)}\n{table(rows)}"
     print(text)
     if "--record" in options:
         record(DOCUMENT, text)

@@ -37,9 +37,9 @@ def table(rows):
 class Goals:
     """Each is a figure and its limit."""
 
-    def __init__(self, rows):
+    def __init__(self, rows, title="what it should be"):
         self.rows = rows
-        self.lines = ["| what it should be | at most | is | |", "| --- | ---: | ---: | --- |"]
+        self.lines = [f"| {title} | at most | is | |", "| --- | ---: | ---: | --- |"]
 
     def ours(self, what):
         return next(row for row in self.rows if row.what == what and row.who == OURS)
