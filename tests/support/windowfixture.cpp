@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
@@ -49,6 +50,15 @@ void clickCell(QAbstractItemView *view, int row, int column)
     const QModelIndex index = view->model()->index(row, column, view->rootIndex());
     view->scrollTo(index);
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(index).center());
+}
+
+QStringList listTexts(const QWidget &window, const char *list)
+{
+    QStringList texts;
+    const auto *widget = child<QListWidget>(window, list);
+    for (int row = 0; row < widget->count(); ++row)
+        texts.append(widget->item(row)->text());
+    return texts;
 }
 
 void type(QWidget *widget, const QString &text)

@@ -4,6 +4,7 @@
 
 #include <QModelIndex>
 #include <QSettings>
+#include <QStringList>
 #include <QWidget>
 #include <QtTest>
 
@@ -36,6 +37,9 @@ void click(const QWidget &window, const char *button);
 void clickTool(const QWidget &window, const char *action); ///< in the tool bar
 void showTab(const QWidget &window, const char *page);
 void clickCell(QAbstractItemView *view, int row, int column = 0);
+
+/// What stands in a list, from its first row to its last.
+QStringList listTexts(const QWidget &window, const char *list);
 
 /// Key by key, where the cursor stands.
 void type(QWidget *widget, const QString &text);
