@@ -1,17 +1,14 @@
 #include "io/history.h"
 
-#include "dialoganswers.h"
+#include "folder.h"
+#include "historyfiles.h"
 #include "io/replacefile.h"
 #include "scratchhome.h"
-#include "ui/mainwindow.h"
-#include "windowfixture.h"
 
-#include <QDirIterator>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
 #include <QProcess>
-#include <QTableWidget>
+
+#include <array>
+#include <memory>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
@@ -25,75 +22,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-const QByteArray OLD = HEADER + "{\"en\":\"Old\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
-const QByteArray NEW_APP = "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
-const QByteArray TEXT = "<p>text</p>";
-
-const QRegularExpression NO_HISTORY(u"^No history of "_s);
-
-struct Version
-{
-    QString name;
-    QByteArray content;
-};
-
-QString origin(const QString &file)
-{
-    QDirIterator origins(historyFolder(), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
-    while (origins.hasNext()) {
-        QFile found(origins.next());
-        if (found.open(QIODevice::ReadOnly) && found.readAll() == file.toUtf8() + '\n')
-            return found.fileName();
-    }
-    return {};
-}
-
-/// Newest first.
-QStringList names(const QString &file)
-{
-    const QString found = origin(file);
-    if (found.isEmpty())
-        return {};
-    QStringList entries = QFileInfo(found).dir().entryList(QDir::Files | QDir::Hidden, QDir::Name | QDir::Reversed);
-    entries.removeOne(u"origin.txt"_s);
-    return entries;
-}
-
-QString versionPath(const QString &file, const QString &name)
-{
-    return QFileInfo(origin(file)).path() + u'/' + name;
-}
-
-QList<Version> versions(const QString &path)
-{
-    QList<Version> all;
-    const QStringList found = names(path);
-    for (const QString &name : found) {
-        QFile file(versionPath(path, name));
-        if (!file.open(QIODevice::ReadOnly))
-            qFatal("Cannot read %s", qPrintable(name));
-        all.append({name, file.readAll()});
-    }
-    return all;
-}
-
-QList<QByteArray> contents(const QString &file)
-{
-    QList<QByteArray> all;
-    for (const Version &version : versions(file))
-        all.append(version.content);
-    return all;
-}
-
-qsizetype filesInHistory()
-{
-    qsizetype count = 0;
-    for (QDirIterator files(historyFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); files.hasNext();
-         files.next())
-        ++count;
-    return count;
-}
 
 /// A file of a size that takes no room on the disk.
 void makeSparse(const QString &path, qint64 size)
@@ -150,21 +78,6 @@ private slots:
     void init();
     void cleanup();
 
-    void catalogueThatDoesNotOpenIsSavedOver();
-    void lookingAtADescription_data();
-    void lookingAtADescription();
-    void newDescriptionOverAnExistingFile();
-    void newDescriptionOverTheOpenFile();
-    void closingWithNo();
-    void closingWithYesThatFails();
-    void closingWithADescriptionUnsaved();
-    void newOrOpenProject_data();
-    void newOrOpenProject();
-    void cancelledClosingKeepsNothing();
-    void sameBytesKeepNothing();
-    void twoWindows();
-    void windowSaysNothingWithoutAHistory();
-
     void names_data();
     void names();
     void oneHistoryThroughLinks();
@@ -190,14 +103,9 @@ private slots:
     void processesReplaceAtOnce();
 
 private:
-    void open();
-    void openDescription();
     [[nodiscard]] QString file() const { return folder->path(u"file.txt"_s); }
 
     std::unique_ptr<Folder> folder;
-    std::unique_ptr<DialogAnswers> dialogs;
-    std::unique_ptr<MainWindow> window;
-    QString csv;
     QByteArray dataHome;
 };
 
@@ -208,239 +116,15 @@ void TestHistory::initTestCase()
 
 void TestHistory::init()
 {
-    clearSettings();
     QDir(historyFolder()).removeRecursively();
     QVERIFY(!QFileInfo::exists(historyFolder()));
     folder = std::make_unique<Folder>();
-    dialogs = std::make_unique<DialogAnswers>();
-    csv = folder->path(u"project/Apps.csv"_s);
 }
 
 void TestHistory::cleanup()
 {
     qputenv("XDG_DATA_HOME", dataHome);
-    const bool answered = dialogs->allAnswered();
-    window.reset();
-    dialogs.reset();
     folder.reset();
-    QVERIFY(answered);
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
-}
-
-void TestHistory::open()
-{
-    if (!QFileInfo::exists(csv))
-        folder->write(u"project/Apps.csv"_s, OLD);
-    if (!folder->exists(u"project/en.html"_s))
-        folder->write(u"project/en.html"_s, TEXT);
-    storeProject(csv);
-    window = openWindow<MainWindow>();
-}
-
-void TestHistory::openDescription()
-{
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-}
-
-void TestHistory::catalogueThatDoesNotOpenIsSavedOver()
-{
-    open();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    retype(*window, "appName1_1", u"Old; and new"_s);
-    click(*window, "applyButton");
-    clickTool(*window, "actionSave");
-    QVERIFY(window->close());
-    const QByteArray broken =
-        HEADER + "{\"en\":\"Old; and new\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
-    QCOMPARE(folder->read(u"project/Apps.csv"_s), broken);
-
-    dialogs->press(QMessageBox::Ok);
-    open();
-    QCOMPARE(dialogs->shown.constLast().text, u"Error loading <b>Apps.csv</b> settings"_s);
-    clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
-    QCOMPARE(contents(csv), (QList<QByteArray>{broken, OLD}));
-    QVERIFY(::names(csv).constFirst().endsWith(u"-replaced-Apps.csv"_s));
-}
-
-void TestHistory::lookingAtADescription_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QByteArray>("rewritten");
-    QTest::newRow("no UTF-8") << QByteArray("<p>\xe9t\xe9</p>") << QByteArray("<p>\xef\xbf\xbdt\xef\xbf\xbd</p>");
-    QTest::newRow("other line ends") << QByteArray("<p>a</p>\r\n<p>b</p>\r\n") << QByteArray("<p>a</p>\n<p>b</p>\n");
-}
-
-void TestHistory::lookingAtADescription()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QByteArray, rewritten);
-    folder->write(u"project/en.html"_s, bytes);
-    folder->write(u"project/de.html"_s, TEXT);
-    folder->write(u"project/Apps.csv"_s,
-                  HEADER + "{\"en\":\"Old\"};A;;;;{\"de\":\"de.html\",\"en\":\"en.html\"};;;0.00\n");
-    open();
-    openDescription();
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
-    QCOMPARE(filesInHistory(), 0);
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    QCOMPARE(folder->read(u"project/en.html"_s), rewritten);
-    QCOMPARE(contents(folder->path(u"project/en.html"_s)), QList<QByteArray>{bytes});
-    QVERIFY(contents(folder->path(u"project/de.html"_s)).isEmpty());
-}
-
-void TestHistory::newDescriptionOverAnExistingFile()
-{
-    open();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    folder->write(u"project/it.html"_s, "work of days");
-    dialogs->enterText(u"it"_s);
-    dialogs->chooseFile(folder->path(u"project/it.html"_s));
-    dialogs->press(QMessageBox::Yes);
-    click(*window, "btnNewDescription");
-    QVERIFY(folder->read(u"project/it.html"_s).startsWith("<!DOCTYPE html>"));
-    QCOMPARE(contents(folder->path(u"project/it.html"_s)), QList<QByteArray>{"work of days"});
-}
-
-void TestHistory::newDescriptionOverTheOpenFile()
-{
-    open();
-    openDescription();
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
-    dialogs->enterText(u"it"_s);
-    dialogs->chooseFile(folder->path(u"project/en.html"_s));
-    dialogs->press(QMessageBox::Yes);
-    click(*window, "btnNewDescription");
-    QVERIFY(folder->read(u"project/en.html"_s).startsWith("<!DOCTYPE html>"));
-    QCOMPARE(contents(folder->path(u"project/en.html"_s)), (QList<QByteArray>{"typed" + TEXT, TEXT}));
-}
-
-void TestHistory::closingWithNo()
-{
-    open();
-    click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::No);
-    QVERIFY(window->close());
-    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD);
-    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
-    QVERIFY(::names(csv).constFirst().endsWith(u"-unsaved-Apps.csv"_s));
-}
-
-void TestHistory::closingWithYesThatFails()
-{
-    open();
-    click(*window, "btnNewApp");
-    QVERIFY(QFile::remove(csv));
-    folder->makeFolder(u"project/Apps.csv"_s);
-    dialogs->press(QMessageBox::Yes);
-    dialogs->press(QMessageBox::Ok);
-    QVERIFY(window->close());
-    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
-}
-
-void TestHistory::closingWithADescriptionUnsaved()
-{
-    open();
-    openDescription();
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
-    QVERIFY(window->close());
-    QVERIFY(dialogs->shown.isEmpty());
-    QCOMPARE(folder->read(u"project/en.html"_s), TEXT);
-    QCOMPARE(contents(folder->path(u"project/en.html"_s)), QList<QByteArray>{"typed" + TEXT});
-    QVERIFY(::names(folder->path(u"project/en.html"_s)).constFirst().endsWith(u"-unsaved-en.html"_s));
-    QVERIFY(contents(csv).isEmpty());
-}
-
-void TestHistory::newOrOpenProject_data()
-{
-    QTest::addColumn<QString>("action");
-    QTest::newRow("new") << u"actionNew_project"_s;
-    QTest::newRow("open") << u"actionOpen_project"_s;
-}
-
-void TestHistory::newOrOpenProject()
-{
-    QFETCH(QString, action);
-    open();
-    click(*window, "btnNewApp");
-    dialogs->cancel();
-    clickTool(*window, qPrintable(action));
-    QVERIFY(contents(csv).isEmpty());
-
-    folder->write(u"other/Apps.csv"_s, HEADER);
-    dialogs->chooseFile(folder->path(u"other/Apps.csv"_s));
-    if (action == u"actionNew_project")
-        dialogs->press(QMessageBox::Yes);
-    clickTool(*window, qPrintable(action));
-    QVERIFY(child<QListWidget>(*window, "listApps")->count() == 0);
-    QCOMPARE(contents(csv), QList<QByteArray>{OLD + NEW_APP});
-    QVERIFY(contents(folder->path(u"other/Apps.csv"_s)).isEmpty());
-}
-
-void TestHistory::cancelledClosingKeepsNothing()
-{
-    open();
-    openDescription();
-    click(*window, "btnNewApp");
-    dialogs->press(QMessageBox::Cancel);
-    QVERIFY(!window->close());
-    QCOMPARE(filesInHistory(), 0);
-
-    // What is kept at the real end is kept once.
-    dialogs->press(QMessageBox::No);
-    QVERIFY(window->close());
-    QCOMPARE(contents(csv).size(), 1);
-}
-
-void TestHistory::sameBytesKeepNothing()
-{
-    open();
-    openDescription();
-    clickTool(*window, "actionSave");
-    clickTool(*window, "actionSave");
-    click(*window, "btnNewApp");
-    click(*window, "btnDeleteApp");
-    dialogs->press(QMessageBox::No);
-    QVERIFY(window->close());
-    QCOMPARE(filesInHistory(), 0);
-
-    keepUnsaved(csv, OLD);
-    keepReplaced(csv, OLD);
-    keepReplaced(folder->path(u"project/new.html"_s), TEXT);
-    QCOMPARE(filesInHistory(), 0);
-}
-
-void TestHistory::twoWindows()
-{
-    open();
-    const std::unique_ptr<MainWindow> first = std::move(window);
-    open();
-    click(*window, "btnNewApp");
-    click(*window, "btnNewApp");
-    clickTool(*window, "actionSave");
-    first->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(first.get()));
-    click(*first, "btnNewApp");
-    clickTool(*first, "actionSave");
-    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
-    QCOMPARE(contents(csv), (QList<QByteArray>{OLD + NEW_APP + NEW_APP, OLD}));
-}
-
-void TestHistory::windowSaysNothingWithoutAHistory()
-{
-    folder->write(u"data"_s, "no folder");
-    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
-    open();
-    click(*window, "btnNewApp");
-    QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
-    clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
-    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
-    QVERIFY(window->close());
-    QVERIFY(dialogs->shown.isEmpty());
 }
 
 void TestHistory::names_data()
@@ -490,7 +174,7 @@ void TestHistory::oneHistoryThroughLinks()
     const QStringList paths{u"link.txt"_s, u"alias/file.txt"_s, u"real/../real/./file.txt"_s, u"real/file.txt"_s};
     for (const QString &path : paths)
         QVERIFY(replaceFile(folder->path(path), path.toUtf8(), LineEnds::AsGiven));
-    QCOMPARE(contents(folder->path(u"real/file.txt"_s)),
+    QCOMPARE(keptContents(folder->path(u"real/file.txt"_s)),
              (QList<QByteArray>{paths.at(2).toUtf8(), paths.at(1).toUtf8(), paths.at(0).toUtf8(), "1"}));
     QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
 }
@@ -502,17 +186,17 @@ void TestHistory::oneHistoryBeforeTheFileExists()
     keepUnsaved(folder->path(u"alias/file.txt"_s), "never saved");
     folder->write(u"real/file.txt"_s, "saved");
     keepUnsaved(folder->path(u"alias/file.txt"_s), "then this");
-    QCOMPARE(contents(folder->path(u"real/file.txt"_s)), (QList<QByteArray>{"then this", "never saved"}));
+    QCOMPARE(keptContents(folder->path(u"real/file.txt"_s)), (QList<QByteArray>{"then this", "never saved"}));
 }
 
 void TestHistory::emptyOriginIsFilled()
 {
     keepUnsaved(file(), "1");
-    QFile empty(origin(file()));
+    QFile empty(originPath(file()));
     QVERIFY(empty.resize(0));
-    QVERIFY(origin(file()).isEmpty());
+    QVERIFY(originPath(file()).isEmpty());
     keepUnsaved(file(), "2");
-    QCOMPARE(contents(file()), (QList<QByteArray>{"2", "1"}));
+    QCOMPARE(keptContents(file()), (QList<QByteArray>{"2", "1"}));
 }
 
 void TestHistory::permissions_data()
@@ -531,10 +215,10 @@ void TestHistory::permissions()
     keepUnsaved(file(), "secret");
     ::umask(before);
     QCOMPARE(mode(historyFolder()), mode_t(0700));
-    QCOMPARE(mode(QFileInfo(origin(file())).path()), mode_t(0700));
-    QCOMPARE(mode(origin(file())), mode_t(0600));
-    QCOMPARE(::names(file()).size(), 1);
-    QCOMPARE(mode(versionPath(file(), ::names(file()).constFirst())), mode_t(0600));
+    QCOMPARE(mode(QFileInfo(originPath(file())).path()), mode_t(0700));
+    QCOMPARE(mode(originPath(file())), mode_t(0600));
+    QCOMPARE(versionNames(file()).size(), 1);
+    QCOMPARE(mode(versionPath(file(), versionNames(file()).constFirst())), mode_t(0600));
 #else
     QSKIP("Masks of permissions are of Unix");
 #endif
@@ -548,12 +232,12 @@ void TestHistory::newestFifty()
     for (int i = 0; i < 53; ++i) {
         keepUnsaved(file(), QByteArray::number(i));
         if (i == 49)
-            QCOMPARE(contents(file()).size(), 50);
+            QCOMPARE(keptContents(file()).size(), 50);
         if (i >= 3)
             expected.prepend(QByteArray::number(i));
     }
-    QCOMPARE(contents(file()), expected);
-    QCOMPARE(contents(other), QList<QByteArray>{"of another file"});
+    QCOMPARE(keptContents(file()), expected);
+    QCOMPARE(keptContents(other), QList<QByteArray>{"of another file"});
 }
 
 void TestHistory::clockThatWasAhead()
@@ -562,9 +246,9 @@ void TestHistory::clockThatWasAhead()
     for (int i = 0; i < 50; ++i)
         makeSparse(versionPath(file(), nameOf(QDate(2099, 1, 1).addDays(i))), 1);
     keepUnsaved(file(), "after");
-    QVERIFY(contents(file()).contains("before"));
-    QVERIFY(contents(file()).contains("after"));
-    QCOMPARE(contents(file()).size(), 50);
+    QVERIFY(keptContents(file()).contains("before"));
+    QVERIFY(keptContents(file()).contains("after"));
+    QCOMPARE(keptContents(file()).size(), 50);
     QVERIFY(!QFile::exists(versionPath(file(), nameOf(QDate(2099, 1, 1)))));
     QVERIFY(QFile::exists(versionPath(file(), nameOf(QDate(2099, 1, 3)))));
 }
@@ -581,9 +265,9 @@ void TestHistory::noneOlderThanAYear()
     makeSparse(versionPath(file(), young), 1);
     makeSparse(versionPath(other, ancient), 1);
     keepUnsaved(file(), "later");
-    QCOMPARE(::names(file()).size(), 3);
-    QCOMPARE(::names(file()).constLast(), young);
-    QCOMPARE(contents(other), QList<QByteArray>{"now"});
+    QCOMPARE(versionNames(file()).size(), 3);
+    QCOMPARE(versionNames(file()).constLast(), young);
+    QCOMPARE(keptContents(other), QList<QByteArray>{"now"});
 }
 
 void TestHistory::atMostTwoHundredMegabytes()
@@ -600,19 +284,19 @@ void TestHistory::atMostTwoHundredMegabytes()
 
     // Exactly the bound.
     keepUnsaved(file(), QByteArray(100, 'x'));
-    QCOMPARE(::names(file()).size(), 4);
-    QCOMPARE(::names(other).size(), 2);
-    QCOMPARE(::names(file()).constLast(), oldest);
+    QCOMPARE(versionNames(file()).size(), 4);
+    QCOMPARE(versionNames(other).size(), 2);
+    QCOMPARE(versionNames(file()).constLast(), oldest);
 
     keepUnsaved(other, "x");
-    QCOMPARE(::names(file()).size(), 3);
-    QCOMPARE(::names(file()).constLast(), newest);
-    QCOMPARE(::names(other).size(), 3);
-    QCOMPARE(::names(other).constLast(), middle);
+    QCOMPARE(versionNames(file()).size(), 3);
+    QCOMPARE(versionNames(file()).constLast(), newest);
+    QCOMPARE(versionNames(other).size(), 3);
+    QCOMPARE(versionNames(other).constLast(), middle);
 
     keepUnsaved(other, "yz");
-    QCOMPARE(::names(file()).constLast(), newest);
-    QCOMPARE(contents(other), (QList<QByteArray>{"yz", "x", QByteArray(400, 'x')}));
+    QCOMPARE(versionNames(file()).constLast(), newest);
+    QCOMPARE(keptContents(other), (QList<QByteArray>{"yz", "x", QByteArray(400, 'x')}));
 }
 
 void TestHistory::oneFileOfMoreIsNotKept()
@@ -620,8 +304,8 @@ void TestHistory::oneFileOfMoreIsNotKept()
     keepUnsaved(file(), "small");
     makeSparse(folder->path(u"large.txt"_s), 200'000'001);
     keepReplaced(folder->path(u"large.txt"_s), "new");
-    QCOMPARE(contents(file()), QList<QByteArray>{"small"});
-    QVERIFY(origin(folder->path(u"large.txt"_s)).isEmpty());
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"small"});
+    QVERIFY(originPath(folder->path(u"large.txt"_s)).isEmpty());
 }
 
 void TestHistory::otherFilesInTheFolderStay()
@@ -633,7 +317,7 @@ void TestHistory::otherFilesInTheFolderStay()
     keepUnsaved(file(), "later");
     for (const QString &other : others)
         QVERIFY2(QFileInfo::exists(versionPath(file(), other)), qPrintable(other));
-    QCOMPARE(::names(file()).size(), others.size() + 2);
+    QCOMPARE(versionNames(file()).size(), others.size() + 2);
 }
 
 void TestHistory::foldersWithoutVersionsGo()
@@ -642,18 +326,18 @@ void TestHistory::foldersWithoutVersionsGo()
     const QString noted = folder->path(u"noted.txt"_s);
     for (const QString &path : {over, noted}) {
         keepUnsaved(path, "new");
-        const QString version = versionPath(path, ::names(path).constFirst());
+        const QString version = versionPath(path, versionNames(path).constFirst());
         QVERIFY(QFile::rename(version, versionPath(path, nameOf(today().addDays(-366)))));
     }
     makeSparse(versionPath(noted, u"notes.txt"_s), 1);
     keepUnsaved(file(), "now");
-    QVERIFY(origin(over).isEmpty());
-    QCOMPARE(::names(noted), QStringList{u"notes.txt"_s});
+    QVERIFY(originPath(over).isEmpty());
+    QCOMPARE(versionNames(noted), QStringList{u"notes.txt"_s});
     QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
 
     keepUnsaved(over, "again");
-    QCOMPARE(contents(over), QList<QByteArray>{"again"});
-    QCOMPARE(contents(file()), QList<QByteArray>{"now"});
+    QCOMPARE(keptContents(over), QList<QByteArray>{"again"});
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"now"});
 }
 
 void TestHistory::dataFolderThatFails_data()
@@ -713,7 +397,7 @@ void TestHistory::fullDataFolder()
         QVERIFY(replaceFile(file(), "new", LineEnds::AsGiven));
     }
     QCOMPARE(folder->read(u"file.txt"_s), QByteArray("new"));
-    QCOMPARE(contents(file()), QList<QByteArray>{"before"});
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"before"});
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
 #else
     QSKIP("File-size limits are of Unix");
@@ -740,7 +424,7 @@ void TestHistory::processesKeepAtOnce()
             for (int k = 0; k < times * TEXTS; ++k)
                 expected.insert(u"%1 %2\n"_s.arg(i).arg(k).toUtf8().repeated(5000));
         }
-        const QList<QByteArray> found = contents(file());
+        const QList<QByteArray> found = keptContents(file());
         const QSet<QByteArray> distinct(found.begin(), found.end());
         QCOMPARE(found.size(), times == 1 ? PROCESSES * TEXTS : 50);
         QCOMPARE(distinct.size(), found.size());
@@ -767,7 +451,7 @@ void TestHistory::processesReplaceAtOnce()
     }
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
     QVERIFY(whole.contains(folder->read(u"file.txt"_s)));
-    const QList<QByteArray> found = contents(file());
+    const QList<QByteArray> found = keptContents(file());
     // Each save keeps what it finds, and finds something else than it writes.
     QCOMPARE(found.size(), PROCESSES * TEXTS);
     QVERIFY(found.contains("first"));
@@ -775,5 +459,5 @@ void TestHistory::processesReplaceAtOnce()
         QVERIFY2(whole.contains(content), "A version is torn");
 }
 
-CATALIST_TEST_MAIN(TestHistory)
+CATALIST_CORE_TEST_MAIN(TestHistory)
 #include "tst_history.moc"

@@ -1,0 +1,283 @@
+#include "historyfiles.h"
+#include "io/history.h"
+#include "scratchhome.h"
+#include "windowtest.h"
+
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QScopeGuard>
+#include <QTableWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QByteArray OLD = HEADER + "{\"en\":\"Old\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
+const QByteArray NEW_APP = "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
+const QByteArray TEXT = "<p>text</p>";
+
+} // namespace
+
+class TestMainWindowHistory : public QObject, private WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void catalogueThatDoesNotOpenIsSavedOver();
+    void lookingAtADescription_data();
+    void lookingAtADescription();
+    void newDescriptionOverAnExistingFile();
+    void newDescriptionOverTheOpenFile();
+    void closingWithNo();
+    void closingWithYesThatFails();
+    void closingWithADescriptionUnsaved();
+    void newOrOpenProject_data();
+    void newOrOpenProject();
+    void cancelledClosingKeepsNothing();
+    void sameBytesKeepNothing();
+    void twoWindows();
+    void windowSaysNothingWithoutAHistory();
+
+private:
+    void open();
+    void openDescription();
+
+    QString csv;
+};
+
+void TestMainWindowHistory::init()
+{
+    begin();
+    QDir(historyFolder()).removeRecursively();
+    QVERIFY(!QFileInfo::exists(historyFolder()));
+    csv = folder->path(u"project/Apps.csv"_s);
+}
+
+void TestMainWindowHistory::cleanup()
+{
+    end();
+}
+
+void TestMainWindowHistory::open()
+{
+    if (!QFileInfo::exists(csv))
+        folder->write(u"project/Apps.csv"_s, OLD);
+    if (!folder->exists(u"project/en.html"_s))
+        folder->write(u"project/en.html"_s, TEXT);
+    storeProject(csv);
+    window = openWindow<MainWindow>();
+}
+
+void TestMainWindowHistory::openDescription()
+{
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+}
+
+void TestMainWindowHistory::catalogueThatDoesNotOpenIsSavedOver()
+{
+    open();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    retype(*window, "appName1_1", u"Old; and new"_s);
+    click(*window, "applyButton");
+    clickTool(*window, "actionSave");
+    QVERIFY(window->close());
+    const QByteArray broken =
+        HEADER + "{\"en\":\"Old; and new\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), broken);
+
+    answers->press(QMessageBox::Ok);
+    open();
+    QCOMPARE(answers->shown.constLast().text, u"Error loading <b>Apps.csv</b> settings"_s);
+    clickTool(*window, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
+    QCOMPARE(keptContents(csv), (QList<QByteArray>{broken, OLD}));
+    QVERIFY(versionNames(csv).constFirst().endsWith(u"-replaced-Apps.csv"_s));
+}
+
+void TestMainWindowHistory::lookingAtADescription_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("rewritten");
+    QTest::newRow("no UTF-8") << QByteArray("<p>\xe9t\xe9</p>") << QByteArray("<p>\xef\xbf\xbdt\xef\xbf\xbd</p>");
+    QTest::newRow("other line ends") << QByteArray("<p>a</p>\r\n<p>b</p>\r\n") << QByteArray("<p>a</p>\n<p>b</p>\n");
+}
+
+void TestMainWindowHistory::lookingAtADescription()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, rewritten);
+    folder->write(u"project/en.html"_s, bytes);
+    folder->write(u"project/de.html"_s, TEXT);
+    folder->write(u"project/Apps.csv"_s,
+                  HEADER + "{\"en\":\"Old\"};A;;;;{\"de\":\"de.html\",\"en\":\"en.html\"};;;0.00\n");
+    open();
+    openDescription();
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
+    QCOMPARE(countInHistory(), 0);
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    QCOMPARE(folder->read(u"project/en.html"_s), rewritten);
+    QCOMPARE(keptContents(folder->path(u"project/en.html"_s)), QList<QByteArray>{bytes});
+    QVERIFY(keptContents(folder->path(u"project/de.html"_s)).isEmpty());
+}
+
+void TestMainWindowHistory::newDescriptionOverAnExistingFile()
+{
+    open();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    folder->write(u"project/it.html"_s, "work of days");
+    answers->enterText(u"it"_s);
+    answers->chooseFile(folder->path(u"project/it.html"_s));
+    answers->press(QMessageBox::Yes);
+    click(*window, "btnNewDescription");
+    QVERIFY(folder->read(u"project/it.html"_s).startsWith("<!DOCTYPE html>"));
+    QCOMPARE(keptContents(folder->path(u"project/it.html"_s)), QList<QByteArray>{"work of days"});
+}
+
+void TestMainWindowHistory::newDescriptionOverTheOpenFile()
+{
+    open();
+    openDescription();
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
+    answers->enterText(u"it"_s);
+    answers->chooseFile(folder->path(u"project/en.html"_s));
+    answers->press(QMessageBox::Yes);
+    click(*window, "btnNewDescription");
+    QVERIFY(folder->read(u"project/en.html"_s).startsWith("<!DOCTYPE html>"));
+    QCOMPARE(keptContents(folder->path(u"project/en.html"_s)), (QList<QByteArray>{"typed" + TEXT, TEXT}));
+}
+
+void TestMainWindowHistory::closingWithNo()
+{
+    open();
+    click(*window, "btnNewApp");
+    answers->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD);
+    QCOMPARE(keptContents(csv), QList<QByteArray>{OLD + NEW_APP});
+    QVERIFY(versionNames(csv).constFirst().endsWith(u"-unsaved-Apps.csv"_s));
+}
+
+void TestMainWindowHistory::closingWithYesThatFails()
+{
+    open();
+    click(*window, "btnNewApp");
+    QVERIFY(QFile::remove(csv));
+    folder->makeFolder(u"project/Apps.csv"_s);
+    answers->press(QMessageBox::Yes);
+    answers->press(QMessageBox::Ok);
+    QVERIFY(window->close());
+    QCOMPARE(keptContents(csv), QList<QByteArray>{OLD + NEW_APP});
+}
+
+void TestMainWindowHistory::closingWithADescriptionUnsaved()
+{
+    open();
+    openDescription();
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
+    QVERIFY(window->close());
+    QVERIFY(answers->shown.isEmpty());
+    QCOMPARE(folder->read(u"project/en.html"_s), TEXT);
+    QCOMPARE(keptContents(folder->path(u"project/en.html"_s)), QList<QByteArray>{"typed" + TEXT});
+    QVERIFY(versionNames(folder->path(u"project/en.html"_s)).constFirst().endsWith(u"-unsaved-en.html"_s));
+    QVERIFY(keptContents(csv).isEmpty());
+}
+
+void TestMainWindowHistory::newOrOpenProject_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::newRow("new") << u"actionNew_project"_s;
+    QTest::newRow("open") << u"actionOpen_project"_s;
+}
+
+void TestMainWindowHistory::newOrOpenProject()
+{
+    QFETCH(QString, action);
+    open();
+    click(*window, "btnNewApp");
+    answers->cancel();
+    clickTool(*window, qPrintable(action));
+    QVERIFY(keptContents(csv).isEmpty());
+
+    folder->write(u"other/Apps.csv"_s, HEADER);
+    answers->chooseFile(folder->path(u"other/Apps.csv"_s));
+    if (action == u"actionNew_project")
+        answers->press(QMessageBox::Yes);
+    clickTool(*window, qPrintable(action));
+    QVERIFY(child<QListWidget>(*window, "listApps")->count() == 0);
+    QCOMPARE(keptContents(csv), QList<QByteArray>{OLD + NEW_APP});
+    QVERIFY(keptContents(folder->path(u"other/Apps.csv"_s)).isEmpty());
+}
+
+void TestMainWindowHistory::cancelledClosingKeepsNothing()
+{
+    open();
+    openDescription();
+    click(*window, "btnNewApp");
+    answers->press(QMessageBox::Cancel);
+    QVERIFY(!window->close());
+    QCOMPARE(countInHistory(), 0);
+
+    // What is kept at the real end is kept once.
+    answers->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(keptContents(csv).size(), 1);
+}
+
+void TestMainWindowHistory::sameBytesKeepNothing()
+{
+    open();
+    openDescription();
+    clickTool(*window, "actionSave");
+    clickTool(*window, "actionSave");
+    click(*window, "btnNewApp");
+    click(*window, "btnDeleteApp");
+    answers->press(QMessageBox::No);
+    QVERIFY(window->close());
+    QCOMPARE(countInHistory(), 0);
+
+    keepUnsaved(csv, OLD);
+    keepReplaced(csv, OLD);
+    keepReplaced(folder->path(u"project/new.html"_s), TEXT);
+    QCOMPARE(countInHistory(), 0);
+}
+
+void TestMainWindowHistory::twoWindows()
+{
+    open();
+    const std::unique_ptr<MainWindow> first = std::move(window);
+    open();
+    click(*window, "btnNewApp");
+    click(*window, "btnNewApp");
+    clickTool(*window, "actionSave");
+    first->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(first.get()));
+    click(*first, "btnNewApp");
+    clickTool(*first, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
+    QCOMPARE(keptContents(csv), (QList<QByteArray>{OLD + NEW_APP + NEW_APP, OLD}));
+}
+
+void TestMainWindowHistory::windowSaysNothingWithoutAHistory()
+{
+    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
+    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
+    folder->write(u"data"_s, "no folder");
+    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
+    open();
+    click(*window, "btnNewApp");
+    QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
+    clickTool(*window, "actionSave");
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+    QVERIFY(window->close());
+    QVERIFY(answers->shown.isEmpty());
+}
+
+CATALIST_TEST_MAIN(TestMainWindowHistory)
+#include "tst_mainwindow_history.moc"
