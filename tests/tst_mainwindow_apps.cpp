@@ -1,0 +1,284 @@
+#include "appstest.h"
+#include "scratchhome.h"
+
+#include <QDateEdit>
+#include <QListWidget>
+#include <QTabWidget>
+#include <QTableWidget>
+
+using namespace Qt::StringLiterals;
+
+class TestMainWindowApps : public QObject, private AppsTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void nothingIsShownBeforeAnAppIsSelected();
+    void listShowsTheEnglishNames();
+    void listIsFollowedByMouseAndKeyboard();
+
+    void unappliedEditsAreDiscarded_data();
+    void unappliedEditsAreDiscarded();
+    void clickOnTheCurrentAppChangesNothing();
+
+    void newApp();
+    void newAppInAnEmptyProject();
+    void deleteApp_data();
+    void deleteApp();
+    void deleteWithoutAnApp();
+
+    void indexPastTheEndShowsAnEmptyRecord();
+    void indexPastTheEndStoresNothing_data();
+    void indexPastTheEndStoresNothing();
+    void deletePastTheEndRemovesNothing();
+
+private:
+    void openShorterProject();
+};
+
+void TestMainWindowApps::init()
+{
+    begin();
+}
+
+void TestMainWindowApps::cleanup()
+{
+    end();
+}
+
+void TestMainWindowApps::openShorterProject()
+{
+    folder->write(u"short/Apps.csv"_s, HEADER + TWO_APPS);
+    folder->write(u"short/x.html"_s, "x");
+    open(FIVE_APPS, 4);
+    answers->chooseFile(folder->path(u"short/Apps.csv"_s));
+    clickTool(*window, "actionOpen_project");
+}
+
+void TestMainWindowApps::nothingIsShownBeforeAnAppIsSelected()
+{
+    open(TWO_APPS, -1);
+    QVERIFY(!isEnabled("tabWidget"));
+    QCOMPARE(child<QTabWidget>(*window, "tabWidget")->currentIndex(), 0);
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
+    for (const char *field : {"appName1_1", "appName1_2", "appName1_3", "appName1_4", "author", "version", "icon"})
+        QCOMPARE(text(field), QString());
+    QCOMPARE(text("minTxVersion"), u"0.00"_s);
+    QCOMPARE(checkedBoxes(), QStringList());
+    QCOMPARE(child<QDateEdit>(*window, "publicationDate")->date(), QDate(2000, 1, 1));
+
+    selectApp(1);
+    QVERIFY(isEnabled("tabWidget"));
+}
+
+void TestMainWindowApps::listShowsTheEnglishNames()
+{
+    const QByteArray apps = R"({"en":"Clock"};;;674;;{};;;0.00
+{"de":"Lampe","fr":"Lampe de poche"};;;674;;{};;;0.00
+{};;;674;;{};;;0.00
+{"EN":"Shout"};;;674;;{};;;0.00
+{"cz":"Žárovka","en":"Bulb Ž"};;;674;;{};;;0.00
+)";
+    open(apps);
+    QCOMPARE(listedApps(), QStringList({u"Clock"_s, {}, {}, {}, u"Bulb Ž"_s}));
+    QCOMPARE(saved(), apps);
+}
+
+void TestMainWindowApps::listIsFollowedByMouseAndKeyboard()
+{
+    open(FIVE_APPS, 2);
+    QCOMPARE(text("author"), u"a3"_s);
+    QTest::keyClick(child<QListWidget>(*window, "listApps"), Qt::Key_Down);
+    QCOMPARE(text("author"), u"a4"_s);
+    selectApp(0);
+    QCOMPARE(text("author"), u"a1"_s);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+}
+
+void TestMainWindowApps::unappliedEditsAreDiscarded_data()
+{
+    QTest::addColumn<QString>("by");
+    QTest::addColumn<int>("row");
+    QTest::newRow("another app and back") << u"select"_s << 1;
+    QTest::newRow("a new app") << u"btnNewApp"_s << 1;
+    QTest::newRow("a deleted app") << u"btnDeleteApp"_s << 1;
+    QTest::newRow("a deleted file") << u"btnDeleteFile"_s << 1;
+}
+
+void TestMainWindowApps::unappliedEditsAreDiscarded()
+{
+    QFETCH(const QString, by);
+    QFETCH(const int, row);
+    open(FIVE_APPS, row);
+    retype(*window, "author", u"typed"_s);
+    retype(*window, "appName1_1", u"typed"_s);
+    click(*window, "vl3Compatible");
+    click(*window, "check1_2");
+
+    if (by == "select"_L1)
+        selectApp(0);
+    else
+        click(*window, by.toLatin1().constData());
+    selectApp(by == "btnDeleteApp"_L1 ? 0 : row);
+
+    QCOMPARE(text("author"), by == "btnDeleteApp"_L1 ? u"a1"_s : u"a2"_s);
+    QCOMPARE(checkedBoxes(), QStringList(u"KR-7"_s));
+    QVERIFY(!isChecked("check1_2"));
+    QVERIFY(!saved().contains("typed"));
+    QVERIFY(!listedApps().contains(u"typed"_s));
+}
+
+void TestMainWindowApps::clickOnTheCurrentAppChangesNothing()
+{
+    open(FIVE_APPS, 1);
+    retype(*window, "author", u"typed"_s);
+    const QSignalSpy clicked(child<QListWidget>(*window, "listApps"), &QListWidget::itemClicked);
+    selectApp(1);
+    QCOMPARE(clicked.size(), 1);
+    QCOMPARE(text("author"), u"typed"_s);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+}
+
+void TestMainWindowApps::newApp()
+{
+    open(TWO_APPS);
+    click(*window, "btnNewApp");
+    QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s, u"[New App]"_s}));
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), 2);
+    QCOMPARE(text("appName1_1"), u"[New App]"_s);
+    QCOMPARE(text("author"), QString());
+    QCOMPARE(checkedBoxes(), QStringList());
+    QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
+    QCOMPARE(saved(), QByteArray(R"({"de":"Uhr","en":"Clock"};Ann;1.2;674,3859;05-03-2024;{};main.lua;img/a.png;5.01
+{"en":"Lamp"};Bob;2.0;0;;{};;;0.00
+{"en":"[New App]"};;;;;{};;;0.00
+)"));
+}
+
+void TestMainWindowApps::newAppInAnEmptyProject()
+{
+    open({}, -1);
+    QVERIFY(!isEnabled("tabWidget"));
+    click(*window, "btnNewApp");
+    QVERIFY(isEnabled("tabWidget"));
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), 0);
+    click(*window, "applyButton");
+    QCOMPARE(saved(), QByteArray("{\"en\":\"[New App]\"};;;;01-01-2000;{};;;0.00\n"));
+}
+
+void TestMainWindowApps::deleteApp_data()
+{
+    QTest::addColumn<QByteArray>("apps");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QByteArray>("left");
+    QTest::addColumn<int>("current");
+    QTest::addColumn<QString>("shown");
+
+    const QByteArray one = "{\"en\":\"One\"};a1;1;674;01-01-2021;{};;;0.00\n";
+    const QByteArray two = "{\"en\":\"Two\"};a2;2;674;02-01-2021;{};;;0.00\n";
+    const QByteArray three = "{\"en\":\"Three\"};a3;3;674;03-01-2021;{};;;0.00\n";
+    QTest::newRow("first") << one + two + three << 0 << two + three << 0 << u"a2"_s;
+    QTest::newRow("middle") << one + two + three << 1 << one + three << 1 << u"a3"_s;
+    QTest::newRow("last") << one + two + three << 2 << one + two << 1 << u"a2"_s;
+    QTest::newRow("only") << one << 0 << QByteArray() << -1 << QString();
+}
+
+void TestMainWindowApps::deleteApp()
+{
+    QFETCH(const QByteArray, apps);
+    QFETCH(const int, row);
+    QFETCH(const QByteArray, left);
+    QFETCH(const int, current);
+    QFETCH(const QString, shown);
+    open(apps, row);
+    click(*window, "btnDeleteApp");
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), current);
+    QCOMPARE(text("author"), shown);
+    QCOMPARE(isEnabled("tabWidget"), current >= 0);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
+    QCOMPARE(folder->read(u"Apps.csv"_s), HEADER + apps);
+    QCOMPARE(saved(), left);
+}
+
+void TestMainWindowApps::deleteWithoutAnApp()
+{
+    open(FIVE_APPS, -1);
+    click(*window, "btnDeleteApp");
+    QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
+    QCOMPARE(listedApps().size(), qsizetype(5));
+    QCOMPARE(saved(), FIVE_APPS);
+}
+
+void TestMainWindowApps::indexPastTheEndShowsAnEmptyRecord()
+{
+    openShorterProject();
+    QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s}));
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
+    QVERIFY(isEnabled("tabWidget"));
+    for (const char *field : {"appName1_1", "author", "version", "icon"})
+        QCOMPARE(text(field), QString());
+    QCOMPARE(text("minTxVersion"), u"0.00"_s);
+    QCOMPARE(checkedBoxes(), QStringList());
+    QCOMPARE(child<QDateEdit>(*window, "publicationDate")->date(), QDate(2000, 1, 1));
+    QCOMPARE(child<QListWidget>(*window, "listAppFiles")->count(), 0);
+    QCOMPARE(child<QTableWidget>(*window, "tableWidget")->rowCount(), 0);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+}
+
+void TestMainWindowApps::indexPastTheEndStoresNothing_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::addColumn<QString>("button");
+    QTest::newRow("Apply") << u"tabGeneral"_s << u"applyButton"_s;
+    QTest::newRow("Add file") << u"tabAppFiles"_s << u"btnAddFile"_s;
+    QTest::newRow("Add folder") << u"tabAppFiles"_s << u"btnAddFolder"_s;
+    QTest::newRow("Delete file") << u"tabAppFiles"_s << u"btnDeleteFile"_s;
+    QTest::newRow("New description") << u"tabDescription"_s << u"btnNewDescription"_s;
+    QTest::newRow("Open description") << u"tabDescription"_s << u"btnOpenDescription"_s;
+    QTest::newRow("Delete description") << u"tabDescription"_s << u"btnDeleteDescription"_s;
+    QTest::newRow("Auto-save") << u"tabDescription"_s << u"btnAutosave"_s;
+}
+
+void TestMainWindowApps::indexPastTheEndStoresNothing()
+{
+    QFETCH(const QString, page);
+    QFETCH(const QString, button);
+    folder->makeFolder(u"short/lib"_s);
+    openShorterProject();
+    retype(*window, "author", u"typed"_s);
+    showTab(*window, page.toLatin1().constData());
+    if (button == "btnAddFile"_L1) {
+        answers->pickInProject(u"x.html"_s);
+    } else if (button == "btnAddFolder"_L1) {
+        answers->pickInProject(u"lib"_s);
+    }
+    // The description buttons do not even ask.
+    click(*window, button.toLatin1().constData());
+    QVERIFY(answers->allAnswered());
+
+    clickTool(*window, "actionSave");
+    QCOMPARE(folder->read(u"short/Apps.csv"_s),
+             HEADER + R"({"de":"Uhr","en":"Clock"};Ann;1.2;674,3859;05-03-2024;{};main.lua;img/a.png;5.01
+{"en":"Lamp"};Bob;2.0;0;;{};;;0.00
+)");
+    QCOMPARE(folder->read(u"Apps.csv"_s), HEADER + FIVE_APPS);
+    QCOMPARE(folder->read(u"short/x.html"_s), QByteArray("x"));
+    QCOMPARE(child<QListWidget>(*window, "listAppFiles")->count(), 0);
+    QCOMPARE(child<QTableWidget>(*window, "tableWidget")->rowCount(), 0);
+}
+
+void TestMainWindowApps::deletePastTheEndRemovesNothing()
+{
+    openShorterProject();
+    click(*window, "btnDeleteApp");
+    QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s}));
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), 1);
+    QCOMPARE(text("author"), u"Bob"_s);
+    QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
+}
+
+CATALIST_TEST_MAIN(TestMainWindowApps)
+#include "tst_mainwindow_apps.moc"
