@@ -1,111 +1,18 @@
-#include "faults.h"
-#include "folder.h"
+#include "faulttest.h"
 #include "scratchhome.h"
 
-#include <QDirIterator>
-#include <QProcess>
 #include <QtTest>
 
 #include <cerrno>
+#include <utility>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-const QByteArray HEADER = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n";
-const QByteArray OLD_PROJECT = HEADER + "{\"en\":\"The only copy\"};Old;1.0;674;05-03-2024;{};a.txt;;5.03\n";
-const QByteArray NEW_PROJECT =
-    HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n{\"en\":\"[New App]\"};New;;;;{};;;0.00\n";
-const QByteArray OLD_DESCRIPTION = "<p>old \xe9</p>\r\n";
-const QByteArray NEW_DESCRIPTION = "<p>new</p>\r\n<p>and longer</p>\n";
-
-constexpr QFile::Permissions EVERYTHING = QFile::Permissions(0x7777);
-constexpr QFile::Permissions OPEN_FILE = QFile::Permissions(0x6644);
-
-enum class Target {
-    New,
-    Existing,
-    BehindLink,
-    BehindDanglingLink,
-    ReadOnly,
-    InReadOnlyFolder,
-    WithLongName,
-};
-
-// Files without a name are linked in when they are whole; not every file system has them.
-enum class Staging {
-    Unnamed,
-    Named,
-};
-
-enum class History {
-    None,
-    Begun,
-    Full,
-    Outdated,
-};
-
-struct Trial
-{
-    int call;
-    QString name;
-    Fault fault;
-    int error;
-
-    [[nodiscard]] QString description() const
-    {
-        return u"call %1, %2, fault %3, errno %4"_s.arg(call).arg(name).arg(int(fault)).arg(error);
-    }
-};
-
-struct Answer
-{
-    bool killed = false;
-    bool saved = false;
-    bool modified = false;
-    QStringList calls;
-};
-
-const Trial NO_FAULT{0, {}, Fault::Count, 0};
-
-QList<Trial> trials(const QStringList &calls)
-{
-    // What has reached the disk once is not lost any more.
-    const auto flush =
-        std::find_if(calls.begin(), calls.end(), [](const QString &name) { return name.endsWith(u"sync"); });
-    const QStringList lasting{u"open64"_s,    u"read"_s,   u"write"_s,  u"fsync"_s,
-                              u"fdatasync"_s, u"linkat"_s, u"rename"_s, u"close"_s};
-    // A signal may interrupt these before they did anything.
-    const QStringList repeated{u"open64"_s, u"write"_s, u"fsync"_s};
-    QList<Trial> all;
-    for (int i = 0; i < calls.size(); ++i) {
-        const QString &name = calls.at(i);
-        all.append({i + 1, name, Fault::Kill, 0});
-        for (const int error : {ENOSPC, EIO, EACCES})
-            all.append({i + 1, name, Fault::Fail, error});
-        if (lasting.contains(name))
-            all.append({i + 1, name, Fault::KeepFailing, ENOSPC});
-        if (repeated.contains(name))
-            all.append({i + 1, name, Fault::Fail, EINTR});
-        if (name == u"mkdir")
-            all.append({i + 1, name, Fault::Forestalled, 0});
-        if (name == u"write") {
-            all.append({i + 1, name, Fault::CutShort, 0});
-            all.append({i + 1, name, Fault::KillHalfway, 0});
-        } else if (calls.begin() + i == flush) {
-            all.append({i + 1, name, Fault::Lose, EIO});
-        }
-    }
-    return all;
-}
-
-} // namespace
 
 Q_DECLARE_METATYPE(Target)
 Q_DECLARE_METATYPE(Staging)
 Q_DECLARE_METATYPE(History)
 
-class TestFaults : public QObject
+class TestFaults : public QObject, private FaultTest
 {
     Q_OBJECT
 
@@ -125,28 +32,10 @@ private slots:
     void everyCallOfAnExport();
 
 private:
-    void begin(bool isProject, Staging staging, Target target = Target::Existing, const QString &source = QString());
-    void beginExport();
-    void start(const QStringList &arguments, Staging staging);
-    void prepare(Target target);
-    void prepareHistory(History state);
-    Answer save(const QString &watched, const Trial &trial);
-    Answer saveAgain();
     QStringList shortfalls(Target target, const Trial &trial);
     QStringList historyShortfalls(History state, const Trial &trial);
     QStringList exportShortfalls(Target target, const Trial &trial);
-    Answer answer();
-    void removeAll(const QString &relative);
-    [[nodiscard]] QByteArray onDisk() const;
-    [[nodiscard]] QStringList leftovers() const;
-    [[nodiscard]] QList<QByteArray> kept() const;
 
-    std::unique_ptr<Folder> folder;
-    std::unique_ptr<QProcess> saver;
-    std::unique_ptr<OrdinaryUser> user;
-    QString path;
-    QByteArray oldContent;
-    QByteArray newContent;
     int tried = 0;
     int failed = 0;
     int killed = 0;
@@ -170,179 +59,12 @@ void TestFaults::cleanupTestCase()
 
 void TestFaults::init()
 {
-    folder = std::make_unique<Folder>();
+    begin();
 }
 
 void TestFaults::cleanup()
 {
-    if (saver) {
-        saver->closeWriteChannel();
-        QVERIFY(saver->waitForFinished());
-        QCOMPARE(saver->exitCode(), 0);
-    }
-    saver.reset();
-    user.reset();
-    folder.reset();
-}
-
-void TestFaults::begin(bool isProject, Staging staging, Target target, const QString &source)
-{
-    const QString prefix = target == Target::WithLongName ? QString(247, u'x') : QString();
-    path = folder->path(u"work/project/"_s + prefix + (isProject ? u"Apps.csv"_s : u"en.html"_s));
-    oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
-    newContent = isProject ? NEW_PROJECT : NEW_DESCRIPTION;
-    start({isProject ? u"project"_s : u"description"_s, path, source}, staging);
-}
-
-void TestFaults::beginExport()
-{
-    path = folder->path(u"work/project/Apps.json"_s);
-    // Longer than the new one, so that what is left of it shows.
-    oldContent = QByteArray(5000, 'x');
-    newContent.clear();
-    folder->write(u"catalogue/files/a.lua"_s, "abc");
-    folder->write(u"catalogue/files/b.lua"_s, "");
-    start({u"index"_s, path, folder->path(u"catalogue"_s)}, Staging::Unnamed);
-}
-
-void TestFaults::start(const QStringList &arguments, Staging staging)
-{
-#ifdef FAULTS
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"LD_PRELOAD"_s, QStringLiteral(FAULTS));
-    environment.insert(u"XDG_DATA_HOME"_s, folder->path(u"home"_s));
-    if (staging == Staging::Named)
-        environment.insert(u"NO_UNNAMED_FILES"_s, u"1"_s);
-    // The library stands before the sanitizer, and one that changed its user cannot look for leaks.
-    environment.insert(u"ASAN_OPTIONS"_s,
-                       environment.value(u"ASAN_OPTIONS"_s) + u":verify_asan_link_order=0:detect_leaks=0"_s);
-    saver = std::make_unique<QProcess>();
-    saver->setProcessEnvironment(environment);
-    saver->setProcessChannelMode(QProcess::SeparateChannels);
-    saver->start(QStringLiteral(FAULTY_SAVER), arguments);
-    if (!saver->waitForStarted())
-        qFatal("The saver did not start");
-#else
-    Q_UNUSED(arguments)
-    Q_UNUSED(staging)
-#endif
-    user = std::make_unique<OrdinaryUser>();
-}
-
-void TestFaults::removeAll(const QString &relative)
-{
-    if (folder->exists(relative) && !QDir(folder->path(relative)).removeRecursively())
-        qFatal("Cannot remove %s", qPrintable(relative));
-}
-
-void TestFaults::prepare(Target target)
-{
-    QFile::setPermissions(folder->path(u"work/project"_s), EVERYTHING);
-    removeAll(u"work"_s);
-    removeAll(u"home"_s);
-    folder->makeFolder(u"work/project"_s);
-    folder->makeFolder(u"work/real"_s);
-    folder->makeFolder(u"home"_s);
-    const QString relative = QDir(folder->path()).relativeFilePath(path);
-    if (target == Target::New)
-        return;
-    if (target == Target::BehindDanglingLink) {
-        folder->link(folder->path(u"work/real/file"_s), relative);
-        return;
-    }
-    if (target == Target::BehindLink) {
-        folder->write(u"work/real/file"_s, oldContent);
-        folder->link(folder->path(u"work/real/file"_s), relative);
-    } else {
-        folder->write(relative, oldContent);
-    }
-    const QFile::Permissions permissions = target == Target::ReadOnly ? QFile::Permissions(0x4444) : OPEN_FILE;
-    if (!QFile::setPermissions(path, permissions))
-        qFatal("Cannot set the permissions");
-    if (target == Target::InReadOnlyFolder
-        && !QFile::setPermissions(folder->path(u"work/project"_s), QFile::Permissions(0x5555)))
-        qFatal("Cannot close the folder");
-}
-
-void TestFaults::prepareHistory(History state)
-{
-    prepare(Target::Existing);
-    if (state == History::None)
-        return;
-    // A save without a fault makes the folders.
-    save(folder->path(u"nothing"_s), NO_FAULT);
-    saveAgain();
-    folder->write(QDir(folder->path()).relativeFilePath(path), oldContent);
-    if (state == History::Begun)
-        return;
-    if (state == History::Outdated) {
-        folder->write(u"home/Orva model/Catalist/history/other/origin.txt"_s, "other\n");
-        folder->write(u"home/Orva model/Catalist/history/other/20000101-000000-000-00-replaced-other"_s, oldContent);
-        return;
-    }
-    QDirIterator origin(folder->path(u"home"_s), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
-    if (!origin.hasNext())
-        qFatal("No history");
-    const QString ofFile = QDir(folder->path()).relativeFilePath(QFileInfo(origin.next()).path());
-    const QString day = QDate::currentDate().addDays(-10).toString(u"yyyyMMdd"_s);
-    for (int i = 0; i < 50; ++i)
-        folder->write(ofFile + u"/%1-000000-%2-00-replaced-Apps.csv"_s.arg(day).arg(i, 3, 10, '0'_L1), oldContent);
-}
-
-Answer TestFaults::answer()
-{
-    while (!saver->canReadLine()) {
-        if (!saver->waitForReadyRead())
-            qFatal("The saver said nothing: %s", saver->readAllStandardError().constData());
-    }
-    const QStringList parts = QString::fromUtf8(saver->readLine()).trimmed().split(u'|');
-    Answer read;
-    read.killed = parts.at(0) == u"killed";
-    read.saved = parts.at(0) == u"saved";
-    read.modified = parts.value(1) == u"modified";
-    read.calls = parts.value(2).split(u' ', Qt::SkipEmptyParts);
-    return read;
-}
-
-Answer TestFaults::save(const QString &watched, const Trial &trial)
-{
-    saver->write(u"%1|%2|%3|%4\n"_s.arg(watched).arg(trial.call).arg(int(trial.fault)).arg(trial.error).toUtf8());
-    return answer();
-}
-
-Answer TestFaults::saveAgain()
-{
-    saver->write("again\n");
-    return answer();
-}
-
-QByteArray TestFaults::onDisk() const
-{
-    return folder->read(QDir(folder->path()).relativeFilePath(path));
-}
-
-QStringList TestFaults::leftovers() const
-{
-    QStringList found;
-    for (const QString &place : {u"work/project"_s, u"work/real"_s}) {
-        const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-        found += QDir(folder->path(place)).entryList(all);
-    }
-    found.removeOne(QFileInfo(path).fileName());
-    found.removeOne(u"file"_s);
-    return found;
-}
-
-QList<QByteArray> TestFaults::kept() const
-{
-    QList<QByteArray> contents;
-    QDirIterator entries(folder->path(u"home"_s), QDir::Files, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString entry = entries.next();
-        if (entries.fileName() != u"origin.txt")
-            contents.append(folder->read(QDir(folder->path()).relativeFilePath(entry)));
-    }
-    return contents;
+    end();
 }
 
 void TestFaults::everyCallOfASave_data()
@@ -371,7 +93,7 @@ void TestFaults::everyCallOfASave()
     QFETCH(bool, isProject);
     QFETCH(Target, target);
     QFETCH(Staging, staging);
-    begin(isProject, staging, target);
+    startSaver(isProject, staging, target);
 
     prepare(target);
     const Answer undisturbed = save(folder->path(u"work"_s), NO_FAULT);
@@ -403,7 +125,6 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
     };
     const bool isNew = target == Target::New || target == Target::BehindDanglingLink;
     const bool isDirect = target == Target::InReadOnlyFolder || target == Target::WithLongName;
-    const bool isProject = newContent == NEW_PROJECT;
     const QByteArray oldOne = isNew ? QByteArray() : oldContent;
     const QFile::Permissions permissions = QFile::permissions(path);
 
@@ -443,7 +164,7 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
     if (trial.error == EINTR && target != Target::ReadOnly)
         expect(first.saved, u"given up when it was interrupted"_s);
     expect(!first.saved || content == newContent, u"reported as saved, but not the new bytes"_s);
-    if (isProject)
+    if (savesProject)
         expect(first.modified != first.saved, u"the mark does not go with the report"_s);
     expect(leftovers().isEmpty(), u"a file left behind"_s);
     const Answer second = saveAgain();
@@ -451,7 +172,7 @@ QStringList TestFaults::shortfalls(Target target, const Trial &trial)
     const bool isRefused = target == Target::ReadOnly;
     expect(second.saved != isRefused, u"the second save went otherwise"_s);
     expect(onDisk() == (isRefused && !first.saved ? oldContent : newContent), u"not the second save's bytes"_s);
-    if (isProject)
+    if (savesProject)
         expect(second.modified == (isRefused && !first.saved), u"the mark does not go with the second report"_s);
     expect(leftovers().isEmpty(), u"a file left behind by the second save"_s);
     return found;
@@ -469,7 +190,7 @@ void TestFaults::everyCallOfTheHistory_data()
 void TestFaults::everyCallOfTheHistory()
 {
     QFETCH(History, state);
-    begin(true, Staging::Unnamed);
+    startSaver(true, Staging::Unnamed);
     prepareHistory(state);
     const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);
     QVERIFY(saveAgain().saved);
@@ -539,7 +260,7 @@ void TestFaults::everyCallOfALoad_data()
 void TestFaults::everyCallOfALoad()
 {
     QFETCH(bool, isProject);
-    begin(isProject, Staging::Unnamed, Target::New, folder->path(u"home/source"_s));
+    startSaver(isProject, Staging::Unnamed, Target::New, folder->path(u"home/source"_s));
     prepare(Target::New);
     folder->write(u"home/source"_s, oldContent);
     const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);
@@ -582,7 +303,7 @@ void TestFaults::everyCallOfAnExport_data()
 void TestFaults::everyCallOfAnExport()
 {
     QFETCH(Target, target);
-    beginExport();
+    startExporter();
     prepare(Target::New);
     QVERIFY(save(folder->path(u"nothing"_s), NO_FAULT).saved);
     QVERIFY(saveAgain().saved);
