@@ -1,0 +1,52 @@
+#include "cli.h"
+
+#include <QFileInfo>
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int PATIENCE = 120'000;
+
+} // namespace
+
+QString cliPath()
+{
+    return QStringLiteral(CATALIST_CLI);
+}
+
+QProcessEnvironment withoutDisplay()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString &name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s})
+        environment.remove(name);
+    return environment;
+}
+
+Outcome finish(QProcess &process)
+{
+    if (!process.waitForStarted() || !process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
+        qFatal("The command did not end: %s", process.readAllStandardError().constData());
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+Outcome run(const QStringList &arguments, const QString &folder)
+{
+    QProcess process;
+    process.setProcessEnvironment(withoutDisplay());
+    process.setWorkingDirectory(folder);
+    process.start(cliPath(), arguments);
+    return finish(process);
+}
+
+Outcome runScript(const QString &script, const QString &folder)
+{
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    QProcessEnvironment environment;
+    environment.insert(u"PATH"_s, QFileInfo(cliPath()).path() + u":/usr/bin:/bin"_s);
+    process.setProcessEnvironment(environment);
+    process.start(u"/bin/sh"_s, {u"-c"_s, script});
+    return finish(process);
+}

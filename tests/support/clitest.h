@@ -1,0 +1,40 @@
+#pragma once
+
+#include "cli.h"
+#include "io/history.h"
+#include "io/wholefile.h"
+#include "windowtest.h"
+
+#include <QDir>
+
+inline const QString URL = QStringLiteral("https://apps.example.org/");
+inline const QByteArray CLOCK = "{\"en\":\"Clock\"};Ann;1.0;674;05-03-2024;{\"en\":\"en.html\"};Clock;icon.png;5.03\n";
+
+/// What a test of the command has in its hands, from its init() to its cleanup().
+struct CliTest : WindowTest
+{
+    void begin()
+    {
+        WindowTest::begin();
+        QDir(historyFolder()).removeRecursively();
+    }
+
+    [[nodiscard]] QString project() const { return folder->path(QStringLiteral("project")); }
+
+    /// The project, with one app that has nothing to find fault with unless the line says otherwise.
+    void makeClock(const QByteArray &line = CLOCK)
+    {
+        folder->write(QStringLiteral("project/Clock/main.lua"), "abc");
+        folder->write(QStringLiteral("project/en.html"), "<p>Clock</p>");
+        folder->write(QStringLiteral("project/icon.png"), "\x89PNG\r\n\x1a\n");
+        folder->write(QStringLiteral("project/Apps.csv"), HEADER + line);
+    }
+
+    static QString document(const QString &path)
+    {
+        const auto content = readWholeFile(QStringLiteral(CATALIST_SOURCE_DIR "/") + path);
+        return QString::fromUtf8(content.value_or(QByteArray()));
+    }
+
+    static QString example() { return QStringLiteral(CATALIST_SOURCE_DIR "/examples/catalogue"); }
+};

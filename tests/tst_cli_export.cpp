@@ -1,0 +1,258 @@
+#include "clitest.h"
+#include "scratchhome.h"
+
+#include <QLineEdit>
+#include <QProcess>
+
+#include <array>
+
+#ifdef Q_OS_UNIX
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+using namespace Qt::StringLiterals;
+
+class TestCliExport : public QObject, private CliTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void exportsWhatTheWindowExports_data();
+    void exportsWhatTheWindowExports();
+    void exportsToTheCurrentFolder();
+    void exportThatFails_data();
+    void exportThatFails();
+    void exportIntoAClosedFolder();
+    void exportOntoASource_data();
+    void exportOntoASource();
+    void exportBesideTheSources_data();
+    void exportBesideTheSources();
+    void exportWithoutAllFiles();
+    void progressOnATerminal();
+};
+
+void TestCliExport::init()
+{
+    begin();
+}
+
+void TestCliExport::cleanup()
+{
+    end();
+}
+
+void TestCliExport::exportsWhatTheWindowExports_data()
+{
+    QTest::addColumn<bool>("isExample");
+    QTest::addColumn<QByteArray>("files");
+    QTest::addColumn<QString>("url");
+    QTest::newRow("example") << true << QByteArray() << URL;
+    QTest::newRow("URL without a slash") << true << QByteArray() << u"https://apps.example.org/a b/č"_s;
+    QTest::newRow("no URL") << false << QByteArray("Clock") << QString();
+    QTest::newRow("odd catalogue") << false << QByteArray("missing,/Clock, Clock,Clock/main.lua") << u"http://x"_s;
+    QTest::newRow("the whole project") << false << QByteArray("Clock,") << u"http://x"_s;
+}
+
+void TestCliExport::exportsWhatTheWindowExports()
+{
+    QFETCH(bool, isExample);
+    QFETCH(QByteArray, files);
+    QFETCH(QString, url);
+    if (isExample) {
+        QVERIFY(copyTree(example(), project()));
+    } else {
+        makeClock("[];A \"b\";v1;,674,x;nonsense;{\"de\":\"../ž.html\"};" + files
+                  + "\n"
+                    "{\"en\":5};;1.2.3.4;674;5 Mar 2024;{};a\\b;a\\b.png;5.3.1;and;more\n"
+                  + CLOCK);
+        folder->write(u"project/Clock/.hidden"_s, "");
+        folder->write(u"project/Clock/é/b a#.lua"_s, "x");
+        folder->write(u"project/Clock/A.lua"_s, QByteArray(1'000'000, 'x'));
+        folder->link(project() + u"/Clock"_s, u"project/again"_s);
+    }
+    storeProject(project() + u"/Apps.csv"_s);
+    const QStringList arguments{u"export"_s, project(), u"--url="_s + url, u"--output"_s, folder->path(u"cli.json"_s)};
+    const QByteArray loaded = folder->read(u"project/Apps.csv"_s);
+    const int code = isExample ? 0 : 1;
+    QCOMPARE(run(arguments).code, code);
+    const QByteArray ofLoaded = folder->read(u"cli.json"_s);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), loaded);
+
+    window = openWindow<MainWindow>();
+    retype(*window, "repository", url);
+    QTest::keyClick(child<QLineEdit>(*window, "repository"), Qt::Key_Tab);
+    answers->chooseFile(folder->path(u"window.json"_s));
+    clickTool(*window, "actionSave_generate_JSON");
+    const QByteArray expected = folder->read(u"window.json"_s);
+    QVERIFY(expected.size() > 100);
+    QCOMPARE(run(arguments).code, code);
+    QCOMPARE(folder->read(u"cli.json"_s), expected);
+    // The window saves what it loaded before it publishes, and that is a file of the whole project.
+    if (!files.endsWith(','))
+        QCOMPARE(ofLoaded, expected);
+}
+
+void TestCliExport::exportsToTheCurrentFolder()
+{
+    makeClock();
+    const Outcome outcome = run({u"export"_s, u"../project/Apps.csv"_s, u"--url"_s, URL}, folder->path(u"project"_s));
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.out, QByteArray("1 app, 1 file, 3 bytes: Apps.json\n"));
+    QCOMPARE(outcome.err, QByteArray());
+    QVERIFY(folder->read(u"project/Apps.json"_s).contains("https://apps.example.org/Clock/main.lua"));
+}
+
+void TestCliExport::exportThatFails_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QString>("error");
+    const QString place = u"%1"_s;
+    QTest::newRow("full disk") << CLOCK << u"/dev/full"_s << u"/dev/full: No space left on device"_s;
+    QTest::newRow("folder") << CLOCK << place << u"%1: Is a directory"_s;
+    QTest::newRow("no folder") << CLOCK << u"%1/none/Apps.json"_s << u"%1/none/Apps.json: No such file or directory"_s;
+    QTest::newRow("short line") << CLOCK + "\n"
+                                << u"%1/Apps.json"_s << u"%1/project/Apps.csv:3: 1 of at least 7 cells"_s;
+    QTest::newRow("not JSON") << CLOCK + CLOCK + "{\"en\":\"A;B\"};;;;;;;;\n"
+                              << u"%1/Apps.json"_s
+                              << u"%1/project/Apps.csv:4: NAME is not JSON: unterminated string at byte 10"_s;
+}
+
+void TestCliExport::exportThatFails()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(QString, output);
+    QFETCH(QString, error);
+    if (output.startsWith(u"/dev/") && !QFileInfo::exists(output))
+        QSKIP("No disk that is always full here");
+    makeClock(line);
+    const QString place = folder->path();
+    const Outcome outcome =
+        run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, QString(output).replace(u"%1"_s, place)});
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: "_s + error.replace(u"%1"_s, place) + u'\n');
+    QCOMPARE(folder->entries(), QStringList{u"project"_s});
+}
+
+void TestCliExport::exportIntoAClosedFolder()
+{
+    makeClock();
+    folder->makeFolder(u"closed"_s);
+    folder->write(u"closed/old.json"_s, "old");
+    QVERIFY(QFile::setPermissions(folder->path(u"closed/old.json"_s), QFile::Permissions(0x4444)));
+    QVERIFY(QFile::setPermissions(folder->path(u"closed"_s), QFile::Permissions(0x5555)));
+    const OrdinaryUser user;
+    if (!QFileInfo(cliPath()).isExecutable())
+        QSKIP("The build is not open to an ordinary user");
+    for (const QString &name : {u"old.json"_s, u"new.json"_s}) {
+        const QString output = folder->path(u"closed/"_s + name);
+        const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, output}, u"/"_s);
+        QCOMPARE(outcome.code, 2);
+        QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: Permission denied\n"_s.arg(output));
+    }
+    QCOMPARE(folder->read(u"closed/old.json"_s), QByteArray("old"));
+}
+
+void TestCliExport::exportOntoASource_data()
+{
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("catalogue") << u"project/Apps.csv"_s << u"Is the catalogue itself"_s;
+    QTest::newRow("link to the catalogue") << u"alias.csv"_s << u"Is the catalogue itself"_s;
+    QTest::newRow("listed file") << u"project/Clock/main.lua"_s << u"Is a file of the catalogue"_s;
+    QTest::newRow("icon") << u"project/icon.png"_s << u"Is a file of the catalogue"_s;
+    QTest::newRow("description") << u"project/sub/../en.html"_s << u"Is a file of the catalogue"_s;
+}
+
+void TestCliExport::exportOntoASource()
+{
+    QFETCH(QString, output);
+    QFETCH(QString, error);
+    makeClock();
+    folder->makeFolder(u"project/sub"_s);
+    folder->link(project() + u"/Apps.csv"_s, u"alias.csv"_s);
+    const QByteArray before = folder->read(output);
+    QVERIFY(!before.isEmpty());
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: %2\n"_s.arg(output, error));
+    QCOMPARE(folder->read(output), before);
+}
+
+void TestCliExport::exportBesideTheSources_data()
+{
+    QTest::addColumn<QString>("output");
+    QTest::newRow("former index") << u"project/Apps.json"_s;
+    QTest::newRow("name begins like that of a listed folder") << u"project/Clock-index.json"_s;
+    QTest::newRow("hidden file in a listed folder") << u"project/Clock/.index.json"_s;
+}
+
+void TestCliExport::exportBesideTheSources()
+{
+    QFETCH(QString, output);
+    makeClock();
+    folder->write(output, "old");
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(folder->read(output).startsWith("{\n    \"applications\": ["));
+}
+
+void TestCliExport::exportWithoutAllFiles()
+{
+    QByteArray line = CLOCK;
+    makeClock(line.replace(";Clock;", ";Clock,gone;"));
+    folder->write(u"project/Clock/closed.lua"_s, "abc");
+    QVERIFY(QFile::setPermissions(folder->path(u"project/Clock/closed.lua"_s), {}));
+    folder->makeFolder(u"out"_s);
+    QVERIFY(QFile::setPermissions(folder->path(u"out"_s), QFile::Permissions(0x7777)));
+    const OrdinaryUser user;
+    if (!QFileInfo(cliPath()).isExecutable())
+        QSKIP("The build is not open to an ordinary user");
+    const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL}, folder->path(u"out"_s));
+    QCOMPARE(outcome.code, 1);
+    QCOMPARE(
+        QString::fromUtf8(outcome.err),
+        u"catalist-cli: %1/gone: No such file or folder; it is left out\n"
+        "catalist-cli: %1/Clock/closed.lua: Cannot be read; it has an empty hash, or no entries if it is a folder\n"_s
+            .arg(project()));
+    QCOMPARE(outcome.out, QByteArray("1 app, 2 files, 6 bytes: Apps.json\n"));
+    QVERIFY(folder->read(u"out/Apps.json"_s).contains("\"hash\": \"\""));
+}
+
+void TestCliExport::progressOnATerminal()
+{
+#ifdef Q_OS_UNIX
+    QVERIFY(copyTree(example(), project()));
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0)
+        QSKIP("No terminals here");
+    QProcess process;
+    process.setProcessEnvironment(withoutDisplay());
+    process.setStandardErrorFile(QString::fromLocal8Bit(::ptsname(terminal)));
+    process.start(cliPath(), {u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(u"Apps.json"_s)});
+    const Outcome outcome = finish(process);
+    QByteArray shown;
+    std::array<char, 1000> part{};
+    // It ends with an error when nobody has the terminal open any more.
+    for (ssize_t size = 0; (size = ::read(terminal, part.data(), part.size())) > 0;)
+        shown.append(part.data(), size);
+    ::close(terminal);
+    QCOMPARE(outcome.code, 0);
+    QVERIFY2(shown.contains("\r\033[K1 of 5 apps, 0 bytes"), shown.constData());
+    QVERIFY2(shown.endsWith("\r\033[K"), shown.constData());
+    QCOMPARE(outcome.out.count('\n'), 1);
+#else
+    QSKIP("No terminals here");
+#endif
+}
+
+CATALIST_TEST_MAIN(TestCliExport)
+#include "tst_cli_export.moc"
