@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QByteArray>
+#include <QColor>
+#include <QSize>
+
+class QWidget;
+
+/// A PNG file of a single colour.
+[[nodiscard]] QByteArray picture(const QColor &colour, const QSize &size = {20, 20});
+
+/// How many pixels of a widget have the colour.
+[[nodiscard]] int pixelsOf(QWidget &widget, const QColor &colour);

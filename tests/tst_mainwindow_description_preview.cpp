@@ -1,0 +1,106 @@
+#include "descriptiontest.h"
+#include "pictures.h"
+#include "scratchhome.h"
+#include "viewer/simplewebviewer.h"
+
+#include <QFile>
+#include <QListWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QRgb PICTURE_COLOUR = 0xff12c832;
+
+} // namespace
+
+class TestMainWindowDescriptionPreview : public QObject, private DescriptionTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void previewFollowsTheText();
+    void previewSearchesBesideTheFile();
+    void previewShowsAPictureBesideTheFile();
+    void previewHasTheStyleSheet();
+
+private:
+    void open(const QByteArray &descriptions = DESCRIPTIONS);
+    [[nodiscard]] bool showsPicture() const { return pixelsOf(*view->viewport(), PICTURE_COLOUR) > 0; }
+
+    SimpleWebViewer *view = nullptr;
+};
+
+void TestMainWindowDescriptionPreview::init()
+{
+    begin();
+}
+
+void TestMainWindowDescriptionPreview::cleanup()
+{
+    end();
+}
+
+void TestMainWindowDescriptionPreview::open(const QByteArray &descriptions)
+{
+    DescriptionTest::open(descriptions);
+    view = child<SimpleWebViewer>(*window, "descriptionView");
+}
+
+void TestMainWindowDescriptionPreview::previewFollowsTheText()
+{
+    open();
+    openFile(0);
+    QCOMPARE(view->toPlainText(), u"Popis č"_s);
+    typeText(u"<h1>New</h1>"_s);
+    QCOMPARE(view->toPlainText(), u"New\nPopis č"_s);
+    openFile(1);
+    QCOMPARE(view->toPlainText().trimmed(), u"Über"_s);
+    clickCell(child<QListWidget>(*window, "listApps"), 1);
+    QCOMPARE(view->toPlainText(), QString());
+}
+
+void TestMainWindowDescriptionPreview::previewSearchesBesideTheFile()
+{
+    folder->write(u"top.html"_s, "<p>Top</p>");
+    open(R"({"cz":"doc/cz.html","de":"top.html"})");
+    openFile(0);
+    QCOMPARE(view->searchPaths(), QStringList(u"file:///"_s + folder->path(u"doc"_s)));
+    openFile(1);
+    QCOMPARE(view->searchPaths(), QStringList(u"file:///"_s + folder->path()));
+    QVERIFY(view->searchPaths().constFirst().startsWith(u"file:////"_s));
+    table->setCurrentCell(-1, -1);
+    QCOMPARE(view->searchPaths(), QStringList(u"file:///"_s));
+}
+
+void TestMainWindowDescriptionPreview::previewShowsAPictureBesideTheFile()
+{
+    folder->write(u"doc/picture.png"_s, picture(PICTURE_COLOUR, {40, 40}));
+    folder->write(u"doc/cz.html"_s, "<p>Look: <img src=\"picture.png\"></p>");
+    open();
+    openFile(1);
+    QVERIFY(!showsPicture());
+    openFile(0);
+    QTRY_VERIFY(showsPicture());
+    typeText(u"<p>More</p>"_s);
+    QTRY_VERIFY(showsPicture());
+}
+
+void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()
+{
+    QFile file(QStringLiteral(CATALIST_SOURCE_DIR "/resources/storefrontHtml.css"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString styleSheet = QString::fromUtf8(file.readAll());
+    QVERIFY(!styleSheet.isEmpty());
+    open();
+    QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);
+    openFile(0);
+    typeText(u"x"_s);
+    QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);
+}
+
+CATALIST_TEST_MAIN(TestMainWindowDescriptionPreview)
+#include "tst_mainwindow_description_preview.moc"
