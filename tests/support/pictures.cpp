@@ -26,3 +26,19 @@ int pixelsOf(QWidget &widget, const QColor &colour)
     }
     return found;
 }
+
+QString htmlWithImages(const QStringList &sources)
+{
+    QString html;
+    for (const QString &source : sources)
+        html += QStringLiteral("<p><img src=\"%1\"></p>").arg(source);
+    return html;
+}
+
+QString htmlWithImages(const QList<QUrl> &urls)
+{
+    QStringList sources;
+    for (const QUrl &url : urls)
+        sources += url.toString();
+    return htmlWithImages(sources);
+}

@@ -2,7 +2,10 @@
 
 #include <QByteArray>
 #include <QColor>
+#include <QList>
 #include <QSize>
+#include <QStringList>
+#include <QUrl>
 
 class QWidget;
 
@@ -11,3 +14,7 @@ class QWidget;
 
 /// How many pixels of a widget have the colour.
 [[nodiscard]] int pixelsOf(QWidget &widget, const QColor &colour);
+
+/// A page of nothing but images, one below the other.
+[[nodiscard]] QString htmlWithImages(const QStringList &sources);
+[[nodiscard]] QString htmlWithImages(const QList<QUrl> &urls);
