@@ -95,6 +95,11 @@ QModelIndex treeEntry(QTreeView *tree, const QString &relativePath)
     return index;
 }
 
+QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
 void storeProject(const QString &path)
 {
     QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));

@@ -50,6 +50,9 @@ void retype(const QWidget &window, const char *lineEdit, const QString &text);
 /// invalid when it does not come into the list.
 QModelIndex treeEntry(QTreeView *tree, const QString &relativePath);
 
+/// What stands between the spaces of a text.
+QStringList words(const char *text);
+
 /// What the next window finds: the path of the last project.
 void storeProject(const QString &path);
 void clearSettings();

@@ -1,0 +1,206 @@
+#include "scratchhome.h"
+#include "windowtest.h"
+
+#include <QAccessible>
+#include <QAction>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMetaMethod>
+#include <QPushButton>
+#include <QTabBar>
+#include <QToolBar>
+
+namespace {
+
+/// Whether the tab key stops at a widget of the form; the toolkit makes more inside of its own.
+bool isTabStop(const QWidget *widget)
+{
+    return (widget->focusPolicy() & Qt::TabFocus) != 0 && !widget->objectName().isEmpty()
+           && !widget->objectName().startsWith(QLatin1String("qt_"))
+           && !qobject_cast<const QTabBar *>(widget->parent());
+}
+
+} // namespace
+
+class TestMainWindowControls : public QObject, private WindowTest
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void actions_data();
+    void actions();
+    void buttonIcons();
+    void pictures_data();
+    void pictures();
+    void slotsAreConnected_data();
+    void slotsAreConnected();
+    void tabOrder();
+    void namesForScreenReaders();
+};
+
+void TestMainWindowControls::init()
+{
+    begin();
+    window = std::make_unique<MainWindow>();
+}
+
+void TestMainWindowControls::cleanup()
+{
+    end();
+}
+
+void TestMainWindowControls::actions_data()
+{
+    QTest::addColumn<int>("position");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("shortcut");
+    QTest::addColumn<QString>("toolTip");
+    QTest::addColumn<QString>("picture");
+
+    const QString resources = QStringLiteral(":/Resources/Resources/");
+    QTest::newRow("actionNew_project") << 0 << QStringLiteral("New project") << QStringLiteral("Ctrl+N")
+                                       << QStringLiteral("New project") << resources + QStringLiteral("new_file.ico");
+    QTest::newRow("actionOpen_project") << 1 << QStringLiteral("Open project") << QStringLiteral("Ctrl+O")
+                                        << QStringLiteral("Open project")
+                                        << resources + QStringLiteral("open_folder32x32.png");
+    QTest::newRow("actionSave") << 2 << QStringLiteral("Save") << QStringLiteral("Ctrl+S") << QStringLiteral("Save")
+                                << resources + QStringLiteral("save32x32.png");
+    QTest::newRow("actionSave_generate_JSON")
+        << 3 << QStringLiteral("Save and generate JSON") << QString()
+        << QStringLiteral("Save and generate JSON repository") << resources + QStringLiteral("export32x32.png");
+}
+
+void TestMainWindowControls::actions()
+{
+    QFETCH(int, position);
+    QFETCH(QString, picture);
+    auto *action = child<QAction>(*window, QTest::currentDataTag());
+    QCOMPARE(action->parent(), window.get());
+    QTEST(action->text(), "text");
+    QTEST(action->shortcut().toString(QKeySequence::PortableText), "shortcut");
+    QTEST(action->toolTip(), "toolTip");
+    QCOMPARE(action->icon().pixmap(32).toImage(), QIcon(picture).pixmap(32).toImage());
+    QVERIFY(!QIcon(picture).pixmap(32).isNull());
+
+    for (const QWidget *place : {static_cast<QWidget *>(child<QMenu>(*window, "menuFile")),
+                                 static_cast<QWidget *>(child<QToolBar>(*window, "mainToolBar"))}) {
+        QCOMPARE(place->actions().size(), 4);
+        QCOMPARE(place->actions().at(position), action);
+    }
+    QCOMPARE(child<QMenuBar>(*window, "menuBar")->actions(),
+             QList<QAction *>{child<QMenu>(*window, "menuFile")->menuAction()});
+}
+
+void TestMainWindowControls::buttonIcons()
+{
+    const auto shows = [this](const char *button, const QString &picture) {
+        const QImage expected = QIcon(picture).pixmap(16).toImage();
+        return !expected.isNull() && child<QPushButton>(*window, button)->icon().pixmap(16).toImage() == expected;
+    };
+    QVERIFY(shows("btnNewApp", QStringLiteral(":/Resources/Resources/new_file.ico")));
+    QVERIFY(shows("btnDeleteApp", QStringLiteral(":/Resources/Resources/cancel16x16.png")));
+}
+
+void TestMainWindowControls::pictures_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("size");
+    const QString resources = QStringLiteral(":/Resources/Resources/");
+    for (const char *name : {"open_folder32x32", "save32x32", "export32x32"})
+        QTest::newRow(name) << resources + QLatin1String(name) << 32;
+    QTest::newRow("cancel16x16") << resources + QStringLiteral("cancel16x16") << 16;
+}
+
+void TestMainWindowControls::pictures()
+{
+    QFETCH(QString, file);
+    QFETCH(int, size);
+    QCOMPARE(QImage(file + QStringLiteral(".png")).size(), QSize(size, size));
+    QCOMPARE(QImage(file + QStringLiteral("@2x.png")).size(), QSize(2 * size, 2 * size));
+    QCOMPARE(QImage(file + QStringLiteral("@3x.png")).size(), QSize(3 * size, 3 * size));
+    QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().contains(QSize(96, 96)));
+    QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().size() > 2);
+    const QIcon program(QStringLiteral(":/Resources/Resources/catalist.ico"));
+    for (const int pixels : {16, 22, 24, 32, 48, 64, 128, 256})
+        QVERIFY2(program.availableSizes().contains(QSize(pixels, pixels)), qPrintable(QString::number(pixels)));
+}
+
+void TestMainWindowControls::slotsAreConnected_data()
+{
+    QTest::addColumn<QString>("slot");
+    const QMetaObject *meta = window ? window->metaObject() : &MainWindow::staticMetaObject;
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QByteArray signature = meta->method(i).methodSignature();
+        if (signature.startsWith("on_"))
+            QTest::newRow(signature.constData()) << QString::fromLatin1(signature);
+    }
+}
+
+void TestMainWindowControls::slotsAreConnected()
+{
+    QFETCH(QString, slot);
+    const QStringList known =
+        words("on_btnNewApp_clicked() on_actionNew_project_triggered() on_applyButton_clicked() "
+              "on_check1_2_stateChanged(int) on_check1_3_stateChanged(int) on_check1_4_stateChanged(int) "
+              "on_listApps_currentRowChanged(int) on_listApps_itemClicked(QListWidgetItem*) on_btnDeleteApp_clicked() "
+              "on_actionOpen_project_triggered() on_iconBtn_clicked() on_descriptionEdit_textChanged() "
+              "on_btnAddFile_clicked() on_btnDeleteFile_clicked() on_actionSave_triggered() on_btnAddFolder_clicked() "
+              "on_actionSave_generate_JSON_triggered() on_btnNewDescription_clicked() "
+              "on_btnDeleteDescription_clicked() on_tableWidget_currentCellChanged(int,int,int,int) "
+              "on_btnAutosave_clicked() on_btnOpenDescription_clicked() on_repository_editingFinished()");
+    QCOMPARE(known.size(), 23);
+    QVERIFY(known.contains(slot));
+
+    const qsizetype end = slot.lastIndexOf(QLatin1Char('_'));
+    const QString object = slot.mid(3, end - 3);
+    const QByteArray signalName = slot.mid(end + 1).section(QLatin1Char('('), 0, 0).toLatin1();
+    auto *sender = child<QObject>(*window, qPrintable(object));
+    int connected = 0;
+    const QMetaMethod method = window->metaObject()->method(window->metaObject()->indexOfSlot(qPrintable(slot)));
+    QVERIFY(method.isValid());
+    for (int i = 0; i < sender->metaObject()->methodCount(); ++i) {
+        const QMetaMethod candidate = sender->metaObject()->method(i);
+        if (candidate.methodType() == QMetaMethod::Signal && candidate.name() == signalName)
+            connected += QObject::disconnect(sender, candidate, window.get(), method) ? 1 : 0;
+    }
+    QCOMPARE(connected, 1);
+}
+
+void TestMainWindowControls::tabOrder()
+{
+    QStringList order;
+    const QWidget *widget = child<QLineEdit>(*window, "repository");
+    const QWidget *first = widget;
+    do {
+        if (isTabStop(widget))
+            order.append(widget->objectName());
+        widget = widget->nextInFocusChain();
+    } while (widget != first);
+    QCOMPARE(order,
+             words("repository listApps btnNewApp btnDeleteApp tabWidget appName1_1 appName1_2 lng1_2 check1_2 "
+                   "appName1_3 lng1_3 check1_3 appName1_4 lng1_4 check1_4 author version publicationDate icon iconBtn "
+                   "minTxVersion kr5Compatible vl5Compatible kr7Compatible vl7Compatible kr9Compatible vl9Compatible "
+                   "vl3Compatible kr7IICompatible vl7IICompatible kr5IICompatible vl5IICompatible kr9g2Compatible "
+                   "vl9g2Compatible applyButton listAppFiles btnAddFile btnAddFolder btnDeleteFile tableWidget "
+                   "btnNewDescription btnOpenDescription btnDeleteDescription btnAutosave descriptionEdit "
+                   "descriptionView"));
+}
+
+void TestMainWindowControls::namesForScreenReaders()
+{
+    const QList<QWidget *> all = window->findChildren<QWidget *>();
+    for (const QWidget *widget : all) {
+        if (!isTabStop(widget))
+            continue;
+        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
+        QVERIFY(interface);
+        QVERIFY2(!interface->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
+    }
+}
+
+CATALIST_TEST_MAIN(TestMainWindowControls)
+#include "tst_mainwindow_controls.moc"
