@@ -70,6 +70,7 @@ void TestCli::wrongUsage_data()
     QTest::newRow("option before the command")
         << QStringList{u"--strict"_s, u"check"_s, u"x"_s} << u"Unknown option 'strict'."_s;
     QTest::newRow("no project") << QStringList{u"check"_s} << u"check takes PROJECT\nTry: catalist-cli check --help"_s;
+    QTest::newRow("empty project") << QStringList{u"check"_s, u""_s} << u"An argument of check is empty\n"_s;
     QTest::newRow("two projects") << QStringList{u"check"_s, u"a"_s, u"b"_s} << u"check takes PROJECT"_s;
     QTest::newRow("no entry") << QStringList{u"restore"_s, u"a"_s} << u"restore takes PROJECT ENTRY"_s;
     QTest::newRow("no URL") << QStringList{u"export"_s, u"a"_s} << u"export needs --url"_s;

@@ -47,8 +47,7 @@ ExitCode run(const Command &command, const QStringList &typed)
     if (parser.positionalArguments().size() != places.size())
         return wrongUsage(QStringLiteral("%1 takes %2").arg(name, places.join(QLatin1Char(' '))), name);
     if (parser.positionalArguments().contains(QString()))
-        return wrongUsage(QStringLiteral("%1 takes %2, none of them empty").arg(name, places.join(QLatin1Char(' '))),
-                          name);
+        return wrongUsage(QStringLiteral("An argument of %1 is empty").arg(name), name);
     for (const Option &option : command.options) {
         if (option.isRequired && !parser.isSet(text(option.name)))
             return wrongUsage(QStringLiteral("%1 needs --%2").arg(name, text(option.name)), name);
