@@ -141,9 +141,11 @@ void TestProperties::textsAreReadAsJson()
         if (!app)
             continue;
         ++understood;
-        QVERIFY2(app->names.keys() == members.keys(), where.constData());
-        for (auto name = app->names.cbegin(); name != app->names.cend(); ++name)
+        QVERIFY2(app->names.size() == members.size(), where.constData());
+        for (auto name = app->names.cbegin(); name != app->names.cend(); ++name) {
+            QVERIFY2(members.contains(name.key()), where.constData());
             QVERIFY2(name.value() == members.value(name.key()).toString(), where.constData());
+        }
     }
     QVERIFY(understood > 1'000);
 }

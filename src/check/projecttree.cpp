@@ -100,10 +100,10 @@ QString ProjectTree::canonical(const QString &path) const
         return info.canonicalFilePath();
     if (!info.exists())
         return {};
-    auto folder = canonicalFolders.constFind(info.path());
-    if (folder == canonicalFolders.constEnd())
-        folder = canonicalFolders.insert(info.path(), QFileInfo(info.path()).canonicalFilePath());
-    return *folder + SLASH + name;
+    QString &folder = canonicalFolders[info.path()];
+    if (folder.isEmpty())
+        folder = QFileInfo(info.path()).canonicalFilePath();
+    return folder + SLASH + name;
 }
 
 bool ProjectTree::holds(const QString &path) const
