@@ -411,7 +411,7 @@ QString newFile(const QString &beside, QRandomGenerator &random)
 
 void TestVerify::findsWhatHappened()
 {
-    constexpr int TRIALS = 1000;
+    constexpr int TRIALS = 250;
     QFETCH(Mishap, mishap);
     QFETCH(QString, code);
     makeLargeTree();
