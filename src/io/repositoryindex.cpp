@@ -91,6 +91,17 @@ QJsonObject toObject(const QMap<QString, QString> &map, const QString &prefix)
     return object;
 }
 
+/// A file's entry before its values are set: a copy of it takes the keys over as a whole.
+QJsonObject emptyEntry()
+{
+    return {
+        {QStringLiteral("url"), QString()},
+        {QStringLiteral("destination"), QString()},
+        {QStringLiteral("hash"), QString()},
+        {QStringLiteral("size"), 0},
+    };
+}
+
 /// What the apps of one index share.
 struct Export
 {
@@ -98,6 +109,7 @@ struct Export
     QString projectDir;
     IndexReport *report;
     FileHasher hasher{QCryptographicHash::Sha1};
+    QJsonObject empty = emptyEntry();
 };
 
 QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, Export *all)
@@ -110,12 +122,12 @@ QJsonObject fileObject(const QFileInfo &info, const QString &relativePath, Expor
         report->unreadable.append(info.filePath());
     ++report->files;
     report->bytes += info.size();
-    return {
-        {QStringLiteral("url"), QString(all->repoUrl + relativePath)},
-        {QStringLiteral("destination"), QString(APPS_FOLDER + relativePath)},
-        {QStringLiteral("hash"), hash},
-        {QStringLiteral("size"), info.size()},
-    };
+    QJsonObject entry = all->empty;
+    entry[QStringLiteral("url")] = QString(all->repoUrl + relativePath);
+    entry[QStringLiteral("destination")] = QString(APPS_FOLDER + relativePath);
+    entry[QStringLiteral("hash")] = hash;
+    entry[QStringLiteral("size")] = info.size();
+    return entry;
 }
 
 QJsonObject appObject(const AppConfig &app, Export *all)
