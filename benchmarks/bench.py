@@ -25,7 +25,7 @@ TREES = {
     "listed": "200 apps with 50 files",
 }
 FLOOR = "plain widgets"
-TOOLKIT = "the toolkit"
+PART = "a part of it"
 
 
 def publishing(tree):
@@ -89,8 +89,8 @@ def publish(laboratory):
                       result=listed_hashes(catalogue, hashdeep_line)),
             Contender("openssl", ["sh", "-c", f"{found} openssl dgst -sha1 -r"], result=hashes),
         ])
-        rows += laboratory.compare(json_alone(tree), [
-            Contender(TOOLKIT, [BUILD / "benchmarks" / "catalist_bench_index", index], told_times),
+        rows += laboratory.compare(publishing(tree), [
+            Contender(PART, [BUILD / "benchmarks" / "catalist_bench_index", index, catalogue], told_times),
         ])
     return rows
 

@@ -56,7 +56,7 @@ class Goals:
         fastest = min(self.others(what), key=lambda row: row.median)
         more = self.others(besides)[0] if besides else None
         floor = fastest.median + (more.median if more else 0)
-        who = f"{fastest.who} and the JSON of {more.who}" if more else fastest.who
+        who = f"{fastest.who} and its JSON" if more else fastest.who
         self.limit(f"{what}, to {who}", most, self.ours(what).median / floor)
 
     def time(self, what, most):
