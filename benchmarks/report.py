@@ -4,6 +4,7 @@ import os
 import platform
 import re
 import subprocess
+import textwrap
 from datetime import date
 from pathlib import Path
 
@@ -83,13 +84,14 @@ def installed(package):
 
 def machine():
     memory = int(first_match("/proc/meminfo", r"^MemTotal:\s+(\d+)")) / 1e6
-    return "\n".join((
+    lines = (
         f"- {date.today().isoformat()}, load {os.getloadavg()[0]:.1f} at the beginning",
         f"- {first_match('/proc/cpuinfo', r'^model name.*: (.*)')}, {os.cpu_count()} cores, "
         f"{'with' if has_sha_instructions() else 'without'} SHA instructions; {memory:.0f} GB of memory",
         f"- {first_match('/etc/os-release', r'^PRETTY_NAME=.(.*?).$')}, {platform.system()} {platform.release()}",
         f"- {', '.join(map(installed, PACKAGES))}, Python {platform.python_version()}",
-    )) + "\n"
+    )
+    return "".join(textwrap.fill(line, 120, subsequent_indent="  ", break_on_hyphens=False) + "\n" for line in lines)
 
 
 def record(document, text):
