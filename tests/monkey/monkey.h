@@ -122,6 +122,8 @@ private:
     bool answerLanguage();
     QString answerSaveDialog(const QStringList &paths);
     QString answerOpenDialog(const QStringList &paths);
+    /// Answers what is asked for a new description or an existing one; the path of the file that is taken.
+    QString answerNewRow(QString (Monkey::*answerDialog)(const QStringList &));
     void cancelFileDialog();
 
     [[nodiscard]] QString difference() const;

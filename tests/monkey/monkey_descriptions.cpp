@@ -70,26 +70,34 @@ QStringList Monkey::descriptionFiles()
     };
 }
 
+QString Monkey::answerNewRow(QString (Monkey::*answerDialog)(const QStringList &))
+{
+    // Without a current app there is nothing to describe, and nothing is asked.
+    if (!hasCurrent() || !answerLanguage())
+        return {};
+    const QString code = log.last().section(u'"', 1, -2).toLower();
+    const QString here = projectFolder();
+    QString path = (this->*answerDialog)(descriptionFiles());
+    if (path.isEmpty())
+        return {};
+    if (here.isEmpty() || !path.startsWith(here)) {
+        expect(u"QMessageBox"_s, OUTSIDE);
+        dialogs->press(QMessageBox::Ok);
+        return {};
+    }
+    records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
+    modified = true;
+    refreshed();
+    return path;
+}
+
 void Monkey::newDescription()
 {
     if (!tabsUsable())
         return;
-    // Without a current app there is nothing to describe, and nothing is asked.
-    if (hasCurrent() && answerLanguage()) {
-        const QString code = log.last().section(u'"', 1, -2).toLower();
-        const QString here = projectFolder();
-        const QString path = answerSaveDialog(descriptionFiles());
-        if (!path.isEmpty() && (here.isEmpty() || !path.startsWith(here))) {
-            expect(u"QMessageBox"_s, OUTSIDE);
-            dialogs->press(QMessageBox::Ok);
-        } else if (!path.isEmpty()) {
-            records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
-            modified = true;
-            refreshed();
-            if (QFileInfo(path).dir().exists())
-                disk.insert(path, NEW_DESCRIPTION);
-        }
-    }
+    const QString path = answerNewRow(&Monkey::answerSaveDialog);
+    if (!path.isEmpty() && QFileInfo(path).dir().exists())
+        disk.insert(path, NEW_DESCRIPTION);
     press("btnNewDescription");
 }
 
@@ -97,19 +105,7 @@ void Monkey::openDescription()
 {
     if (!tabsUsable())
         return;
-    if (hasCurrent() && answerLanguage()) {
-        const QString code = log.last().section(u'"', 1, -2).toLower();
-        const QString here = projectFolder();
-        const QString path = answerOpenDialog(descriptionFiles());
-        if (!path.isEmpty() && (here.isEmpty() || !path.startsWith(here))) {
-            expect(u"QMessageBox"_s, OUTSIDE);
-            dialogs->press(QMessageBox::Ok);
-        } else if (!path.isEmpty()) {
-            records[index].descriptions.insert(code, QDir(here).relativeFilePath(path));
-            modified = true;
-            refreshed();
-        }
-    }
+    answerNewRow(&Monkey::answerOpenDialog);
     press("btnOpenDescription");
 }
 
