@@ -58,6 +58,9 @@ private slots:
     void projectBehindALinkRefusesItsFiles();
     void fileThatCannotBeCreatedIsStored_data();
     void fileThatCannotBeCreatedIsStored();
+
+private:
+    void compareUnchanged();
 };
 
 void TestMainWindowDescriptionAdding::init()
@@ -68,6 +71,16 @@ void TestMainWindowDescriptionAdding::init()
 void TestMainWindowDescriptionAdding::cleanup()
 {
     end();
+}
+
+// No app has another description, and what was typed into the open one is still there and not yet saved.
+void TestMainWindowDescriptionAdding::compareUnchanged()
+{
+    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
+    QCOMPARE(window->windowTitle(), UNMARKED);
+    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
+    QVERIFY(autoSaveIsEnabled());
+    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
 }
 
 void TestMainWindowDescriptionAdding::newDescription_data()
@@ -216,11 +229,7 @@ void TestMainWindowDescriptionAdding::languageIsRefused()
         QCOMPARE(box.text, message);
         QCOMPARE(box.buttons, QStringList(u"OK"_s));
     }
-    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
-    QCOMPARE(window->windowTitle(), UNMARKED);
-    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QVERIFY(autoSaveIsEnabled());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+    compareUnchanged();
 }
 
 void TestMainWindowDescriptionAdding::fileDialogIsCancelled_data()
@@ -240,10 +249,7 @@ void TestMainWindowDescriptionAdding::fileDialogIsCancelled()
     answers->cancel();
     click(*window, button.toLatin1().constData());
     QCOMPARE(answers->shown.size(), 2);
-    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
-    QCOMPARE(window->windowTitle(), UNMARKED);
-    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+    compareUnchanged();
 }
 
 void TestMainWindowDescriptionAdding::fileOutsideIsRefused_data()
@@ -274,10 +280,7 @@ void TestMainWindowDescriptionAdding::fileOutsideIsRefused()
     QCOMPARE(box.text, u"The file must be inside the project directory or subdirectory."_s);
     QCOMPARE(box.buttons, QStringList(u"OK"_s));
     QCOMPARE(outside.exists(u"x.html"_s), !creates);
-    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
-    QCOMPARE(window->windowTitle(), UNMARKED);
-    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+    compareUnchanged();
 }
 
 void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted_data()
