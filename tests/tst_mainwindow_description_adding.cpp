@@ -60,6 +60,7 @@ private slots:
     void fileThatCannotBeCreatedIsStored();
 
 private:
+    void compareQuestions(const QString &fileDialogTitle);
     void compareUnchanged();
 };
 
@@ -71,6 +72,23 @@ void TestMainWindowDescriptionAdding::init()
 void TestMainWindowDescriptionAdding::cleanup()
 {
     end();
+}
+
+// Which language, and then which file.
+void TestMainWindowDescriptionAdding::compareQuestions(const QString &fileDialogTitle)
+{
+    QCOMPARE(answers->shown.size(), 2);
+    const ShownDialog &language = answers->shown.at(0);
+    QCOMPARE(language.kind, u"QInputDialog"_s);
+    QCOMPARE(language.title, u"Language selection"_s);
+    QCOMPARE(language.text, u"Select language code:"_s);
+    QCOMPARE(language.choices, LANGUAGE_CHOICES);
+    QCOMPARE(language.value, u"cz"_s);
+    const ShownDialog &files = answers->shown.at(1);
+    QCOMPARE(files.kind, u"QFileDialog"_s);
+    QCOMPARE(files.title, fileDialogTitle);
+    QCOMPARE(files.startPath, folder->path() + u'/');
+    QCOMPARE(files.filters, FILE_FILTERS);
 }
 
 // No app has another description, and what was typed into the open one is still there and not yet saved.
@@ -106,18 +124,7 @@ void TestMainWindowDescriptionAdding::newDescription()
     openFile(0);
     addDescription("btnNewDescription", typed, folder->path(file));
 
-    QCOMPARE(answers->shown.size(), 2);
-    const ShownDialog &language = answers->shown.at(0);
-    QCOMPARE(language.kind, u"QInputDialog"_s);
-    QCOMPARE(language.title, u"Language selection"_s);
-    QCOMPARE(language.text, u"Select language code:"_s);
-    QCOMPARE(language.choices, LANGUAGE_CHOICES);
-    QCOMPARE(language.value, u"cz"_s);
-    const ShownDialog &files = answers->shown.at(1);
-    QCOMPARE(files.kind, u"QFileDialog"_s);
-    QCOMPARE(files.title, u"New description file"_s);
-    QCOMPARE(files.startPath, folder->path() + u'/');
-    QCOMPARE(files.filters, FILE_FILTERS);
+    compareQuestions(u"New description file"_s);
 
     QCOMPARE(NEW_DESCRIPTION.size(), qsizetype(247));
     QCOMPARE(folder->read(file), NEW_DESCRIPTION);
@@ -167,18 +174,7 @@ void TestMainWindowDescriptionAdding::openExisting()
     open();
     addDescription("btnOpenDescription", u"FR"_s, folder->path(u"sub/é.html"_s));
 
-    QCOMPARE(answers->shown.size(), 2);
-    const ShownDialog &language = answers->shown.at(0);
-    QCOMPARE(language.kind, u"QInputDialog"_s);
-    QCOMPARE(language.title, u"Language selection"_s);
-    QCOMPARE(language.text, u"Select language code:"_s);
-    QCOMPARE(language.choices, LANGUAGE_CHOICES);
-    QCOMPARE(language.value, u"cz"_s);
-    const ShownDialog &files = answers->shown.at(1);
-    QCOMPARE(files.kind, u"QFileDialog"_s);
-    QCOMPARE(files.title, u"Open description file"_s);
-    QCOMPARE(files.startPath, folder->path() + u'/');
-    QCOMPARE(files.filters, FILE_FILTERS);
+    compareQuestions(u"Open description file"_s);
 
     QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s, u"fr=sub/é.html"_s}));
     QCOMPARE(editor->toPlainText(), QString());

@@ -139,6 +139,11 @@ void MainWindow::setAppPath(const QString &path)
     ui->appsLbl->setToolTip(path); // the label is too narrow for most paths
 }
 
+QString MainWindow::projectPath() const
+{
+    return appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath;
+}
+
 QString MainWindow::projectFolder() const
 {
     return QFileInfo(appPath).absoluteDir().canonicalPath();
@@ -189,13 +194,12 @@ void MainWindow::closeEvent(QCloseEvent *event)
 void MainWindow::keepUnsavedRecords() const
 {
     if (model.modified)
-        keepUnsaved(appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath, projectContent(model.apps));
+        keepUnsaved(projectPath(), projectContent(model.apps));
 }
 
 void MainWindow::on_actionNew_project_triggered()
 {
-    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"),
-                                                      appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath,
+    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"), projectPath(),
                                                       tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
@@ -212,8 +216,7 @@ void MainWindow::on_actionOpen_project_triggered()
     ui->tableWidget->setCurrentItem(nullptr);
     ui->descriptionEdit->clear();
 
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"),
-                                                      appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath,
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"), projectPath(),
                                                       tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;

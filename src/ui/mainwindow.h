@@ -85,6 +85,8 @@ private:
     void readSettings();
     void writeSettings();
     void setAppPath(const QString &path);
+    /// The path of the project file, or the name that it has when there is none yet.
+    [[nodiscard]] QString projectPath() const;
     /// The canonical path of the folder that holds the project file.
     [[nodiscard]] QString projectFolder() const;
     void saveAppsCfg();

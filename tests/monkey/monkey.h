@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QList>
+#include <QMessageBox>
 #include <QString>
 #include <QStringList>
 
@@ -120,6 +121,7 @@ private:
 
     // The dialogs that come next.
     bool answerLanguage();
+    void chooseInVain(const QString &path, QMessageBox::StandardButton answer);
     QString answerSaveDialog(const QStringList &paths);
     QString answerOpenDialog(const QStringList &paths);
     /// Answers what is asked for a new description or an existing one; the path of the file that is taken.

@@ -44,6 +44,19 @@ void Monkey::cancelFileDialog()
     dialogs->cancel();
 }
 
+/// Answers the message that the dialog has about a file, and leaves the dialog.
+void Monkey::chooseInVain(const QString &path, QMessageBox::StandardButton answer)
+{
+    expect(u"QMessageBox"_s, ANY_TEXT);
+    dialogs->answer([path](QWidget *dialog) {
+        auto *edit = child<QLineEdit>(*dialog, "fileNameEdit");
+        edit->setText(path);
+        QTest::keyClick(edit, Qt::Key_Return);
+        qobject_cast<QDialog *>(dialog)->reject();
+    });
+    dialogs->press(answer);
+}
+
 /// The file that the dialog gives back; empty when it is left without one.
 QString Monkey::answerSaveDialog(const QStringList &paths)
 {
@@ -58,20 +71,14 @@ QString Monkey::answerSaveDialog(const QStringList &paths)
         dialogs->chooseFile(path);
         return path;
     }
-    expect(u"QMessageBox"_s, ANY_TEXT);
     if (chance(75)) {
+        expect(u"QMessageBox"_s, ANY_TEXT);
         dialogs->chooseFile(path);
         dialogs->press(QMessageBox::Yes);
         return path;
     }
     note(u"not replaced"_s);
-    dialogs->answer([path](QWidget *dialog) {
-        auto *edit = child<QLineEdit>(*dialog, "fileNameEdit");
-        edit->setText(path);
-        QTest::keyClick(edit, Qt::Key_Return);
-        qobject_cast<QDialog *>(dialog)->reject();
-    });
-    dialogs->press(QMessageBox::No);
+    chooseInVain(path, QMessageBox::No);
     return {};
 }
 
@@ -89,14 +96,7 @@ QString Monkey::answerOpenDialog(const QStringList &paths)
         return path;
     }
     note(u"missing"_s);
-    expect(u"QMessageBox"_s, ANY_TEXT);
-    dialogs->answer([path](QWidget *dialog) {
-        auto *edit = child<QLineEdit>(*dialog, "fileNameEdit");
-        edit->setText(path);
-        QTest::keyClick(edit, Qt::Key_Return);
-        qobject_cast<QDialog *>(dialog)->reject();
-    });
-    dialogs->press(QMessageBox::Ok);
+    chooseInVain(path, QMessageBox::Ok);
     return {};
 }
 
