@@ -3,6 +3,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#if defined(Q_PROCESSOR_X86_64) && defined(Q_CC_GNU)
+#include <immintrin.h>
+#endif
+
 #ifdef Q_OS_UNIX
 
 #include <cerrno>
@@ -129,6 +133,29 @@ bool isErrorOnTerminal()
 }
 
 void holdStandardStreams() { }
+
+#endif
+
+#if defined(Q_PROCESSOR_X86_64) && defined(Q_CC_GNU)
+
+namespace {
+
+[[gnu::target("avx")]] void clearUpperHalves()
+{
+    _mm256_zeroupper();
+}
+
+} // namespace
+
+void clearVectorRegisters()
+{
+    if (__builtin_cpu_supports("avx"))
+        clearUpperHalves();
+}
+
+#else
+
+void clearVectorRegisters() { }
 
 #endif
 

@@ -46,6 +46,11 @@ private:
 /// False when neither was possible.
 bool giveToOwnerOf(const QFileInfo &other, const QFileDevice &file);
 
+/// To be called before long work on strings or bytes. On recent processors the toolkit leaves the upper halves of the
+/// vector registers in use whenever it has hashed a string, and until they are cleared all code is slower that uses the
+/// lower halves, as most of the toolkit's and SHA-1 do.
+void clearVectorRegisters();
+
 /// A text with line feeds, with the line ends that the system uses.
 [[nodiscard]] QByteArray withPlatformLineEnds(QByteArray text);
 

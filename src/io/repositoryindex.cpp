@@ -1,6 +1,7 @@
 #include "io/repositoryindex.h"
 
 #include "io/filehash.h"
+#include "io/platform.h"
 
 #include <QDir>
 #include <QFile>
@@ -201,6 +202,7 @@ QString repositoryUrl(const QString &typed)
 QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl, const QString &projectDir,
                                  IndexReport *report)
 {
+    clearVectorRegisters();
     IndexReport unwatched;
     Export all{repoUrl, projectDir, report ? report : &unwatched};
     QJsonArray applications;
