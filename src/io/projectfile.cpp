@@ -1,6 +1,7 @@
 #include "io/projectfile.h"
 
 #include "io/csv.h"
+#include "io/platform.h"
 #include "io/replacefile.h"
 #include "io/wholefile.h"
 
@@ -109,8 +110,9 @@ QList<qint32> idsFromCell(const QString &cell)
     return ids;
 }
 
-/// Dates by their text. Trying its forms takes longer than the rest of a row, and dates repeat.
-using KnownDates = QHash<QString, QDate>;
+/// Dates by their text. Trying its forms takes longer than the rest of a row, and dates repeat. Not a hash, as hashing
+/// a text leaves the vector registers in use.
+using KnownDates = QMap<QString, QDate>;
 
 QDate dateFromCell(const QString &cell, KnownDates *known)
 {
@@ -224,6 +226,7 @@ bool readProject(const QString &path, QList<AppConfig> *apps)
     if (!content)
         return false;
 
+    clearVectorRegisters();
     apps->clear();
     QBuffer lines(&*content);
     lines.open(QIODevice::ReadOnly | QIODevice::Text);
@@ -249,6 +252,7 @@ std::optional<AppConfig> appFromCells(const QStringList &cells)
 
 QByteArray projectContent(const QList<AppConfig> &apps)
 {
+    clearVectorRegisters();
     QByteArray content = headerLine().toUtf8();
     for (const AppConfig &app : apps)
         content += appLine(app).toUtf8();
