@@ -130,12 +130,16 @@ def make_pages(folder):
 
 
 def make_data(folder):
-    """Does nothing when a run before has made them."""
-    if folder.is_dir():
+    """Does nothing when a run before has made the same."""
+    source = Path(__file__).read_bytes()
+    stamp = folder / "data.py"
+    if stamp.is_file() and stamp.read_bytes() == source:
         return
+    shutil.rmtree(folder, ignore_errors=True)
     unfinished = folder.with_name(folder.name + ".new")
     shutil.rmtree(unfinished, ignore_errors=True)
     make_trees(unfinished)
     make_catalogues(unfinished)
     make_pages(unfinished / "pages")
+    (unfinished / stamp.name).write_bytes(source)
     unfinished.rename(folder)

@@ -55,9 +55,12 @@ class Laboratory:
         memory = self.folder / "memory.txt"
         with output.open("wb") as stream:
             start = time.perf_counter()
-            subprocess.run(["time", "--quiet", "--format=%M", f"--output={memory}", *contender.command],
-                           stdout=stream, env=self.environment, check=True)
+            # Nobody draws a line of progress on a terminal.
+            done = subprocess.run(["time", "--quiet", "--format=%M", f"--output={memory}", *contender.command],
+                                  stdout=stream, stderr=subprocess.PIPE, env=self.environment, check=False)
             elapsed = time.perf_counter() - start
+        if done.returncode != 0:
+            raise SystemExit(f"{contender.name}: {done.stderr.decode(errors='replace')}")
         return output.read_text(encoding="utf-8"), elapsed, int(memory.read_text()) * 1024
 
     def compare(self, what, contenders):
