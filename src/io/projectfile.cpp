@@ -7,9 +7,9 @@
 
 #include <QBuffer>
 #include <QCalendar>
-#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
 #include <QTextStream>
 
 #include <algorithm>
