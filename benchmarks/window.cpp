@@ -159,8 +159,8 @@ double addingAFile(const Input &input)
     return static_cast<double>(sincePicked.nsecsElapsed()) / 1e9;
 }
 
-/// Types a letter in the middle of the page. The toolkit would lay the invisible part of a long page out by and by,
-/// how much of it before the time is taken is chance; all of it counts.
+/// Types a letter in the middle of the page. The toolkit would lay out the invisible part of a long page by and by,
+/// and how much of it before the time is taken is chance, so all of it counts.
 double keystrokeIn(QPlainTextEdit *editor, const QTextBrowser *view)
 {
     QTextCursor cursor = editor->textCursor();
