@@ -18,6 +18,8 @@ if(MSVC)
     set(CATALIST_COMPILE_OPTIONS /W4)
 else()
     set(CATALIST_COMPILE_OPTIONS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    # What is released is the same wherever it was built. A debugger needs the whole paths.
+    list(APPEND CATALIST_COMPILE_OPTIONS "$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
 endif()
 if(CATALIST_HAS_DESKTOP_ENTRIES)
     set(CATALIST_LINK_OPTIONS LINKER:-z,relro,-z,now)
