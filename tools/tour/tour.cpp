@@ -1,18 +1,16 @@
-// Takes the real window through an author's work on a copy of a catalogue, and leaves the two files that the
-// work ends in and pictures of the window:
-//   catalist_tour CATALOGUE FOLDER
-// Ends with 1 at the first step that did not do what it should.
+// A plugin that takes the window of the program that loads it through an author's work on a copy of a catalogue, and
+// leaves the two files that the work ends in and pictures of the window. tour.sh starts a program with it.
+// Ends the program with 1 at the first step that did not do what it should.
 
 #include "dialoganswers.h"
 #include "folder.h"
-#include "scratchhome.h"
-#include "ui/mainwindow.h"
-#include "viewer/simplewebviewer.h"
 #include "windowfixture.h"
 
+#include <QApplication>
 #include <QCryptographicHash>
 #include <QDateEdit>
 #include <QDir>
+#include <QGenericPlugin>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -23,10 +21,11 @@
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QTableWidget>
-#include <QTextDocument>
+#include <QTextBrowser>
 #include <QTreeView>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -34,13 +33,28 @@ constexpr QSize PICTURE_SIZE(1120, 760);
 const QString REPOSITORY = QStringLiteral("https://apps.example.org/");
 const QString NEW_APP = QStringLiteral("Range Check");
 
+[[noreturn]] void endHere(const char *step)
+{
+    std::fprintf(stderr, "The tour ends here: %s\n", step);
+    // The window stands in the middle of what it does, and has no end to come to.
+    std::_Exit(EXIT_FAILURE);
+}
+
 void require(bool done, const char *step)
 {
-    if (!done) {
-        std::fprintf(stderr, "The tour ends here: %s\n", step);
-        std::exit(EXIT_FAILURE);
-    }
+    if (!done)
+        endHere(step);
     std::printf("  %s\n", step);
+    std::fflush(stdout);
+}
+
+QtMessageHandler usualHandler = nullptr;
+
+void endWhenFatal(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtFatalMsg)
+        endHere(qPrintable(message));
+    usualHandler(type, context, message);
 }
 
 QByteArray content(const QString &path)
@@ -52,7 +66,7 @@ QByteArray content(const QString &path)
 class Tour
 {
 public:
-    explicit Tour(QString results) : folder(std::move(results)) { }
+    Tour(QString results, QWidget *mainWindow) : folder(std::move(results)), window(mainWindow) { }
 
     void start();
     void lookAround();
@@ -75,7 +89,7 @@ private:
 
     QString folder;
     DialogAnswers dialogs;
-    std::unique_ptr<MainWindow> window;
+    QWidget *window;
 };
 
 void Tour::picture(QWidget *widget, const QString &name) const
@@ -104,7 +118,7 @@ QByteArray Tour::savedLine(const QByteArray &part) const
 
 void Tour::seePicture(const QString &name) const
 {
-    const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
+    const auto *preview = child<QTextBrowser>(*window, "descriptionView");
     require(
         QTest::qWaitFor([preview, &name] {
             return !preview->document()->resource(QTextDocument::ImageResource, QUrl(name)).value<QPixmap>().isNull();
@@ -114,13 +128,10 @@ void Tour::seePicture(const QString &name) const
 
 void Tour::start()
 {
-    const QString csv = project(QStringLiteral("Apps.csv"));
-    storeProject(csv);
-    window = openWindow<MainWindow>();
     window->resize(PICTURE_SIZE);
     require(child<QListWidget>(*window, "listApps")->count() > 0, "start with the last project");
 
-    dialogs.chooseFile(csv);
+    dialogs.chooseFile(project(QStringLiteral("Apps.csv")));
     clickTool(*window, "actionOpen_project");
     require(dialogs.allAnswered() && child<QListWidget>(*window, "listApps")->count() > 0, "open the project again");
 
@@ -135,7 +146,7 @@ void Tour::lookAround()
     showTab(*window, "tabDescription");
     clickCell(child<QTableWidget>(*window, "tableWidget"), 2, 1);
     seePicture(QStringLiteral("altimeter-screen.png"));
-    picture(window.get(), QStringLiteral("catalist.png"));
+    picture(window, QStringLiteral("catalist.png"));
     showTab(*window, "tabGeneral");
 }
 
@@ -146,7 +157,7 @@ void Tour::editAnApp()
     retype(*window, "version", QStringLiteral("1.5.0"));
     click(*window, "applyButton");
     require(window->windowTitle().endsWith(QStringLiteral(" (*)")), "apply a new version");
-    picture(window.get(), QStringLiteral("general.png"));
+    picture(window, QStringLiteral("general.png"));
     clickTool(*window, "actionSave");
     require(savedLine("\"Altimeter\"").contains(";1.5.0;") && !window->windowTitle().contains(QLatin1Char('*')),
             "save it");
@@ -199,7 +210,7 @@ void Tour::listItsFiles()
     click(*window, "btnAddFolder");
     require(dialogs.allAnswered() && child<QListWidget>(*window, "listAppFiles")->count() == 2,
             "list a file and a folder");
-    picture(window.get(), QStringLiteral("files.png"));
+    picture(window, QStringLiteral("files.png"));
 }
 
 void Tour::describeIt()
@@ -227,7 +238,7 @@ void Tour::describeIt()
     type(editor, html);
     seePicture(QStringLiteral("range-check-screen.png"));
     QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
-    picture(window.get(), QStringLiteral("description.png"));
+    picture(window, QStringLiteral("description.png"));
     click(*window, "btnAutosave");
     require(content(project(file)) == html.toUtf8(), "save the description");
 }
@@ -328,27 +339,33 @@ bool addMaterial(const QString &catalogue)
            && drawScreen(catalogue + QStringLiteral("/descriptions/range-check-screen.png"));
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+QWidget *mainWindow()
 {
-    const ScratchHome home;
-    const QApplication application(argc, argv);
-    // The traces of the window and the complaints of the offscreen platform would hide the steps.
-    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.warning=false"));
-    const QStringList arguments = QApplication::arguments();
-    if (arguments.size() != 3) {
-        std::fprintf(stderr, "usage: catalist_tour CATALOGUE FOLDER\n");
-        return 2;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (window->objectName() == QLatin1String("MainWindow") && window->isVisible())
+            return window;
     }
+    return nullptr;
+}
 
-    const QString catalogue = QDir(arguments.at(1)).absolutePath();
-    const QString folder = QDir(arguments.at(2)).absolutePath();
+void prepare(const QString &catalogue, const QString &folder)
+{
+    if (QFile::exists(QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).fileName()))
+        endHere("these settings are somebody's own");
     require(clearResults(folder) && copyTree(catalogue, folder + QStringLiteral("/catalogue"))
-                && QFile(mark(folder)).open(QIODevice::WriteOnly) && addMaterial(folder + QStringLiteral("/catalogue")),
+                && QFile(mark(folder)).open(QIODevice::WriteOnly),
             "copy the catalogue");
+    storeProject(folder + QStringLiteral("/catalogue/Apps.csv"));
+}
 
-    Tour tour(folder);
+void takeTour(const QString &folder)
+{
+    QWidget *window = mainWindow();
+    require(window && QTest::qWaitForWindowActive(window), "see the window");
+    require(addMaterial(folder + QStringLiteral("/catalogue")), "add the files of another app");
+
+    Tour tour(folder, window);
     tour.start();
     tour.lookAround();
     tour.editAnApp();
@@ -356,6 +373,42 @@ int main(int argc, char *argv[])
     tour.listItsFiles();
     tour.describeIt();
     tour.publish();
+    // The program ends by itself now; its exit code would be the same before the end of the tour.
+    require(QFile(QDir::homePath() + QStringLiteral("/tour-finished")).open(QIODevice::WriteOnly), "finish");
     std::printf("Apps.csv, Apps.json and the pictures are in %s\n", qPrintable(folder));
-    return EXIT_SUCCESS;
 }
+
+} // namespace
+
+class TourPlugin : public QGenericPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "tour.json")
+
+public:
+    /// Comes before the window, which finds the stored project; the tour begins when the window waits for its user.
+    QObject *create(const QString &key, const QString &specification) override;
+};
+
+QObject *TourPlugin::create(const QString & /*key*/, const QString & /*specification*/)
+{
+    usualHandler = qInstallMessageHandler(endWhenFatal);
+    // The traces of the window and the complaints of the offscreen platform would hide the steps.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false\ndefault.warning=false"));
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+
+    const QString catalogue = qEnvironmentVariable("CATALIST_TOUR_CATALOGUE");
+    const QString folder = qEnvironmentVariable("CATALIST_TOUR_FOLDER");
+    if (catalogue.isEmpty() || folder.isEmpty())
+        endHere("nobody says on which catalogue, and where to leave the results");
+    const QString results = QDir(folder).absolutePath();
+    prepare(QDir(catalogue).absolutePath(), results);
+
+    auto *beginning = new QTimer;
+    beginning->setSingleShot(true);
+    connect(beginning, &QTimer::timeout, beginning, [results] { takeTour(results); });
+    beginning->start(0);
+    return beginning;
+}
+
+#include "tour.moc"
