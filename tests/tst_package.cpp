@@ -85,7 +85,8 @@ QString startAndEnd(const QString &program)
 
 } // namespace
 
-/// What people install, and what is left when they remove it.
+/// What people install, and what is left when they remove it: the packages in the folder CATALIST_PACKAGES, and what
+/// was installed of them below CATALIST_INSTALLED. "./dev package --test" makes both.
 class TestPackage : public QObject
 {
     Q_OBJECT
@@ -107,25 +108,43 @@ private slots:
     void installedStartedAndRemoved();
 
 private:
-    [[nodiscard]] QString package() const { return work.path(QDir(work.path()).entryList({u"*.deb"_s}).value(0)); }
+    [[nodiscard]] QStringList expected() const;
+    [[nodiscard]] QByteArray installedFile(const QString &path) const;
 
-    Folder work;
+    Folder work; ///< the archive is unpacked in its folder "tree"
+    QString packages;
+    QString installed;
     QString share;
+    QString package; ///< for Debian
     bool hasPackage = false;
 };
 
 void TestPackage::initTestCase()
 {
-    const Outcome installed = run(u"" CMAKE_PROGRAM ""_s,
-                                  {u"--install"_s, u"" CATALIST_BINARY_DIR ""_s, u"--prefix"_s, work.path(u"tree"_s)});
-    QVERIFY2(installed.code == 0, qPrintable(installed.text));
-    share = work.path(u"tree/share"_s);
+    packages = qEnvironmentVariable("CATALIST_PACKAGES");
+    installed = qEnvironmentVariable("CATALIST_INSTALLED");
+    QVERIFY2(QDir(packages).exists() && !packages.isEmpty() && QDir(installed).exists() && !installed.isEmpty(),
+             "There is no package to test; use ./dev package --test");
+    share = installed + u"/share"_s;
 
+    const QStringList archives = QDir(packages).entryList({u"*.tar.gz"_s});
+    QCOMPARE(archives, QStringList{u"catalist-" CATALIST_VERSION "-Linux.tar.gz"_s});
+    work.makeFolder(u"tree"_s);
+    const Outcome unpacked = run(u"tar"_s, {u"-C"_s, work.path(u"tree"_s), u"--strip-components=1"_s, u"-xzf"_s,
+                                            packages + u'/' + archives.constFirst()});
+    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
+
+    const QStringList found = QDir(packages).entryList({u"*.deb"_s});
     hasPackage = hasTool("dpkg") && hasTool("dpkg-shlibdeps");
-    const Outcome packed =
-        run(u"" CPACK_PROGRAM ""_s, {u"--config"_s, u"" CATALIST_BINARY_DIR "/CPackConfig.cmake"_s, u"-B"_s,
-                                     work.path(), u"-G"_s, hasPackage ? u"DEB;TGZ"_s : u"TGZ"_s});
-    QVERIFY2(packed.code == 0, qPrintable(packed.text));
+    QCOMPARE(found.size(), hasPackage ? 1 : 0);
+    if (hasPackage)
+        package = packages + u'/' + found.constFirst();
+}
+
+QByteArray TestPackage::installedFile(const QString &path) const
+{
+    QFile file(installed + u'/' + path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void TestPackage::desktopEntry()
@@ -148,15 +167,14 @@ void TestPackage::metainfo()
 
 void TestPackage::oneIdNamesAll()
 {
-    const Folder &files = work;
-    const QByteArray entry = files.read(u"tree/share/applications/%1.desktop"_s.arg(APP_ID));
+    const QByteArray entry = installedFile(u"share/applications/%1.desktop"_s.arg(APP_ID));
     QVERIFY(entry.contains("\nIcon=" CATALIST_APP_ID "\n"));
     QVERIFY(entry.contains("\nExec=catalist\n"));
-    const QByteArray facts = files.read(u"tree/share/metainfo/%1.metainfo.xml"_s.arg(APP_ID));
+    const QByteArray facts = installedFile(u"share/metainfo/%1.metainfo.xml"_s.arg(APP_ID));
     QVERIFY(facts.contains("<id>" CATALIST_APP_ID "</id>"));
     QVERIFY(facts.contains("<launchable type=\"desktop-id\">" CATALIST_APP_ID ".desktop</launchable>"));
     QVERIFY(facts.contains("<release version=\"" CATALIST_VERSION "\""));
-    QVERIFY(files.read(u"tree/bin/catalist"_s)
+    QVERIFY(installedFile(u"bin/catalist"_s)
                 .contains(QByteArray(reinterpret_cast<const char *>(APP_ID.utf16()), APP_ID.size() * 2)));
 }
 
@@ -188,7 +206,9 @@ void TestPackage::documents_data()
 void TestPackage::documents()
 {
     QFETCH(QString, path);
-    QVERIFY(QFileInfo(share + u'/' + path).size() > 0);
+    QVERIFY(QFileInfo(work.path(u"tree/share/"_s + path)).size() > 0);
+    const QString packed = hasPackage && path.startsWith(u"man/"_s) ? path + u".gz"_s : path;
+    QVERIFY(QFileInfo(share + u'/' + packed).size() > 0);
 }
 
 void TestPackage::canBeMoved()
@@ -202,15 +222,42 @@ void TestPackage::canBeMoved()
     QCOMPARE(version.text.trimmed(), u"catalist-cli " CATALIST_VERSION ""_s);
 }
 
+/// What has to be installed of the files in the archive, below the prefix.
+QStringList TestPackage::expected() const
+{
+    QStringList archived = tree(work.path(u"tree"_s));
+    if (!hasPackage)
+        return archived;
+    QStringList paths;
+    for (const QString &path : std::as_const(archived)) {
+        // These have the names that a package wants.
+        if (path != u"share/doc/catalist/CHANGELOG.md" && path != u"share/doc/catalist/LICENSE")
+            paths.append(path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
+    }
+    paths += {u"share/doc/catalist/changelog.Debian.gz"_s,
+              u"share/doc/catalist/changelog.gz"_s,
+              u"share/doc/catalist/copyright"_s,
+              u"share/lintian"_s,
+              u"share/lintian/overrides"_s,
+              u"share/lintian/overrides/catalist"_s};
+    paths.sort();
+    return paths;
+}
+
 void TestPackage::archive()
 {
-    const QStringList archives = QDir(work.path()).entryList({u"*.tar.gz"_s});
-    QCOMPARE(archives, QStringList{u"catalist-" CATALIST_VERSION "-Linux.tar.gz"_s});
-    work.makeFolder(u"unpacked"_s);
-    const Outcome unpacked = run(u"tar"_s, {u"-C"_s, work.path(u"unpacked"_s), u"--strip-components=1"_s, u"-xzf"_s,
-                                            work.path(archives.constFirst())});
-    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
-    QCOMPARE(tree(work.path(u"unpacked"_s)), tree(work.path(u"tree"_s)));
+    QCOMPARE(tree(installed), expected());
+    const QStringList archived = tree(work.path(u"tree"_s));
+    int same = 0;
+    for (const QString &path : archived) {
+        const QFileInfo file(work.path(u"tree/"_s + path));
+        if (!file.isFile() || !QFile::exists(installed + u'/' + path))
+            continue;
+        QVERIFY2(work.read(u"tree/"_s + path) == installedFile(path), qPrintable(path));
+        QCOMPARE(QFileInfo(installed + u'/' + path).permissions(), file.permissions());
+        ++same;
+    }
+    QVERIFY(same > 50);
 }
 
 void TestPackage::debianFields()
@@ -218,7 +265,7 @@ void TestPackage::debianFields()
     if (!hasPackage)
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     const auto field = [this](const QString &name) {
-        return run(u"dpkg-deb"_s, {u"--field"_s, package(), name}).text.trimmed();
+        return run(u"dpkg-deb"_s, {u"--field"_s, package, name}).text.trimmed();
     };
     QCOMPARE(field(u"Package"_s), u"catalist"_s);
     QCOMPARE(field(u"Version"_s), u"" CATALIST_VERSION "-1"_s);
@@ -234,25 +281,14 @@ void TestPackage::debianFiles()
 {
     if (!hasPackage)
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
-    const Outcome unpacked = run(u"dpkg-deb"_s, {u"--extract"_s, package(), work.path(u"deb"_s)});
+    const Outcome unpacked = run(u"dpkg-deb"_s, {u"--extract"_s, package, work.path(u"deb"_s)});
     QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
 
-    QStringList expected;
-    const QStringList installed = tree(work.path(u"tree"_s));
-    for (const QString &path : installed) {
-        // These have the names that a package wants.
-        if (path != u"share/doc/catalist/CHANGELOG.md" && path != u"share/doc/catalist/LICENSE")
-            expected.append(u"usr/"_s + path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
-    }
-    expected += {u"usr"_s,
-                 u"usr/share/doc/catalist/changelog.Debian.gz"_s,
-                 u"usr/share/doc/catalist/changelog.gz"_s,
-                 u"usr/share/doc/catalist/copyright"_s,
-                 u"usr/share/lintian"_s,
-                 u"usr/share/lintian/overrides"_s,
-                 u"usr/share/lintian/overrides/catalist"_s};
-    expected.sort();
-    QCOMPARE(tree(work.path(u"deb"_s)), expected);
+    QStringList paths{u"usr"_s};
+    const QStringList below = expected();
+    for (const QString &path : below)
+        paths.append(u"usr/"_s + path);
+    QCOMPARE(tree(work.path(u"deb"_s)), paths);
 
     const QString changelog = run(u"gzip"_s, {u"-dc"_s, work.path(u"deb/usr/share/doc/catalist/changelog.gz"_s)}).text;
     QVERIFY(changelog.contains(u"\n## " CATALIST_VERSION "\n"_s));
@@ -269,7 +305,7 @@ void TestPackage::debianPolicy()
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     if (!hasTool("lintian"))
         QSKIP("lintian is not installed (package lintian)");
-    const Outcome checked = run(u"lintian"_s, {u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package()});
+    const Outcome checked = run(u"lintian"_s, {u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package});
     QCOMPARE(checked.text, QString());
     QCOMPARE(checked.code, 0);
 }
@@ -290,8 +326,8 @@ void TestPackage::installedStartedAndRemoved()
                                   + arguments);
     };
 
-    const Outcome installed = dpkg({u"--install"_s, package()});
-    QVERIFY2(installed.code == 0, qPrintable(installed.text));
+    const Outcome added = dpkg({u"--install"_s, package});
+    QVERIFY2(added.code == 0, qPrintable(added.text));
     QCOMPARE(startAndEnd(root.path(u"usr/bin/catalist"_s)), QString());
 
     const QString catalogue = root.path(u"usr/share/doc/catalist/examples/catalogue"_s);
