@@ -4,15 +4,20 @@
 #include "windowfixture.h"
 
 #include <QAbstractEventDispatcher>
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
 #include <QHash>
 #include <QImage>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTableWidgetItem>
 #include <QTextBrowser>
+#include <QTextCursor>
 #include <QTreeView>
 #include <QUrl>
 #include <QVariant>

@@ -21,6 +21,14 @@ else()
     # What is released is the same wherever it was built. A debugger needs the whole paths.
     list(APPEND CATALIST_COMPILE_OPTIONS "$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>")
 endif()
+# clazy looks at what clang compiles; .clazy says for what.
+option(CATALIST_CLAZY "Load clazy into the compiler, which has to be clang" OFF)
+if(CATALIST_CLAZY)
+    file(STRINGS "${PROJECT_SOURCE_DIR}/.clazy" checks REGEX "^[^#]")
+    list(JOIN checks "," checks)
+    set(CATALIST_CLAZY_OPTIONS "SHELL:-Xclang -load -Xclang ClazyPlugin.so -Xclang -add-plugin -Xclang clazy"
+        "SHELL:-Xclang -plugin-arg-clazy -Xclang ${checks}")
+endif()
 if(CATALIST_HAS_DESKTOP_ENTRIES)
     set(CATALIST_LINK_OPTIONS LINKER:-z,relro,-z,now)
 endif()

@@ -1,8 +1,10 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "ui/filedialog.h"
 #include "windowtest.h"
 
 #include <QAccessible>
+#include <QAccessibleInterface>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QInputDialog>
@@ -130,13 +132,12 @@ void press(Qt::Key key)
 } // namespace
 
 /// What people need who do not see the window, or have no mouse.
-class TestAccessibility : public QObject, private WindowTest
+class TestAccessibility : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void controlsHaveNames_data();
     void controlsHaveNames();
@@ -159,17 +160,12 @@ private:
 
 void TestAccessibility::init()
 {
-    begin();
+    WindowTest::init();
     QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
     storeProject(folder->path(u"catalogue/Apps.csv"_s));
     window = openWindow<MainWindow>();
     clickCell(child<QListWidget>(*window, "listApps"), 0);
     child<QListWidget>(*window, "listApps")->setFocus();
-}
-
-void TestAccessibility::cleanup()
-{
-    end();
 }
 
 void TestAccessibility::showPage(const QString &page) const
@@ -348,5 +344,5 @@ void TestAccessibility::savesWithKeys()
     QVERIFY(folder->read(u"Apps.json"_s).contains("Altimeter/main.lua"));
 }
 
-CATALIST_TEST_MAIN(TestAccessibility)
+CATALIST_TEST(TestAccessibility)
 #include "tst_accessibility.moc"

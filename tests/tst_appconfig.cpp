@@ -1,6 +1,8 @@
 #include "model/appconfig.h"
 
-#include <QtTest>
+#include "testrunner.h"
+
+#include <QTest>
 
 class TestAppConfig : public QObject
 {
@@ -145,5 +147,5 @@ void TestAppConfig::copiesAndMoves()
     QVERIFY(!(moved == AppConfig()));
 }
 
-QTEST_APPLESS_MAIN(TestAppConfig)
+CATALIST_TEST(TestAppConfig)
 #include "tst_appconfig.moc"

@@ -1,10 +1,10 @@
 #include "model/appconfigmodel.h"
 
 #include "folder.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 
@@ -370,5 +370,5 @@ void TestAppConfigModel::publishingIsNotSaving()
     QCOMPARE(indexSpy->size(), 0);
 }
 
-CATALIST_CORE_TEST_MAIN(TestAppConfigModel)
+CATALIST_TEST(TestAppConfigModel)
 #include "tst_appconfigmodel.moc"

@@ -1,11 +1,15 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "viewer/simplewebviewer.h"
 #include "windowtest.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QColor>
+#include <QFont>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
+#include <QPalette>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTableWidget>
@@ -76,13 +80,13 @@ QStringList cutOff(const QWidget &window)
 } // namespace
 
 /// Large fonts, dark palettes and dense screens.
-class TestAppearance : public QObject, private WindowTest
+class TestAppearance : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
+    void cleanup() override;
     void nothingIsCutOff_data();
     void nothingIsCutOff();
     void textsStandOutFromTheirGround_data();
@@ -100,12 +104,12 @@ void TestAppearance::init()
 {
     font = QApplication::font();
     palette = QApplication::palette();
-    begin();
+    WindowTest::init();
 }
 
 void TestAppearance::cleanup()
 {
-    end();
+    WindowTest::cleanup();
     QApplication::setFont(font);
     QApplication::setPalette(palette);
 }
@@ -188,5 +192,5 @@ void TestAppearance::iconsAreDrawnForTheScreen()
     QCOMPARE(icons, 6); // four in the tool bar, two below the list
 }
 
-CATALIST_TEST_MAIN(TestAppearance)
+CATALIST_TEST(TestAppearance)
 #include "tst_appearance.moc"

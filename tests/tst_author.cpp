@@ -1,4 +1,4 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "windowtest.h"
 
 #include <QComboBox>
@@ -10,13 +10,11 @@
 
 using namespace Qt::StringLiterals;
 
-class TestAuthor : public QObject, private WindowTest
+class TestAuthor : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
     void fromAnEmptyFolderToAPublishedIndex();
 
 private:
@@ -155,16 +153,6 @@ const QByteArray UNTOUCHED_DESCRIPTION = R"(<!DOCTYPE html>
 
 } // namespace
 
-void TestAuthor::init()
-{
-    begin();
-}
-
-void TestAuthor::cleanup()
-{
-    end();
-}
-
 void TestAuthor::createProject()
 {
     retype(*window, "repository", u"http://repo.example/cat"_s);
@@ -291,5 +279,5 @@ void TestAuthor::fromAnEmptyFolderToAPublishedIndex()
     QCOMPARE(list->item(1)->text(), u"Lamp"_s);
 }
 
-CATALIST_TEST_MAIN(TestAuthor)
+CATALIST_TEST(TestAuthor)
 #include "tst_author.moc"

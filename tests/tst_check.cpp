@@ -1,9 +1,13 @@
 #include "check/checkrules.h"
 
 #include "folder.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
-#include <QtTest>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
 
 #include <fstream>
 #include <memory>
@@ -707,5 +711,5 @@ void TestCheck::hostilePages()
     QCOMPARE(checkCatalogue(path).error, QString());
 }
 
-CATALIST_CORE_TEST_MAIN(TestCheck)
+CATALIST_TEST(TestCheck)
 #include "tst_check.moc"

@@ -1,38 +1,28 @@
 #include "clitest.h"
-#include "scratchhome.h"
+#include "lengths.h"
+#include "testrunner.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
-class TestCliCheck : public QObject, private CliTest
+class TestCliCheck : public CliTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void checks_data();
     void checks();
     void checkAsJson();
     void checkAsText();
     void namesForgeNoLines();
     void verifies();
-    void twentyThousandApps();
+    void thousandsOfApps();
 };
-
-void TestCliCheck::init()
-{
-    begin();
-}
-
-void TestCliCheck::cleanup()
-{
-    end();
-}
 
 void TestCliCheck::checks_data()
 {
@@ -181,12 +171,14 @@ void TestCliCheck::verifies()
              u"catalist-cli: %1: No such file or directory\n"_s.arg(folder->path(u"Apps.json"_s)));
 }
 
-void TestCliCheck::twentyThousandApps()
+void TestCliCheck::thousandsOfApps()
 {
-    constexpr int APPS = 20'000;
+    const int count = lengthOf(2000, 20'000);
+    const QString first = u"App"_s + QString::number(count / 2);
+    const QString second = u"App"_s + QString::number(count - 1);
     makeClock({});
     QByteArray content = HEADER;
-    for (int i = 0; i < APPS; ++i) {
+    for (int i = 0; i < count; ++i) {
         const QByteArray name = "App" + QByteArray::number(i);
         folder->write(u"project/apps/"_s + QString::fromUtf8(name) + u"/main.lua"_s, name);
         content += QByteArray(CLOCK)
@@ -202,19 +194,21 @@ void TestCliCheck::twentyThousandApps()
     QCOMPARE(checked.code, 0);
     const Outcome exported = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, index});
     QCOMPARE(exported.code, 0);
-    QVERIFY2(exported.out.startsWith("20000 apps, 20000 files, "), exported.out.constData());
+    const QByteArray number = QByteArray::number(count);
+    QVERIFY2(exported.out.startsWith(number + " apps, " + number + " files, "), exported.out.constData());
     QCOMPARE(run({u"verify"_s, project(), u"--index"_s, index, u"--url"_s, URL}).out, QByteArray("Nothing found.\n"));
 
-    folder->write(u"project/apps/App17777/main.lua"_s, "App17778");
-    QVERIFY(QFile::rename(project() + u"/apps/App9999"_s, project() + u"/apps/app9999"_s));
+    folder->write(u"project/apps/%1/main.lua"_s.arg(second), QByteArray(second.size(), 'x'));
+    QVERIFY(QFile::rename(project() + u"/apps/"_s + first, project() + u"/apps/"_s + first.toLower()));
     const Outcome broken = run({u"verify"_s, project(), u"--index"_s, index, u"--url"_s, URL});
     QCOMPARE(broken.code, 1);
-    QVERIFY2(broken.out.contains("\"apps/App17777/main.lua\"") && broken.out.contains("\"apps/app9999/main.lua\""),
+    QVERIFY2(broken.out.contains(u"\"apps/%1/main.lua\""_s.arg(second).toUtf8())
+                 && broken.out.contains(u"\"apps/%1/main.lua\""_s.arg(first.toLower()).toUtf8()),
              broken.out.constData());
     const Outcome found = run({u"check"_s, project()});
     QCOMPARE(found.code, 1);
-    QVERIFY2(found.out.contains("App9999, line 10001\n"), found.out.constData());
+    QVERIFY2(found.out.contains(u"%1, line %2\n"_s.arg(first).arg(count / 2 + 2).toUtf8()), found.out.constData());
 }
 
-CATALIST_TEST_MAIN(TestCliCheck)
+CATALIST_TEST(TestCliCheck)
 #include "tst_cli_check.moc"

@@ -1,6 +1,8 @@
 #include "clitest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QProcess>
 
@@ -14,14 +16,11 @@
 
 using namespace Qt::StringLiterals;
 
-class TestCliExport : public QObject, private CliTest
+class TestCliExport : public CliTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void exportsWhatTheWindowExports_data();
     void exportsWhatTheWindowExports();
     void exportsToTheCurrentFolder();
@@ -35,16 +34,6 @@ private slots:
     void exportWithoutAllFiles();
     void progressOnATerminal();
 };
-
-void TestCliExport::init()
-{
-    begin();
-}
-
-void TestCliExport::cleanup()
-{
-    end();
-}
 
 void TestCliExport::exportsWhatTheWindowExports_data()
 {
@@ -259,5 +248,5 @@ void TestCliExport::progressOnATerminal()
 #endif
 }
 
-CATALIST_TEST_MAIN(TestCliExport)
+CATALIST_TEST(TestCliExport)
 #include "tst_cli_export.moc"

@@ -2,8 +2,12 @@
 #include "io/history.h"
 #include "io/replacefile.h"
 #include "io/wholefile.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QByteArrayList>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
@@ -19,14 +23,11 @@ void awaitNextMoment()
 
 } // namespace
 
-class TestCliHistory : public QObject, private CliTest
+class TestCliHistory : public CliTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void history();
     void historyOfABrokenCatalogue();
     void historyOfNothing();
@@ -41,16 +42,6 @@ private slots:
     void restoresNothing();
     void entriesOfTheSameName();
 };
-
-void TestCliHistory::init()
-{
-    begin();
-}
-
-void TestCliHistory::cleanup()
-{
-    end();
-}
 
 void TestCliHistory::history()
 {
@@ -279,5 +270,5 @@ void TestCliHistory::entriesOfTheSameName()
     QCOMPARE(folder->read(u"project/en.html"_s), QByteArray(""));
 }
 
-CATALIST_TEST_MAIN(TestCliHistory)
+CATALIST_TEST(TestCliHistory)
 #include "tst_cli_history.moc"

@@ -1,9 +1,11 @@
 #include "io/csv.h"
 
 #include "folder.h"
+#include "testrunner.h"
 
+#include <QLocale>
+#include <QTest>
 #include <QTextStream>
-#include <QtTest>
 
 class TestCsv : public QObject
 {
@@ -183,5 +185,5 @@ void TestCsv::dates()
     QTEST(toDate(text), "date");
 }
 
-QTEST_GUILESS_MAIN(TestCsv)
+CATALIST_TEST(TestCsv)
 #include "tst_csv.moc"

@@ -4,13 +4,18 @@
 #include "io/replacefile.h"
 #include "io/repositoryindex.h"
 
+#include "cli.h"
 #include "folder.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QRegularExpression>
-#include <QtTest>
+#include <QRegularExpressionMatch>
+#include <QTest>
 
 namespace {
 
@@ -286,20 +291,13 @@ void TestDocuments::commands()
     QVERIFY(
         QFile::rename(entry.filePath(), entry.path() + QStringLiteral("/20240305-142530-123-00-replaced-Apps.csv")));
 
-    QProcess shell;
-    shell.setWorkingDirectory(folder.path());
     QProcessEnvironment environment;
-    environment.insert(QStringLiteral("PATH"),
-                       QFileInfo(QStringLiteral(CATALIST_CLI)).path() + QStringLiteral(":/usr/bin:/bin"));
     environment.insert(QStringLiteral("HOME"), folder.path());
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-    shell.setProcessEnvironment(environment);
-    shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-e"), QStringLiteral("-c"), script});
-    QVERIFY(shell.waitForFinished());
-    const QByteArray complaints = shell.readAllStandardError();
-    QCOMPARE(complaints, QByteArray());
-    QCOMPARE(shell.exitCode(), 0);
-    QVERIFY(!shell.readAllStandardOutput().isEmpty());
+    const Outcome outcome = runScript(QStringLiteral("set -e\n") + script, folder.path(), environment);
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(!outcome.out.isEmpty());
 #else
     QSKIP("No such shell here");
 #endif
@@ -326,5 +324,5 @@ void TestDocuments::scriptHasItsCommands()
 #endif
 }
 
-CATALIST_CORE_TEST_MAIN(TestDocuments)
+CATALIST_TEST(TestDocuments)
 #include "tst_documents.moc"

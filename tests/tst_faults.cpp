@@ -1,7 +1,9 @@
 #include "faulttest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
-#include <QtTest>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
 
 #include <cerrno>
 #include <utility>
@@ -12,15 +14,13 @@ Q_DECLARE_METATYPE(Target)
 Q_DECLARE_METATYPE(Staging)
 Q_DECLARE_METATYPE(History)
 
-class TestFaults : public QObject, private FaultTest
+class TestFaults : public FaultTest
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
     void cleanupTestCase();
-    void init();
-    void cleanup();
 
     void everyCallOfASave_data();
     void everyCallOfASave();
@@ -55,16 +55,6 @@ void TestFaults::cleanupTestCase()
     qInfo("%d points tried, %d fell short; %d saves were killed, %d reported a failure, %d files written directly were "
           "torn and are in the history",
           tried, shorts, killed, failed, torn);
-}
-
-void TestFaults::init()
-{
-    begin();
-}
-
-void TestFaults::cleanup()
-{
-    end();
 }
 
 void TestFaults::everyCallOfASave_data()
@@ -365,5 +355,5 @@ QStringList TestFaults::exportShortfalls(Target target, const Trial &trial)
     return found;
 }
 
-CATALIST_CORE_TEST_MAIN(TestFaults)
+CATALIST_TEST(TestFaults)
 #include "tst_faults.moc"

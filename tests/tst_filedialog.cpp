@@ -1,13 +1,15 @@
 #include "dialoganswers.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "ui/filedialog.h"
 #include "windowfixture.h"
 
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFileSystemModel>
 #include <QHeaderView>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTreeView>
 
 #include <algorithm>
@@ -478,5 +480,5 @@ void TestFileDialog::namesAreShownWhole()
     QCOMPARE(tree->header()->visualIndex(0), 0);
 }
 
-CATALIST_TEST_MAIN(TestFileDialog)
+CATALIST_TEST(TestFileDialog)
 #include "tst_filedialog.moc"

@@ -1,8 +1,10 @@
 #include "io/filehash.h"
 
 #include "folder.h"
+#include "testrunner.h"
 
-#include <QtTest>
+#include <QFile>
+#include <QTest>
 
 class TestFileHash : public QObject
 {
@@ -92,5 +94,5 @@ void TestFileHash::unreadable()
     QVERIFY(hash.isNull());
 }
 
-QTEST_GUILESS_MAIN(TestFileHash)
+CATALIST_TEST(TestFileHash)
 #include "tst_filehash.moc"

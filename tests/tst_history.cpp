@@ -3,9 +3,12 @@
 #include "folder.h"
 #include "historyfiles.h"
 #include "io/replacefile.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QDate>
 #include <QProcess>
+#include <QSet>
+#include <QTest>
 
 #include <array>
 #include <memory>
@@ -459,5 +462,5 @@ void TestHistory::processesReplaceAtOnce()
         QVERIFY2(whole.contains(content), "A version is torn");
 }
 
-CATALIST_CORE_TEST_MAIN(TestHistory)
+CATALIST_TEST(TestHistory)
 #include "tst_history.moc"

@@ -1,7 +1,8 @@
 #include "hostilepreviewtest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QNetworkReply>
 #include <QTcpSocket>
 #include <QTimer>
@@ -109,14 +110,11 @@ Script sends(const QByteArray &bytes)
 
 Q_DECLARE_METATYPE(Script)
 
-class TestHostileDownloads : public QObject, private HostilePreviewTest
+class TestHostileDownloads : public HostilePreviewTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void badAnswers_data();
     void badAnswers();
     void redirectsInACircle();
@@ -133,16 +131,6 @@ private slots:
     void closingWithDownloadsPending_data();
     void closingWithDownloadsPending();
 };
-
-void TestHostileDownloads::init()
-{
-    begin();
-}
-
-void TestHostileDownloads::cleanup()
-{
-    end();
-}
 
 void TestHostileDownloads::badAnswers_data()
 {
@@ -374,5 +362,5 @@ void TestHostileDownloads::closingWithDownloadsPending()
     QCOMPARE(downloads->most(), 5);
 }
 
-CATALIST_TEST_MAIN(TestHostileDownloads)
+CATALIST_TEST(TestHostileDownloads)
 #include "tst_hostile_downloads.moc"

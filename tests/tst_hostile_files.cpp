@@ -4,9 +4,12 @@
 #include "io/repositoryindex.h"
 
 #include "folder.h"
-#include "scratchhome.h"
+#include "lengths.h"
+#include "testrunner.h"
 
+#include <QFile>
 #include <QJsonArray>
+#include <QTest>
 #include <QThread>
 
 #include <atomic>
@@ -61,14 +64,10 @@ void TestHostileFiles::shapes_data()
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<int>("apps");
 
-#ifdef __SANITIZE_ADDRESS__
-    constexpr qsizetype LONG = 10'000'000; // the sanitizer copies a text each time it grows
-#else
-    constexpr qsizetype LONG = 100'000'000;
-#endif
+    const qsizetype length = lengthOf(10'000'000, 100'000'000);
     const QByteArray deep(100'000, '[');
-    QTest::newRow("a very long line without cells") << QByteArray(LONG, 'x') << false << 0;
-    QTest::newRow("a very long author") << "{};" + QByteArray(LONG, 'x') + ";;;;{};\n" << true << 1;
+    QTest::newRow("a very long line without cells") << QByteArray(length, 'x') << false << 0;
+    QTest::newRow("a very long author") << "{};" + QByteArray(length, 'x') + ";;;;{};\n" << true << 1;
     QTest::newRow("a million empty cells") << QByteArray(1'000'000, ';') << false << 0;
     QTest::newRow("a million cells more than there are columns")
         << "{}" + ROW_END.chopped(1) + QByteArray(1'000'000, ';') << true << 1;
@@ -191,5 +190,5 @@ void TestHostileFiles::listedPathThatClimbsOut()
     QCOMPARE(files.at(0).toObject().value(QLatin1String("destination")).toString(), QStringLiteral("Apps/../secret"));
 }
 
-CATALIST_CORE_TEST_MAIN(TestHostileFiles)
+CATALIST_TEST(TestHostileFiles)
 #include "tst_hostile_files.moc"

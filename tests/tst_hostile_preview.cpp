@@ -1,5 +1,6 @@
 #include "hostilepreviewtest.h"
-#include "scratchhome.h"
+#include "lengths.h"
+#include "testrunner.h"
 
 #include <QElapsedTimer>
 
@@ -11,34 +12,22 @@ const QString TOO_DEEP = u"Too large or too deeply nested"_s;
 
 } // namespace
 
-class TestHostilePreview : public QObject, private HostilePreviewTest
+class TestHostilePreview : public HostilePreviewTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
-    void tenThousandImages();
+    void thousandsOfImages();
     void deepHtml_data();
     void deepHtml();
     void longText();
 };
 
-void TestHostilePreview::init()
+void TestHostilePreview::thousandsOfImages()
 {
-    begin();
-}
-
-void TestHostilePreview::cleanup()
-{
-    end();
-}
-
-void TestHostilePreview::tenThousandImages()
-{
+    const int count = lengthOf(2000, 10'000);
     QString html;
-    for (int i = 0; i < 10000; ++i)
+    for (int i = 0; i < count; ++i)
         html += htmlWithImages({server->url(u"/%1.png"_s.arg(i))});
     const Pulse pulse;
     preview(html);
@@ -106,5 +95,5 @@ void TestHostilePreview::longText()
     expectAlive(pulse, 60000);
 }
 
-CATALIST_TEST_MAIN(TestHostilePreview)
+CATALIST_TEST(TestHostilePreview)
 #include "tst_hostile_preview.moc"

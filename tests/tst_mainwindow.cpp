@@ -1,19 +1,17 @@
 #include "projecttest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QAbstractButton>
+#include <QFile>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTabWidget>
 
-class TestMainWindow : public QObject, private ProjectTest
+class TestMainWindow : public ProjectTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void firstStart();
     void settingsAreRestored();
     void settingsAreWritten();
@@ -29,16 +27,6 @@ private slots:
     void closeAndSaveWithoutProject();
     void closeAndSaveFails();
 };
-
-void TestMainWindow::init()
-{
-    begin();
-}
-
-void TestMainWindow::cleanup()
-{
-    end();
-}
 
 void TestMainWindow::firstStart()
 {
@@ -235,5 +223,5 @@ void TestMainWindow::closeAndSaveFails()
     QVERIFY(isMarked());
 }
 
-CATALIST_TEST_MAIN(TestMainWindow)
+CATALIST_TEST(TestMainWindow)
 #include "tst_mainwindow.moc"

@@ -1,21 +1,19 @@
 #include "appstest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QDateEdit>
 #include <QListWidget>
+#include <QSignalSpy>
 #include <QTabWidget>
 #include <QTableWidget>
 
 using namespace Qt::StringLiterals;
 
-class TestMainWindowApps : public QObject, private AppsTest
+class TestMainWindowApps : public AppsTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void nothingIsShownBeforeAnAppIsSelected();
     void listShowsTheEnglishNames();
     void listIsFollowedByMouseAndKeyboard();
@@ -39,19 +37,9 @@ private:
     void openShorterProject();
 };
 
-void TestMainWindowApps::init()
-{
-    begin();
-}
-
-void TestMainWindowApps::cleanup()
-{
-    end();
-}
-
 void TestMainWindowApps::openShorterProject()
 {
-    folder->write(u"short/Apps.csv"_s, HEADER + TWO_APPS);
+    folder->write(u"short/Apps.csv"_s, HEADER + CLOCK_AND_LAMP);
     folder->write(u"short/x.html"_s, "x");
     open(FIVE_APPS, 4);
     answers->chooseFile(folder->path(u"short/Apps.csv"_s));
@@ -60,7 +48,7 @@ void TestMainWindowApps::openShorterProject()
 
 void TestMainWindowApps::nothingIsShownBeforeAnAppIsSelected()
 {
-    open(TWO_APPS, -1);
+    open(CLOCK_AND_LAMP, -1);
     QVERIFY(!isEnabled("tabWidget"));
     QCOMPARE(child<QTabWidget>(*window, "tabWidget")->currentIndex(), 0);
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
@@ -144,7 +132,7 @@ void TestMainWindowApps::clickOnTheCurrentAppChangesNothing()
 
 void TestMainWindowApps::newApp()
 {
-    open(TWO_APPS);
+    open(CLOCK_AND_LAMP);
     click(*window, "btnNewApp");
     QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s, u"[New App]"_s}));
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), 2);
@@ -280,5 +268,5 @@ void TestMainWindowApps::deletePastTheEndRemovesNothing()
     QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
 }
 
-CATALIST_TEST_MAIN(TestMainWindowApps)
+CATALIST_TEST(TestMainWindowApps)
 #include "tst_mainwindow_apps.moc"

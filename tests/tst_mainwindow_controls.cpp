@@ -1,8 +1,12 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "windowtest.h"
 
 #include <QAccessible>
+#include <QAccessibleInterface>
 #include <QAction>
+#include <QIcon>
+#include <QImage>
+#include <QKeySequence>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -23,13 +27,12 @@ bool isTabStop(const QWidget *widget)
 
 } // namespace
 
-class TestMainWindowControls : public QObject, private WindowTest
+class TestMainWindowControls : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void actions_data();
     void actions();
@@ -44,13 +47,8 @@ private slots:
 
 void TestMainWindowControls::init()
 {
-    begin();
+    WindowTest::init();
     window = std::make_unique<MainWindow>();
-}
-
-void TestMainWindowControls::cleanup()
-{
-    end();
 }
 
 void TestMainWindowControls::actions_data()
@@ -202,5 +200,5 @@ void TestMainWindowControls::namesForScreenReaders()
     }
 }
 
-CATALIST_TEST_MAIN(TestMainWindowControls)
+CATALIST_TEST(TestMainWindowControls)
 #include "tst_mainwindow_controls.moc"

@@ -1,20 +1,18 @@
 #include "descriptiontest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 
 using namespace Qt::StringLiterals;
 
-class TestMainWindowDescription : public QObject, private DescriptionTest
+class TestMainWindowDescription : public DescriptionTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void tableShowsTheDescriptions();
 
     void deleteAsksAndKeepsTheFile_data();
@@ -32,16 +30,6 @@ private slots:
     void tabKeyLeavesTheTable();
     void fileColumnIsNotEdited();
 };
-
-void TestMainWindowDescription::init()
-{
-    begin();
-}
-
-void TestMainWindowDescription::cleanup()
-{
-    end();
-}
 
 void TestMainWindowDescription::tableShowsTheDescriptions()
 {
@@ -246,5 +234,5 @@ void TestMainWindowDescription::fileColumnIsNotEdited()
     QVERIFY(!table->viewport()->findChild<QLineEdit *>());
 }
 
-CATALIST_TEST_MAIN(TestMainWindowDescription)
+CATALIST_TEST(TestMainWindowDescription)
 #include "tst_mainwindow_description.moc"

@@ -1,5 +1,5 @@
 #include "descriptiontest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QFile>
 
@@ -32,14 +32,11 @@ const QStringList FILE_FILTERS{u"HTML files (*.html)"_s, u"All files (*.*)"_s};
 
 } // namespace
 
-class TestMainWindowDescriptionAdding : public QObject, private DescriptionTest
+class TestMainWindowDescriptionAdding : public DescriptionTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void newDescription_data();
     void newDescription();
     void newDescriptionOverAnExistingFile();
@@ -63,16 +60,6 @@ private:
     void compareQuestions(const QString &fileDialogTitle);
     void compareUnchanged();
 };
-
-void TestMainWindowDescriptionAdding::init()
-{
-    begin();
-}
-
-void TestMainWindowDescriptionAdding::cleanup()
-{
-    end();
-}
 
 // Which language, and then which file.
 void TestMainWindowDescriptionAdding::compareQuestions(const QString &fileDialogTitle)
@@ -357,5 +344,5 @@ void TestMainWindowDescriptionAdding::fileThatCannotBeCreatedIsStored()
     QCOMPARE(saved(), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":")" + file.toUtf8() + R"("})"));
 }
 
-CATALIST_TEST_MAIN(TestMainWindowDescriptionAdding)
+CATALIST_TEST(TestMainWindowDescriptionAdding)
 #include "tst_mainwindow_description_adding.moc"

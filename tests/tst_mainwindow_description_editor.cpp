@@ -1,8 +1,9 @@
 #include "descriptiontest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QListWidget>
 
 #include <functional>
@@ -25,14 +26,11 @@ struct Leaving
 };
 Q_DECLARE_METATYPE(Leaving)
 
-class TestMainWindowDescriptionEditor : public QObject, private DescriptionTest
+class TestMainWindowDescriptionEditor : public DescriptionTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void nothingIsOpenAtFirst();
     void selectedFileIsOpened();
     void autoSaveWritesTheFile();
@@ -51,16 +49,6 @@ private slots:
     void bytesWritten_data();
     void bytesWritten();
 };
-
-void TestMainWindowDescriptionEditor::init()
-{
-    begin();
-}
-
-void TestMainWindowDescriptionEditor::cleanup()
-{
-    end();
-}
 
 void TestMainWindowDescriptionEditor::nothingIsOpenAtFirst()
 {
@@ -418,5 +406,5 @@ void TestMainWindowDescriptionEditor::bytesWritten()
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
 }
 
-CATALIST_TEST_MAIN(TestMainWindowDescriptionEditor)
+CATALIST_TEST(TestMainWindowDescriptionEditor)
 #include "tst_mainwindow_description_editor.moc"

@@ -1,6 +1,6 @@
 #include "descriptiontest.h"
 #include "pictures.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "viewer/simplewebviewer.h"
 
 #include <QFile>
@@ -14,14 +14,11 @@ constexpr QRgb PICTURE_COLOUR = 0xff12c832;
 
 } // namespace
 
-class TestMainWindowDescriptionPreview : public QObject, private DescriptionTest
+class TestMainWindowDescriptionPreview : public DescriptionTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void previewFollowsTheText();
     void previewSearchesBesideTheFile();
     void previewShowsAPictureBesideTheFile();
@@ -33,16 +30,6 @@ private:
 
     SimpleWebViewer *view = nullptr;
 };
-
-void TestMainWindowDescriptionPreview::init()
-{
-    begin();
-}
-
-void TestMainWindowDescriptionPreview::cleanup()
-{
-    end();
-}
 
 void TestMainWindowDescriptionPreview::open(const QByteArray &descriptions)
 {
@@ -102,5 +89,5 @@ void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()
     QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);
 }
 
-CATALIST_TEST_MAIN(TestMainWindowDescriptionPreview)
+CATALIST_TEST(TestMainWindowDescriptionPreview)
 #include "tst_mainwindow_description_preview.moc"

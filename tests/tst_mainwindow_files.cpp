@@ -1,4 +1,4 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "windowtest.h"
 
 #include <QLineEdit>
@@ -21,13 +21,12 @@ const QString MARKED = u"Orva Catalist (*)"_s;
 
 } // namespace
 
-class TestMainWindowFiles : public QObject, private WindowTest
+class TestMainWindowFiles : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void filesAreShownInTheirOrder();
     void filesOfTheSelectedAppAreShown();
@@ -62,18 +61,13 @@ private:
 
 void TestMainWindowFiles::init()
 {
-    begin();
+    WindowTest::init();
     folder->write(u"lua/main.lua"_s, "m");
     folder->write(u"lua/sub/deep.lua"_s, "d");
     folder->write(u"top.lua"_s, "t");
     folder->write(u"README"_s, "r");
     folder->write(u"img/a.png"_s, "p");
     folder->write(u"doc/en.html"_s, "<p>old</p>");
-}
-
-void TestMainWindowFiles::cleanup()
-{
-    end();
 }
 
 QByteArray TestMainWindowFiles::project(const QByteArray &files)
@@ -377,5 +371,5 @@ void TestMainWindowFiles::savedFilesAreShownAgain()
     QCOMPARE(shownFiles(), QStringList({u"lua/main.lua"_s, u"img"_s}));
 }
 
-CATALIST_TEST_MAIN(TestMainWindowFiles)
+CATALIST_TEST(TestMainWindowFiles)
 #include "tst_mainwindow_files.moc"

@@ -1,20 +1,18 @@
 #include "appstest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QDateEdit>
+#include <QDateTimeEdit>
 #include <QListWidget>
 #include <QTreeView>
 
 using namespace Qt::StringLiterals;
 
-class TestMainWindowGeneral : public QObject, private AppsTest
+class TestMainWindowGeneral : public AppsTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void everyFieldIsShown();
     void everyFieldIsStored();
     void nothingIsStoredBeforeApply();
@@ -41,16 +39,6 @@ private:
     void setChecked(const char *box, bool checked) const;
 };
 
-void TestMainWindowGeneral::init()
-{
-    begin();
-}
-
-void TestMainWindowGeneral::cleanup()
-{
-    end();
-}
-
 void TestMainWindowGeneral::setChecked(const char *box, bool checked) const
 {
     if (isChecked(box) != checked)
@@ -59,7 +47,7 @@ void TestMainWindowGeneral::setChecked(const char *box, bool checked) const
 
 void TestMainWindowGeneral::everyFieldIsShown()
 {
-    open(TWO_APPS);
+    open(CLOCK_AND_LAMP);
     QVERIFY(isEnabled("tabWidget"));
     QCOMPARE(text("appName1_1"), u"Clock"_s);
     QCOMPARE(text("appName1_2"), u"Uhr"_s);
@@ -83,7 +71,7 @@ void TestMainWindowGeneral::everyFieldIsShown()
 
 void TestMainWindowGeneral::everyFieldIsStored()
 {
-    open(TWO_APPS);
+    open(CLOCK_AND_LAMP);
     retype(*window, "appName1_1", u"Wécker"_s);
     retype(*window, "appName1_2", u"Weckuhr"_s);
     retype(*window, "author", u"Zoë, Ltd"_s);
@@ -273,7 +261,7 @@ void TestMainWindowGeneral::minimumVersions()
 
 void TestMainWindowGeneral::appWithoutDateShowsTheDefault()
 {
-    open(TWO_APPS);
+    open(CLOCK_AND_LAMP);
     const auto *date = child<QDateEdit>(*window, "publicationDate");
     QCOMPARE(date->date(), QDate(2024, 3, 5));
     selectApp(1);
@@ -351,5 +339,5 @@ void TestMainWindowGeneral::titleIsMarkedOnce()
     QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
 }
 
-CATALIST_TEST_MAIN(TestMainWindowGeneral)
+CATALIST_TEST(TestMainWindowGeneral)
 #include "tst_mainwindow_general.moc"

@@ -1,6 +1,6 @@
 #include "historyfiles.h"
 #include "io/history.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "windowtest.h"
 
 #include <QListWidget>
@@ -18,13 +18,12 @@ const QByteArray TEXT = "<p>text</p>";
 
 } // namespace
 
-class TestMainWindowHistory : public QObject, private WindowTest
+class TestMainWindowHistory : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void catalogueThatDoesNotOpenIsSavedOver();
     void lookingAtADescription_data();
@@ -50,15 +49,8 @@ private:
 
 void TestMainWindowHistory::init()
 {
-    begin();
-    QDir(historyFolder()).removeRecursively();
-    QVERIFY(!QFileInfo::exists(historyFolder()));
+    WindowTest::init();
     csv = folder->path(u"project/Apps.csv"_s);
-}
-
-void TestMainWindowHistory::cleanup()
-{
-    end();
 }
 
 void TestMainWindowHistory::open()
@@ -279,5 +271,5 @@ void TestMainWindowHistory::windowSaysNothingWithoutAHistory()
     QVERIFY(answers->shown.isEmpty());
 }
 
-CATALIST_TEST_MAIN(TestMainWindowHistory)
+CATALIST_TEST(TestMainWindowHistory)
 #include "tst_mainwindow_history.moc"

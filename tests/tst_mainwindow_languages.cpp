@@ -1,5 +1,5 @@
 #include "appstest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -25,14 +25,11 @@ constexpr std::array<LanguageRow, 3> ROWS{{
 
 } // namespace
 
-class TestMainWindowLanguages : public QObject, private AppsTest
+class TestMainWindowLanguages : public AppsTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void languages_data();
     void languages();
     void languageWithoutAnItemKeepsTheOneBefore();
@@ -45,16 +42,6 @@ private slots:
 private:
     void chooseLanguage(const char *box, const QString &code) const;
 };
-
-void TestMainWindowLanguages::init()
-{
-    begin();
-}
-
-void TestMainWindowLanguages::cleanup()
-{
-    end();
-}
 
 void TestMainWindowLanguages::chooseLanguage(const char *box, const QString &code) const
 {
@@ -208,5 +195,5 @@ void TestMainWindowLanguages::emptyDefaultNameIsStored()
     QCOMPARE(saved(), QByteArray("{\"en\":\"\"};Ann;1.2;674;05-03-2024;{};;;5.01\n"));
 }
 
-CATALIST_TEST_MAIN(TestMainWindowLanguages)
+CATALIST_TEST(TestMainWindowLanguages)
 #include "tst_mainwindow_languages.moc"

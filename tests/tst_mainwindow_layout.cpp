@@ -1,19 +1,26 @@
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "viewer/simplewebviewer.h"
 #include "windowtest.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QFormLayout>
+#include <QFrame>
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLayout>
+#include <QLayoutItem>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMargins>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <QSizePolicy>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QToolBar>
 
@@ -43,13 +50,12 @@ QString formItem(const QFormLayout *form, int row, QFormLayout::ItemRole role)
 
 } // namespace
 
-class TestMainWindowLayout : public QObject, private WindowTest
+class TestMainWindowLayout : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
 
     void windowItself();
     void widgets_data();
@@ -74,13 +80,8 @@ private slots:
 
 void TestMainWindowLayout::init()
 {
-    begin();
+    WindowTest::init();
     window = std::make_unique<MainWindow>();
-}
-
-void TestMainWindowLayout::cleanup()
-{
-    end();
 }
 
 void TestMainWindowLayout::windowItself()
@@ -407,5 +408,5 @@ void TestMainWindowLayout::descriptionWidgets()
     QCOMPARE(view->document()->defaultStyleSheet(), QString::fromUtf8(css.readAll()));
 }
 
-CATALIST_TEST_MAIN(TestMainWindowLayout)
+CATALIST_TEST(TestMainWindowLayout)
 #include "tst_mainwindow_layout.moc"

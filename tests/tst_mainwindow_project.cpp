@@ -1,6 +1,8 @@
 #include "projecttest.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
@@ -14,14 +16,11 @@ const QStringList PROJECT_FILTERS{QStringLiteral("App configuration files (Apps.
 
 } // namespace
 
-class TestMainWindowProject : public QObject, private ProjectTest
+class TestMainWindowProject : public ProjectTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-
     void newProject();
     void newProjectOverAnother();
     void newProjectCancelled();
@@ -43,16 +42,6 @@ private slots:
     void repositoryUrl_data();
     void repositoryUrl();
 };
-
-void TestMainWindowProject::init()
-{
-    begin();
-}
-
-void TestMainWindowProject::cleanup()
-{
-    end();
-}
 
 void TestMainWindowProject::newProject()
 {
@@ -379,5 +368,5 @@ void TestMainWindowProject::repositoryUrl()
     QTEST(field->text(), "url");
 }
 
-CATALIST_TEST_MAIN(TestMainWindowProject)
+CATALIST_TEST(TestMainWindowProject)
 #include "tst_mainwindow_project.moc"

@@ -1,8 +1,11 @@
 #include "io/history.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "windowtest.h"
 
+#include <QDir>
 #include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QTableWidget>
@@ -30,13 +33,12 @@ QList<QByteArray> historyContents()
 } // namespace
 
 /// The files of an open project change behind the window's back.
-class TestMovingGround : public QObject, private WindowTest
+class TestMovingGround : public WindowTest
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() override;
     void projectFolderIsRemoved();
     void projectFolderIsRenamed();
     void projectFolderIsReplaced();
@@ -56,8 +58,7 @@ private:
 
 void TestMovingGround::init()
 {
-    begin();
-    QDir(historyFolder()).removeRecursively();
+    WindowTest::init();
     project = folder->path(QStringLiteral("project"));
     folder->write(QStringLiteral("project/Apps.csv"), PROJECT);
     folder->write(QStringLiteral("project/de.html"), "<p>de</p>");
@@ -66,11 +67,6 @@ void TestMovingGround::init()
     storeProject(folder->path(QStringLiteral("project/Apps.csv")));
     window = openWindow<MainWindow>();
     clickCell(child<QListWidget>(*window, "listApps"), 0);
-}
-
-void TestMovingGround::cleanup()
-{
-    end();
 }
 
 void TestMovingGround::openDescription(int row)
@@ -234,5 +230,5 @@ void TestMovingGround::clockJumps()
     QVERIFY(!years.contains(QStringLiteral("1970")));
 }
 
-CATALIST_TEST_MAIN(TestMovingGround)
+CATALIST_TEST(TestMovingGround)
 #include "tst_moving_ground.moc"

@@ -1,12 +1,16 @@
 #include "folder.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QStandardPaths>
-#include <QtTest>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -347,5 +351,5 @@ void TestPackage::installedStartedAndRemoved()
     QCOMPARE(tree(root.path()), QStringList());
 }
 
-CATALIST_CORE_TEST_MAIN(TestPackage)
+CATALIST_TEST(TestPackage)
 #include "tst_package.moc"

@@ -2,6 +2,7 @@
 #include "io/platform.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
+#include "testrunner.h"
 
 #include <QTest>
 
@@ -108,5 +109,5 @@ void TestPlatform::vectorRegisters()
     QVERIFY(!areUpperHalvesInUse());
 }
 
-QTEST_GUILESS_MAIN(TestPlatform)
+CATALIST_TEST(TestPlatform)
 #include "tst_platform.moc"

@@ -1,12 +1,13 @@
 #include "io/projectfile.h"
 
 #include "folder.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 
@@ -478,5 +479,5 @@ void TestProjectFile::cannotSave()
     QCOMPARE(folder.entries(), QStringList{QStringLiteral("folder")});
 }
 
-CATALIST_CORE_TEST_MAIN(TestProjectFile)
+CATALIST_TEST(TestProjectFile)
 #include "tst_projectfile.moc"

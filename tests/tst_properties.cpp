@@ -2,12 +2,14 @@
 #include "model/appconfigmodel.h"
 
 #include "folder.h"
-#include "scratchhome.h"
 #include "seed.h"
+#include "testrunner.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QJsonParseError>
 #include <QSignalSpy>
+#include <QTest>
 
 namespace {
 
@@ -245,5 +247,5 @@ void TestProperties::modelAgreesWithReference()
     }
 }
 
-CATALIST_CORE_TEST_MAIN(TestProperties)
+CATALIST_TEST(TestProperties)
 #include "tst_properties.moc"

@@ -1,9 +1,11 @@
 #include "io/repositoryindex.h"
 
 #include "folder.h"
+#include "testrunner.h"
 
+#include <QFile>
 #include <QJsonArray>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 
@@ -378,5 +380,5 @@ void TestRepositoryIndex::cannotOpen()
     QCOMPARE(folder.entries(), QStringList{QStringLiteral("L")});
 }
 
-QTEST_GUILESS_MAIN(TestRepositoryIndex)
+CATALIST_TEST(TestRepositoryIndex)
 #include "tst_repositoryindex.moc"

@@ -1,8 +1,12 @@
 #include "httpserver.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "webviewertest.h"
 
 #include <QDesktopServices>
+#include <QFile>
+#include <QNetworkRequest>
+#include <QTest>
+#include <QTextCursor>
 
 namespace {
 
@@ -318,5 +322,5 @@ void TestSimpleWebViewer::previewStyleSheet()
     QCOMPARE(rules, expected);
 }
 
-CATALIST_TEST_MAIN(TestSimpleWebViewer)
+CATALIST_TEST(TestSimpleWebViewer)
 #include "tst_simplewebviewer.moc"

@@ -1,7 +1,11 @@
 #include "folder.h"
 #include "httpserver.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "webviewertest.h"
+
+#include <QElapsedTimer>
+#include <QNetworkRequest>
+#include <QTest>
 
 #include <memory>
 
@@ -298,5 +302,5 @@ void TestSimpleWebViewerDownloads::endsWithDownloadsPending()
     QCOMPARE(changes, 0);
 }
 
-CATALIST_TEST_MAIN(TestSimpleWebViewerDownloads)
+CATALIST_TEST(TestSimpleWebViewerDownloads)
 #include "tst_simplewebviewer_downloads.moc"

@@ -1,9 +1,14 @@
 #include "folder.h"
 #include "httpserver.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "webviewertest.h"
 
+#include <QImage>
+#include <QPixmap>
 #include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextEdit>
 #include <QThread>
 
 #include <memory>
@@ -391,5 +396,5 @@ void TestSimpleWebViewerPictures::keepsUndecodableImagesAsBytes()
     QCOMPARE(server.requests().size(), 2);
 }
 
-CATALIST_TEST_MAIN(TestSimpleWebViewerPictures)
+CATALIST_TEST(TestSimpleWebViewerPictures)
 #include "tst_simplewebviewer_pictures.moc"

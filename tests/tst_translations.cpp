@@ -1,5 +1,5 @@
 #include "httpserver.h"
-#include "scratchhome.h"
+#include "testrunner.h"
 #include "ui/filedialog.h"
 #include "viewer/simplewebviewer.h"
 #include "windowtest.h"
@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QDateEdit>
 #include <QDialogButtonBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -29,11 +30,18 @@ struct Text
     friend auto qHash(const Text &text, size_t seed = 0) { return qHashMulti(seed, text.context, text.source); }
 };
 
+/// What a translator would be given to translate. Empty where there is no program that extracts it.
 QSet<Text> extractedTexts()
 {
-#ifdef CATALIST_TEXTS
-    QFile file(QStringLiteral(CATALIST_TEXTS));
-    if (!file.open(QIODevice::ReadOnly))
+    QString lupdate = QStandardPaths::findExecutable(u"lupdate"_s, {QLibraryInfo::path(QLibraryInfo::BinariesPath)});
+    if (lupdate.isEmpty())
+        lupdate = QStandardPaths::findExecutable(u"lupdate"_s);
+    if (lupdate.isEmpty())
+        return {};
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(u"catalist.ts"_s));
+    if (QProcess::execute(lupdate, {u"-silent"_s, u"" CATALIST_SOURCE_DIR "/src"_s, u"-ts"_s, file.fileName()}) != 0
+        || !file.open(QIODevice::ReadOnly))
         qFatal("No extracted texts");
     QSet<Text> texts;
     QString context;
@@ -47,9 +55,6 @@ QSet<Text> extractedTexts()
             texts.insert({context, xml.readElementText()});
     }
     return texts;
-#else
-    return {};
-#endif
 }
 
 /// Puts a mark around every text that was extracted.
@@ -127,14 +132,14 @@ QStringList unmarked(const QWidget &window, const QString &data)
 } // namespace
 
 /// Every text passes through the translation, and is among those that are extracted for it.
-class TestTranslations : public QObject, private WindowTest
+class TestTranslations : public WindowTest
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void init();
-    void cleanup();
+    void init() override;
+    void cleanup() override;
 
     void contexts();
     void windows();
@@ -146,26 +151,28 @@ private:
     void describe();
     void preview();
 
+    QSet<Text> extracted;
     std::unique_ptr<Marks> marks;
 };
 
 void TestTranslations::initTestCase()
 {
-    if (extractedTexts().isEmpty())
-        QSKIP("lupdate was not there when this was configured (package qt6-l10n-tools)");
+    extracted = extractedTexts();
+    if (extracted.isEmpty())
+        QSKIP("lupdate is not installed (package qt6-l10n-tools)");
 }
 
 void TestTranslations::init()
 {
-    begin();
-    marks = std::make_unique<Marks>(extractedTexts());
+    WindowTest::init();
+    marks = std::make_unique<Marks>(extracted);
     QCoreApplication::installTranslator(marks.get());
 }
 
 void TestTranslations::cleanup()
 {
     QCoreApplication::removeTranslator(marks.get());
-    end();
+    WindowTest::cleanup();
 }
 
 void TestTranslations::openExample()
@@ -281,5 +288,5 @@ void TestTranslations::everyTextIsSeen()
     QCOMPARE(neverAsked.join(u'\n'), QString());
 }
 
-CATALIST_TEST_MAIN(TestTranslations)
+CATALIST_TEST(TestTranslations)
 #include "tst_translations.moc"

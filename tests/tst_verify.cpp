@@ -4,12 +4,16 @@
 #include "folder.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
-#include "scratchhome.h"
+#include "lengths.h"
 #include "seed.h"
+#include "testrunner.h"
 
+#include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QtTest>
+#include <QJsonValue>
+#include <QTest>
 
 #include <memory>
 
@@ -411,7 +415,7 @@ QString newFile(const QString &beside, QRandomGenerator &random)
 
 void TestVerify::findsWhatHappened()
 {
-    constexpr int TRIALS = 250;
+    const int trials = lengthOf(25, 250);
     QFETCH(Mishap, mishap);
     QFETCH(QString, code);
     makeLargeTree();
@@ -421,7 +425,7 @@ void TestVerify::findsWhatHappened()
     const QString index = large->path(u"Apps.json"_s);
     QCOMPARE(told(verifyIndex(root, index, URL)), QStringList());
 
-    for (int trial = 0; trial < TRIALS; ++trial) {
+    for (int trial = 0; trial < trials; ++trial) {
         const QString path = named.at(random.bounded(int(named.size())));
         const QString onDisk = u"www/"_s + path;
         const QByteArray content = large->read(onDisk);
@@ -499,5 +503,5 @@ void TestVerify::findsWhatHappenedToPages()
     QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));
 }
 
-CATALIST_CORE_TEST_MAIN(TestVerify)
+CATALIST_TEST(TestVerify)
 #include "tst_verify.moc"

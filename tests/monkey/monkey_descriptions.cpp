@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTextCursor>
 
 #include <iterator>
 

@@ -1,5 +1,6 @@
 #include "monkey.h"
 
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>

@@ -35,7 +35,8 @@ inline constexpr std::array<TransmitterBox, 13> BOXES{{
     {"VL-9II", "vl9g2Compatible"},
 }};
 
-inline const QByteArray TWO_APPS = R"({"de":"Uhr","en":"Clock"};Ann;1.2;674,3859;05-03-2024;{};main.lua;img/a.png;5.01
+inline const QByteArray CLOCK_AND_LAMP =
+    R"({"de":"Uhr","en":"Clock"};Ann;1.2;674,3859;05-03-2024;{};main.lua;img/a.png;5.01
 {"en":"Lamp"};Bob;2.0;;;{};;;0.00
 )";
 
@@ -47,8 +48,9 @@ inline const QByteArray FIVE_APPS = R"({"en":"One"};a1;1;674;01-01-2021;{};;;0.0
 )";
 
 /// What a test of the apps in a project has in its hands.
-struct AppsTest : WindowTest
+class AppsTest : public WindowTest
 {
+protected:
     void open(const QByteArray &apps, int row = 0)
     {
         folder->write(QStringLiteral("Apps.csv"), HEADER + apps);

@@ -40,11 +40,10 @@ Outcome run(const QStringList &arguments, const QString &folder)
     return finish(process);
 }
 
-Outcome runScript(const QString &script, const QString &folder)
+Outcome runScript(const QString &script, const QString &folder, QProcessEnvironment environment)
 {
     QProcess process;
     process.setWorkingDirectory(folder);
-    QProcessEnvironment environment;
     environment.insert(u"PATH"_s, QFileInfo(cliPath()).path() + u":/usr/bin:/bin"_s);
     process.setProcessEnvironment(environment);
     process.start(u"/bin/sh"_s, {u"-c"_s, script});

@@ -26,5 +26,6 @@ Outcome finish(QProcess &process);
 /// Runs the command without a display.
 Outcome run(const QStringList &arguments, const QString &folder = {});
 
-/// Runs a script that calls the command as catalist-cli, with nothing else in the environment.
-Outcome runScript(const QString &script, const QString &folder);
+/// Runs a script that calls the command as catalist-cli. Besides a path to it nothing is in its environment but what
+/// is given.
+Outcome runScript(const QString &script, const QString &folder, QProcessEnvironment environment = {});

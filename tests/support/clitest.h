@@ -1,24 +1,16 @@
 #pragma once
 
 #include "cli.h"
-#include "io/history.h"
 #include "io/wholefile.h"
 #include "windowtest.h"
-
-#include <QDir>
 
 inline const QString URL = QStringLiteral("https://apps.example.org/");
 inline const QByteArray CLOCK = "{\"en\":\"Clock\"};Ann;1.0;674;05-03-2024;{\"en\":\"en.html\"};Clock;icon.png;5.03\n";
 
-/// What a test of the command has in its hands, from its init() to its cleanup().
-struct CliTest : WindowTest
+/// What a test of the command has in its hands.
+class CliTest : public WindowTest
 {
-    void begin()
-    {
-        WindowTest::begin();
-        QDir(historyFolder()).removeRecursively();
-    }
-
+protected:
     [[nodiscard]] QString project() const { return folder->path(QStringLiteral("project")); }
 
     /// The project, with one app that has nothing to find fault with unless the line says otherwise.

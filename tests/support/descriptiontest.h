@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTest>
 
 inline const QString UNMARKED = QStringLiteral("Orva Catalist");
 inline const QString MARKED = QStringLiteral("Orva Catalist (*)");
@@ -21,16 +22,17 @@ inline const QByteArray CZ = "<p>Popis č</p>";
 inline const QByteArray DE = "<p>Über</p>\n";
 inline const QByteArray BETA = "<p>Beta</p>";
 
-/// What a test of the descriptions has in its hands, from its init() to its cleanup().
-struct DescriptionTest : WindowTest
+/// What a test of the descriptions has in its hands.
+class DescriptionTest : public WindowTest
 {
+protected:
     QTableWidget *table = nullptr;
     QPlainTextEdit *editor = nullptr;
     QPushButton *autoSave = nullptr;
 
-    void begin()
+    void init() override
     {
-        WindowTest::begin();
+        WindowTest::init();
         folder->write(QStringLiteral("main.lua"), "m");
         folder->write(QStringLiteral("doc/cz.html"), CZ);
         folder->write(QStringLiteral("doc/de.html"), DE);

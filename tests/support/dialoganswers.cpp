@@ -12,7 +12,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTreeView>
-#include <QtTest>
 
 #include <chrono>
 

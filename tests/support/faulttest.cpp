@@ -6,7 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <cerrno>
@@ -58,12 +58,12 @@ QList<Trial> trials(const QStringList &calls)
     return all;
 }
 
-void FaultTest::begin()
+void FaultTest::init()
 {
     folder = std::make_unique<Folder>();
 }
 
-void FaultTest::end()
+void FaultTest::cleanup()
 {
     if (saver) {
         saver->closeWriteChannel();
@@ -198,7 +198,9 @@ Answer FaultTest::answer()
 
 Answer FaultTest::save(const QString &watched, const Trial &trial)
 {
-    saver->write(u"%1|%2|%3|%4\n"_s.arg(watched).arg(trial.call).arg(int(trial.fault)).arg(trial.error).toUtf8());
+    const QStringList order{watched, QString::number(trial.call), QString::number(int(trial.fault)),
+                            QString::number(trial.error)};
+    saver->write(order.join(u'|').toUtf8() + '\n');
     return answer();
 }
 

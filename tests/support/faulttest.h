@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -64,14 +65,17 @@ inline const Trial NO_FAULT{0, {}, Fault::Count, 0};
 /// Everything that may happen to the calls of a save, each in turn.
 QList<Trial> trials(const QStringList &calls);
 
-/// What a test of saves that go wrong has in its hands, from its init() to its cleanup(): a folder for the file and
-/// its history, and another program that saves there, told what shall happen to its calls.
-class FaultTest
+/// What a test of saves that go wrong has in its hands: a folder for the file and its history, and another program
+/// that saves there, told what shall happen to its calls.
+class FaultTest : public QObject
 {
-protected:
-    void begin();
-    void end();
+    Q_OBJECT
 
+protected slots:
+    void init();
+    void cleanup();
+
+protected:
     void startSaver(bool isProject, Staging staging, Target target = Target::Existing,
                     const QString &source = QString());
     void startExporter();

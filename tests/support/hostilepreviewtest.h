@@ -5,11 +5,14 @@
 #include "viewer/simplewebviewer.h"
 #include "windowtest.h"
 
+#include <QAbstractItemView>
 #include <QChildEvent>
 #include <QElapsedTimer>
 #include <QListWidget>
 #include <QNetworkReply>
 #include <QPlainTextEdit>
+#include <QTest>
+#include <QTextCursor>
 #include <QTimer>
 
 #include <algorithm>
@@ -81,18 +84,18 @@ private:
     qint64 longest = 0;
 };
 
-/// What a test of the preview has in its hands, from its init() to its cleanup(): a description in the editor, and a
-/// server for what it shows.
-struct HostilePreviewTest : WindowTest
+/// What a test of the preview has in its hands: a description in the editor, and a server for what it shows.
+class HostilePreviewTest : public WindowTest
 {
+protected:
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<Downloads> downloads;
     QPlainTextEdit *editor = nullptr;
     SimpleWebViewer *viewer = nullptr;
 
-    void begin()
+    void init() override
     {
-        WindowTest::begin();
+        WindowTest::init();
         server = std::make_unique<HttpServer>();
         downloads = std::make_unique<Downloads>();
         folder->write(QStringLiteral("Apps.csv"),
@@ -108,9 +111,9 @@ struct HostilePreviewTest : WindowTest
         QCOMPARE(viewer->toPlainText(), QStringLiteral("text"));
     }
 
-    void end()
+    void cleanup() override
     {
-        WindowTest::end();
+        WindowTest::cleanup();
         downloads.reset();
         server.reset();
     }

@@ -1,6 +1,8 @@
 #include "httpserver.h"
 
 #include <QFile>
+#include <QHostAddress>
+#include <QSsl>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>

@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QString>
 #include <QStringList>
+#include <QTest>
 
 inline const QByteArray TWO_APPS = HEADER
                                    + "{\"en\":\"First\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n"
@@ -19,13 +20,14 @@ inline const QString SAVE_ERROR = QStringLiteral("Error saving <b>Apps.csv</b> s
 inline const QString NO_PROJECT = QStringLiteral("First create a new project");
 
 /// What a test of the window and its project has in its hands. The current folder is not that of the project.
-struct ProjectTest : WindowTest
+class ProjectTest : public WindowTest
 {
+protected:
     QString csv;
 
-    void begin()
+    void init() override
     {
-        WindowTest::begin();
+        WindowTest::init();
         csv = folder->path(QStringLiteral("project/Apps.csv"));
         folder->makeFolder(QStringLiteral("project"));
         folder->makeFolder(QStringLiteral("cwd"));
@@ -33,10 +35,10 @@ struct ProjectTest : WindowTest
         QVERIFY(QDir::setCurrent(folder->path(QStringLiteral("cwd"))));
     }
 
-    void end()
+    void cleanup() override
     {
         QVERIFY(QDir::setCurrent(startFolder));
-        WindowTest::end();
+        WindowTest::cleanup();
     }
 
     void start() { window = openWindow<MainWindow>(); }

@@ -8,6 +8,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QTextDocument>
 
 inline constexpr int IMAGE = QTextDocument::ImageResource;
 inline constexpr int PAGE = QTextDocument::HtmlResource;

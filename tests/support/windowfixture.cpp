@@ -1,9 +1,11 @@
 #include "windowfixture.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemModel>
 #include <QAction>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPersistentModelIndex>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>

@@ -5,8 +5,8 @@
 #include <QModelIndex>
 #include <QSettings>
 #include <QStringList>
+#include <QTest>
 #include <QWidget>
-#include <QtTest>
 
 #include <memory>
 

@@ -1,34 +1,25 @@
 #pragma once
 
 #include "dialoganswers.h"
+#include "folder.h"
 #include "ui/mainwindow.h"
 #include "windowfixture.h"
 
-#include <QApplication>
+#include <QObject>
 
 #include <memory>
 
-/// What a test of the window has in its hands, from its init() to its cleanup().
-struct WindowTest
+/// What a test of the window has in its hands. Each begins with no settings and no history, and leaves no window.
+class WindowTest : public QObject
 {
+    Q_OBJECT
+
+protected slots:
+    virtual void init();
+    virtual void cleanup();
+
+protected:
     std::unique_ptr<Folder> folder;
     std::unique_ptr<DialogAnswers> answers;
     std::unique_ptr<MainWindow> window; ///< opened by the test itself
-
-    void begin()
-    {
-        clearSettings();
-        folder = std::make_unique<Folder>();
-        answers = std::make_unique<DialogAnswers>();
-    }
-
-    void end()
-    {
-        const bool answered = answers->allAnswered();
-        answers.reset();
-        window.reset();
-        folder.reset();
-        QVERIFY(answered);
-        QVERIFY(QApplication::topLevelWidgets().isEmpty());
-    }
 };

@@ -1,0 +1,5 @@
+#include "testrunner.h"
+
+#include <QCoreApplication>
+
+CATALIST_RUNNER(QCoreApplication)

@@ -1,0 +1,5 @@
+#include "testrunner.h"
+
+#include <QApplication>
+
+CATALIST_RUNNER(QApplication)

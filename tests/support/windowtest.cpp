@@ -1,0 +1,25 @@
+#include "windowtest.h"
+
+#include "io/history.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTest>
+
+void WindowTest::init()
+{
+    clearSettings();
+    QVERIFY(!QDir(historyFolder()).exists() || QDir(historyFolder()).removeRecursively());
+    folder = std::make_unique<Folder>();
+    answers = std::make_unique<DialogAnswers>();
+}
+
+void WindowTest::cleanup()
+{
+    const bool answered = answers->allAnswered();
+    answers.reset();
+    window.reset();
+    folder.reset();
+    QVERIFY(answered);
+    QVERIFY(QApplication::topLevelWidgets().isEmpty());
+}
