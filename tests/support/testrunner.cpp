@@ -1,5 +1,7 @@
 #include "testrunner.h"
 
+#include "lengths.h"
+
 #include <QFileInfo>
 #include <QMap>
 #include <QTest>
@@ -35,5 +37,8 @@ int TestRegistry::run(int argc, char **argv)
         return 2;
     }
     arguments.removeAt(1);
+    // Qt Test's own limit is too short for the sanitizers.
+    if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        qputenv("QTEST_FUNCTION_TIMEOUT", lengthOf("500000", "10000000"));
     return QTest::qExec(make().get(), arguments);
 }
