@@ -99,6 +99,7 @@ void TestCsv::parses_data()
     QTest::newRow("quoted empty field in the middle") << QStringLiteral("a;\"\";b") << QStringList{a, QString(), b};
     QTest::newRow("quotes inside of a field") << QStringLiteral("x\"y;z\"w") << QStringList{QStringLiteral("xy;zw")};
     QTest::newRow("open quote at the end") << QStringLiteral("a;\"b") << QStringList{a, b};
+    QTest::newRow("doubled quote at the end inside") << QStringLiteral("\"a\"\"") << QStringList{QStringLiteral("a\"")};
     QTest::newRow("quote as the last character inside") << QStringLiteral("\"a\"") << QStringList{a};
     QTest::newRow("doubled quote outside opens and closes")
         << QStringLiteral("a\"\"b") << QStringList{QStringLiteral("ab")};
