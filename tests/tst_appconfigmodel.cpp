@@ -1,6 +1,7 @@
 #include "model/appconfigmodel.h"
 
 #include "folder.h"
+#include "projectdata.h"
 #include "testrunner.h"
 
 #include <QSignalSpy>
@@ -341,9 +342,7 @@ void TestAppConfigModel::savesAndClearsMark()
     QVERIFY(model->save(folder.path(QStringLiteral("Apps.csv"))));
     QVERIFY(!model->modified);
     QCOMPARE(appsSpy->size(), 0);
-    QCOMPARE(folder.read(QStringLiteral("Apps.csv")),
-             QByteArray("NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n"
-                        "{\"en\":\"[New App]\"};;;;;{};;;0.00\n"));
+    QCOMPARE(folder.read(QStringLiteral("Apps.csv")), HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
 }
 
 void TestAppConfigModel::failedSaveKeepsMark()

@@ -29,12 +29,12 @@ private:
 // Below the class: moc takes the "//" of an address in a raw string for a comment and would miss the class.
 namespace {
 
-const QByteArray PROJECT = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n"
-                           R"({"cz":"Hodiny č","en":"Clock","fr":"Horloge","it":"Orologio"};Ann Léger, Brno;1.2.0;)"
-                           R"(678,3859,680,3865,3867;15-11-2023;{"de":"doc/clock.de.html","en":"doc/clock.en.html"};)"
-                           "Clock/main.lua,Clock/lib;img/clock.png;5.01\n"
-                           R"({"en":"Lamp"};Bob;2.0;674;01-02-2024;{};Lamp;;0.00)"
-                           "\n";
+const QByteArray PROJECT = HEADER
+                           + R"({"cz":"Hodiny č","en":"Clock","fr":"Horloge","it":"Orologio"};Ann Léger, Brno;1.2.0;)"
+                             R"(678,3859,680,3865,3867;15-11-2023;{"de":"doc/clock.de.html","en":"doc/clock.en.html"};)"
+                             "Clock/main.lua,Clock/lib;img/clock.png;5.01\n"
+                             R"({"en":"Lamp"};Bob;2.0;674;01-02-2024;{};Lamp;;0.00)"
+                             "\n";
 
 const QByteArray INDEX = R"({
     "applications": [
@@ -107,48 +107,6 @@ const QByteArray INDEX = R"({
         }
     ]
 }
-)";
-
-const QByteArray DESCRIPTION = R"(<!DOCTYPE html>
-<html>
-<head>
-  <meta charset="utf-8">
-  <title>Clock č</title>
-</head>
-<body>
-  <h1>#App Name</h1>
-  <p></p>
-  <h2>#Description</h2>
-  <p>...</p>
-  <h2>#Usage</h2>
-  <ol>
-    <li>
-      <p>...</p>
-    </li>
-  </ol>
-</body>
-</html>
-<!-- end -->)";
-
-const QByteArray UNTOUCHED_DESCRIPTION = R"(<!DOCTYPE html>
-<html>
-<head>
-  <meta charset="utf-8">
-  <title>#Title</title>
-</head>
-<body>
-  <h1>#App Name</h1>
-  <p></p>
-  <h2>#Description</h2>
-  <p>...</p>
-  <h2>#Usage</h2>
-  <ol>
-    <li>
-      <p>...</p>
-    </li>
-  </ol>
-</body>
-</html>
 )";
 
 } // namespace
@@ -266,8 +224,9 @@ void TestAuthor::fromAnEmptyFolderToAPublishedIndex()
     clickTool(*window, "actionSave_generate_JSON");
     QCOMPARE(folder->read(u"Apps.csv"_s), PROJECT);
     QCOMPARE(folder->read(u"Apps.json"_s), INDEX);
-    QCOMPARE(folder->read(u"doc/clock.en.html"_s), DESCRIPTION);
-    QCOMPARE(folder->read(u"doc/clock.de.html"_s), UNTOUCHED_DESCRIPTION);
+    QCOMPARE(folder->read(u"doc/clock.en.html"_s),
+             QByteArray(DESCRIPTION_TEMPLATE).replace("#Title", "Clock č") + "<!-- end -->");
+    QCOMPARE(folder->read(u"doc/clock.de.html"_s), DESCRIPTION_TEMPLATE);
     QCOMPARE(folder->entries(),
              QStringList({u"Apps.csv"_s, u"Apps.json"_s, u"Clock"_s, u"Lamp"_s, u"doc"_s, u"img"_s}));
 

@@ -1,6 +1,7 @@
 #include "check/checkrules.h"
 
 #include "folder.h"
+#include "projectdata.h"
 #include "testrunner.h"
 
 #include <QDir>
@@ -21,7 +22,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QByteArray PNG = "\x89PNG\r\n\x1a\n and so on";
-const QString HEADER = u"NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER"_s;
+const QString HEADER_LINE = QString::fromLatin1(HEADER.chopped(1));
 
 enum Column { Name, Author, Version, Hardware, Date, Description, Files, Icon, MinVersion };
 
@@ -29,7 +30,7 @@ enum Column { Name, Author, Version, Hardware, Date, Description, Files, Icon, M
 struct Draft
 {
     Folder folder;
-    QString header = HEADER;
+    QString header = HEADER_LINE;
     QStringList cells{uR"({"en":"Clock"})"_s,   u"Ann"_s,   u"1.0"_s,      u"674"_s, u"05-03-2024"_s,
                       uR"({"en":"en.html"})"_s, u"Clock"_s, u"icon.png"_s, u"5.03"_s};
     QStringList lines; ///< after that of the app
@@ -135,13 +136,13 @@ const QList<Case> &lineCases()
 {
     static const QList<Case> cases{
         {"header-missing", FAULT, "none", [](Draft &d) { d.header = QString(); }},
-        {"header-missing", FAULT, "in lower case", [](Draft &d) { d.header = HEADER.toLower(); }, "row-not-json"},
+        {"header-missing", FAULT, "in lower case", [](Draft &d) { d.header = HEADER_LINE.toLower(); }, "row-not-json"},
         {"header-missing", NEARLY, "after a mark", [](Draft &d) { d.header.prepend(QChar(0xfeff)); }},
         {"header-differs", FAULT, "other order", [](Draft &d) { d.header = u"NAME;VERSION;AUTHOR"_s; }},
         {"header-differs", FAULT, "blank at the end", [](Draft &d) { d.header += u' '; }},
         {"header-differs", NEARLY, "carriage return", [](Draft &d) { d.header += u'\r'; }},
-        {"header-again", FAULT, "twice", [](Draft &d) { d.lines.append(HEADER); }},
-        {"header-again", FAULT, "in the second line", [](Draft &d) { d.header += u"\n"_s + HEADER; }},
+        {"header-again", FAULT, "twice", [](Draft &d) { d.lines.append(HEADER_LINE); }},
+        {"header-again", FAULT, "in the second line", [](Draft &d) { d.header += u"\n"_s + HEADER_LINE; }},
         {"header-again", FAULT, "an app of that name", [](Draft &d) { d.lines.append(u"NAME;Ann;1.0;674;;{};;;"_s); }},
         {"header-again", NEARLY, "an app called NAME", [](Draft &d) { d.set(Name, R"({"en":"NAME"})"); }},
         {"row-too-short", FAULT, "blank line", [](Draft &d) { d.lines.append(QString()); }},
@@ -535,7 +536,7 @@ void TestCheck::sentences_data()
         << u"name-missing"_s << u"error name-missing [Lampe, line 3] Name the app in \"en\", the default language."_s;
     QTest::newRow("of no app") << u"header-missing"_s
                                << u"warning header-missing [, line 1] Begin the file with the line \"%1\"."_s.arg(
-                                      HEADER);
+                                      HEADER_LINE);
 }
 
 void TestCheck::sentences()
@@ -546,7 +547,7 @@ void TestCheck::sentences()
     draft.set(Files, "clock/MAIN.lua");
     draft.set(Icon, "%2 %1.png");
     draft.addApp(Name, R"({"de":"Lampe"})");
-    draft.lines.append(HEADER);
+    draft.lines.append(HEADER_LINE);
     draft.lines.append(u"{};;;;;{;"_s);
     draft.lines.append(QString());
     draft.addApp(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"Wecker"})");
@@ -661,7 +662,7 @@ void TestCheck::cannotBeRead()
     QFETCH(QString, path);
     QFETCH(QString, reason);
     const Folder folder;
-    folder.write(u"project/closed.csv"_s, HEADER.toUtf8());
+    folder.write(u"project/closed.csv"_s, HEADER);
     QVERIFY(QFile::setPermissions(folder.path(u"project/closed.csv"_s), {}));
     const OrdinaryUser user;
     const CheckResult result = checkCatalogue(folder.path(path));

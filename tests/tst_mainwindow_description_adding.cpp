@@ -7,26 +7,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray NEW_DESCRIPTION = "<!DOCTYPE html>\n"
-                                   "<html>\n"
-                                   "<head>\n"
-                                   "  <meta charset=\"utf-8\">\n"
-                                   "  <title>#Title</title>\n"
-                                   "</head>\n"
-                                   "<body>\n"
-                                   "  <h1>#App Name</h1>\n"
-                                   "  <p></p>\n"
-                                   "  <h2>#Description</h2>\n"
-                                   "  <p>...</p>\n"
-                                   "  <h2>#Usage</h2>\n"
-                                   "  <ol>\n"
-                                   "    <li>\n"
-                                   "      <p>...</p>\n"
-                                   "    </li>\n"
-                                   "  </ol>\n"
-                                   "</body>\n"
-                                   "</html>\n";
-
 const QStringList LANGUAGE_CHOICES{u"cz"_s, u"de"_s, u"en"_s, u"fr"_s, u"it"_s};
 const QStringList FILE_FILTERS{u"HTML files (*.html)"_s, u"All files (*.*)"_s};
 
@@ -113,8 +93,8 @@ void TestMainWindowDescriptionAdding::newDescription()
 
     compareQuestions(u"New description file"_s);
 
-    QCOMPARE(NEW_DESCRIPTION.size(), qsizetype(247));
-    QCOMPARE(folder->read(file), NEW_DESCRIPTION);
+    QCOMPARE(DESCRIPTION_TEMPLATE.size(), qsizetype(247));
+    QCOMPARE(folder->read(file), DESCRIPTION_TEMPLATE);
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
     QCOMPARE(table->rowCount(), 3);
     QCOMPARE(table->currentRow(), -1);
@@ -122,10 +102,10 @@ void TestMainWindowDescriptionAdding::newDescription()
     QVERIFY(!autoSaveIsEnabled());
     QCOMPARE(window->windowTitle(), MARKED);
     QCOMPARE(saved(), project(descriptions));
-    QCOMPARE(folder->read(file), NEW_DESCRIPTION);
+    QCOMPARE(folder->read(file), DESCRIPTION_TEMPLATE);
 
     openFile(2);
-    QCOMPARE(editor->toPlainText(), QString::fromLatin1(NEW_DESCRIPTION));
+    QCOMPARE(editor->toPlainText(), QString::fromLatin1(DESCRIPTION_TEMPLATE));
     QVERIFY(!autoSaveIsEnabled());
 }
 
@@ -137,7 +117,7 @@ void TestMainWindowDescriptionAdding::newDescriptionOverAnExistingFile()
     answers->chooseFile(folder->path(u"old.html"_s));
     answers->press(QMessageBox::Yes);
     click(*window, "btnNewDescription");
-    QCOMPARE(folder->read(u"old.html"_s), NEW_DESCRIPTION);
+    QCOMPARE(folder->read(u"old.html"_s), DESCRIPTION_TEMPLATE);
     QCOMPARE(rows().constLast(), u"it=old.html"_s);
 }
 
@@ -150,9 +130,9 @@ void TestMainWindowDescriptionAdding::newDescriptionOverTheOpenFile()
     answers->chooseFile(folder->path(u"doc/cz.html"_s));
     answers->press(QMessageBox::Yes);
     click(*window, "btnNewDescription");
-    QCOMPARE(folder->read(u"doc/cz.html"_s), NEW_DESCRIPTION);
+    QCOMPARE(folder->read(u"doc/cz.html"_s), DESCRIPTION_TEMPLATE);
     QCOMPARE(saved(), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":"doc/cz.html"})"));
-    QCOMPARE(folder->read(u"doc/cz.html"_s), NEW_DESCRIPTION);
+    QCOMPARE(folder->read(u"doc/cz.html"_s), DESCRIPTION_TEMPLATE);
 }
 
 void TestMainWindowDescriptionAdding::openExisting()
@@ -281,12 +261,12 @@ void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted()
     open(DESCRIPTIONS, u"proj/Apps.csv"_s);
     addDescription(button.toLatin1().constData(), u"it"_s, folder->path(u"proj2/x.html"_s));
     QCOMPARE(saved(u"proj/Apps.csv"_s), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":"../proj2/x.html"})"));
-    QCOMPARE(folder->read(u"proj2/x.html"_s), creates ? NEW_DESCRIPTION : QByteArray("x"));
+    QCOMPARE(folder->read(u"proj2/x.html"_s), creates ? DESCRIPTION_TEMPLATE : QByteArray("x"));
 
     openFile(2);
     type(editor, u"typed"_s);
     click(*window, "btnAutosave");
-    QCOMPARE(folder->read(u"proj2/x.html"_s), "typed" + (creates ? NEW_DESCRIPTION : QByteArray("x")));
+    QCOMPARE(folder->read(u"proj2/x.html"_s), "typed" + (creates ? DESCRIPTION_TEMPLATE : QByteArray("x")));
 }
 
 void TestMainWindowDescriptionAdding::projectBehindALinkRefusesItsFiles_data()

@@ -1,6 +1,7 @@
 #include "io/projectfile.h"
 
 #include "folder.h"
+#include "projectdata.h"
 #include "testrunner.h"
 
 #include <QFile>
@@ -11,7 +12,6 @@
 
 namespace {
 
-const QByteArray HEADER_LINE = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n";
 const QByteArray GOOD_LINE = "{\"en\":\"Good\"};;;;;{};\n";
 
 QString file()
@@ -68,7 +68,7 @@ void TestProjectFile::wholeRecord()
         "{\"cz\":\"V\xC3\xBD\xC5\xA1kom\xC4\x9Br\",\"en\":\"Alti\\\"meter\\\"\"};Bj\xC3\xB6rn;1.4.2;"
         "678,3859;05-03-2024;{\"de\":\"doc/de.html\",\"en\":\"doc/en.html\"};Lua/main.lua,img;"
         "icons/a.png;5.03\n";
-    folder.write(file(), HEADER_LINE + line);
+    folder.write(file(), HEADER + line);
 
     AppConfig expected;
     expected.names = {{QStringLiteral("cz"), QStringLiteral("Výškoměr")},
@@ -89,7 +89,7 @@ void TestProjectFile::wholeRecord()
     QVERIFY(apps.constFirst() == expected);
 
     QVERIFY(writeProject(folder.path(QStringLiteral("copy.csv")), {expected}));
-    QCOMPARE(folder.read(QStringLiteral("copy.csv")), HEADER_LINE + line);
+    QCOMPARE(folder.read(QStringLiteral("copy.csv")), HEADER + line);
 }
 
 void TestProjectFile::newRecord()
@@ -98,7 +98,7 @@ void TestProjectFile::newRecord()
     AppConfig app;
     app.names = english(QStringLiteral("[New App]"));
     QVERIFY(writeProject(folder.path(file()), {app}));
-    QCOMPARE(folder.read(file()), HEADER_LINE + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
+    QCOMPARE(folder.read(file()), HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
 
     QList<AppConfig> apps;
     QVERIFY(readProject(folder.path(file()), &apps));
@@ -116,16 +116,16 @@ void TestProjectFile::counts_data()
 
     const QString good = QStringLiteral("Good");
     QTest::newRow("empty file") << QByteArray() << true << QStringList{};
-    QTest::newRow("header only") << HEADER_LINE << true << QStringList{};
-    QTest::newRow("header without line end") << HEADER_LINE.chopped(1) << true << QStringList{};
+    QTest::newRow("header only") << HEADER << true << QStringList{};
+    QTest::newRow("header without line end") << HEADER.chopped(1) << true << QStringList{};
     QTest::newRow("no header") << GOOD_LINE + GOOD_LINE << true << QStringList{good, good};
-    QTest::newRow("header in the middle") << GOOD_LINE + HEADER_LINE + GOOD_LINE << true << QStringList{good, good};
+    QTest::newRow("header in the middle") << GOOD_LINE + HEADER + GOOD_LINE << true << QStringList{good, good};
     QTest::newRow("any row that begins with NAME")
         << QByteArray("NAME\nNAME;x\n") + GOOD_LINE << true << QStringList{good};
-    QTest::newRow("header in lower case") << HEADER_LINE.toLower() + GOOD_LINE << false << QStringList{};
-    QTest::newRow("no line end at the end") << HEADER_LINE + GOOD_LINE.chopped(1) << true << QStringList{good};
-    QTest::newRow("CR LF") << QByteArray(HEADER_LINE + GOOD_LINE).replace("\n", "\r\n") << true << QStringList{good};
-    QTest::newRow("byte-order mark") << "\xEF\xBB\xBF" + HEADER_LINE + GOOD_LINE << true << QStringList{good};
+    QTest::newRow("header in lower case") << HEADER.toLower() + GOOD_LINE << false << QStringList{};
+    QTest::newRow("no line end at the end") << HEADER + GOOD_LINE.chopped(1) << true << QStringList{good};
+    QTest::newRow("CR LF") << QByteArray(HEADER + GOOD_LINE).replace("\n", "\r\n") << true << QStringList{good};
+    QTest::newRow("byte-order mark") << "\xEF\xBB\xBF" + HEADER + GOOD_LINE << true << QStringList{good};
     QTest::newRow("only a byte-order mark") << QByteArray("\xEF\xBB\xBF") << false << QStringList{};
     QTest::newRow("blank line") << GOOD_LINE + "\n" + GOOD_LINE << false << QStringList{good};
     QTest::newRow("blank line at the end") << GOOD_LINE + "\n" << false << QStringList{good};
@@ -414,9 +414,9 @@ void TestProjectFile::writesCells()
     QFETCH(QByteArray, line);
     const Folder folder;
     QVERIFY(writeProject(folder.path(file()), {app}));
-    QCOMPARE(folder.read(file()), HEADER_LINE + line);
+    QCOMPARE(folder.read(file()), HEADER + line);
     QVERIFY(writeProject(folder.path(file()), {}));
-    QCOMPARE(folder.read(file()), HEADER_LINE);
+    QCOMPARE(folder.read(file()), HEADER);
 }
 
 void TestProjectFile::writesNamesAsTheToolkitDoes()
@@ -438,7 +438,7 @@ void TestProjectFile::writesNamesAsTheToolkitDoes()
             object.insert(key, app.names.value(key));
         }
         QCOMPARE(projectContent({app}),
-                 HEADER_LINE + QJsonDocument(object).toJson(QJsonDocument::Compact) + ";;;;;{};;;0.00\n");
+                 HEADER + QJsonDocument(object).toJson(QJsonDocument::Compact) + ";;;;;{};;;0.00\n");
     }
 }
 
@@ -446,7 +446,7 @@ void TestProjectFile::savingAgainChangesNothing()
 {
     const Folder folder;
     folder.write(file(), "{\"fr\":\"x\",\"de\":\"y\"};A;\"1.02\";KR-7,674;2024-03-05;{}; a , b ;i;4.10.2;extra\n");
-    const QByteArray once = HEADER_LINE + "{\"de\":\"y\",\"fr\":\"x\"};A;1.2;0,674;05-03-2024;{};a , b;i;4.10\n";
+    const QByteArray once = HEADER + "{\"de\":\"y\",\"fr\":\"x\"};A;1.2;0,674;05-03-2024;{};a , b;i;4.10\n";
     for (int round = 0; round < 2; ++round) {
         QList<AppConfig> apps;
         QVERIFY(readProject(folder.path(file()), &apps));

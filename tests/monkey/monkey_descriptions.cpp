@@ -17,11 +17,6 @@ const QString OUTSIDE = u"The file must be inside the project directory or subdi
 const QString DELETE_DESCRIPTION = u"Delete from app configuration?<br>The file will be preserved."_s;
 const QString UNREADABLE = u"Error loading <b>%1</b>"_s;
 
-const QByteArray NEW_DESCRIPTION = "<!DOCTYPE html>\n<html>\n<head>\n  <meta charset=\"utf-8\">\n"
-                                   "  <title>#Title</title>\n</head>\n<body>\n  <h1>#App Name</h1>\n  <p></p>\n"
-                                   "  <h2>#Description</h2>\n  <p>...</p>\n  <h2>#Usage</h2>\n  <ol>\n    <li>\n"
-                                   "      <p>...</p>\n    </li>\n  </ol>\n</body>\n</html>\n";
-
 } // namespace
 
 void Monkey::storeEditor()
@@ -98,7 +93,7 @@ void Monkey::newDescription()
         return;
     const QString path = answerNewRow(&Monkey::answerSaveDialog);
     if (!path.isEmpty() && QFileInfo(path).dir().exists())
-        disk.insert(path, NEW_DESCRIPTION);
+        disk.insert(path, DESCRIPTION_TEMPLATE);
     press("btnNewDescription");
 }
 

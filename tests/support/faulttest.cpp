@@ -1,5 +1,7 @@
 #include "faulttest.h"
 
+#include "projectdata.h"
+
 #include <QDate>
 #include <QDir>
 #include <QDirIterator>
@@ -15,7 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QByteArray HEADER = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n";
 const QByteArray OLD_PROJECT = HEADER + "{\"en\":\"The only copy\"};Old;1.0;674;05-03-2024;{};a.txt;;5.03\n";
 const QByteArray NEW_PROJECT =
     HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n{\"en\":\"[New App]\"};New;;;;{};;;0.00\n";

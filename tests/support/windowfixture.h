@@ -1,6 +1,7 @@
 #pragma once
 
 #include "folder.h"
+#include "projectdata.h"
 
 #include <QModelIndex>
 #include <QSettings>
@@ -56,5 +57,3 @@ QStringList words(const char *text);
 /// What the next window finds: the path of the last project.
 void storeProject(const QString &path);
 void clearSettings();
-
-inline const QByteArray HEADER = "NAME;AUTHOR;VERSION;HARDWARE;DATE;DESCRIPTION;FILES_FOLDERS;ICON;MIN_TXVER\n";
