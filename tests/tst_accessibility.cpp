@@ -161,10 +161,7 @@ private:
 void TestAccessibility::init()
 {
     WindowTest::init();
-    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
-    storeProject(folder->path(u"catalogue/Apps.csv"_s));
-    window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    openExample();
     child<QListWidget>(*window, "listApps")->setFocus();
 }
 

@@ -94,8 +94,6 @@ private slots:
     void iconsAreDrawnForTheScreen();
 
 private:
-    void openExample();
-
     QFont font;
     QPalette palette;
 };
@@ -112,14 +110,6 @@ void TestAppearance::cleanup()
     WindowTest::cleanup();
     QApplication::setFont(font);
     QApplication::setPalette(palette);
-}
-
-void TestAppearance::openExample()
-{
-    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
-    storeProject(folder->path(u"catalogue/Apps.csv"_s));
-    window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
 }
 
 void TestAppearance::nothingIsCutOff_data()

@@ -1,11 +1,11 @@
 #include "check/checkrules.h"
 
+#include "findings.h"
 #include "folder.h"
 #include "projectdata.h"
 #include "testrunner.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QTest>
@@ -417,16 +417,6 @@ QString describe(const Finding &finding)
         .arg(finding.text);
 }
 
-QStringList codesOf(const QList<Finding> &findings)
-{
-    QStringList codes;
-    for (const Finding &finding : findings)
-        codes.append(finding.code);
-    codes.removeDuplicates();
-    codes.sort();
-    return codes;
-}
-
 } // namespace
 
 class TestCheck : public QObject
@@ -484,7 +474,7 @@ void TestCheck::everyCode()
     QStringList told;
     for (const Finding &finding : result.findings)
         told.append(describe(finding));
-    QVERIFY2(codesOf(result.findings) == expected, qPrintable(told.join(u'\n')));
+    QVERIFY2(codesOf(result) == expected, qPrintable(told.join(u'\n')));
     for (const Finding &finding : result.findings) {
         QVERIFY2(finding.text.endsWith(u'.') && !finding.text.contains(u"%1"), qPrintable(finding.text));
     }
@@ -622,14 +612,8 @@ void TestCheck::commaNamesInOrder()
 
 void TestCheck::brokenExample()
 {
-    const QString example = u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s;
     const Folder folder;
-    QDirIterator entries(example, QDir::Files, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        QFile file(entries.next());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        folder.write(file.fileName().mid(example.size() + 1), file.readAll());
-    }
+    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder.path()));
     QCOMPARE(checkCatalogue(folder.path(u"Apps.csv"_s)).findings.size(), 0);
 
     // A hand that slips: a letter, a date, a "./", a file that is gone and one that is left over.
@@ -676,9 +660,9 @@ void TestCheck::throughALink()
     const QString path = draft.save();
     QVERIFY(checkCatalogue(path).findings.isEmpty());
     draft.folder.link(draft.folder.path(u"project"_s), u"alias"_s);
-    QCOMPARE(codesOf(checkCatalogue(draft.folder.path(u"alias/Apps.csv"_s)).findings), QStringList());
+    QCOMPARE(codesOf(checkCatalogue(draft.folder.path(u"alias/Apps.csv"_s))), QStringList());
     draft.folder.link(draft.folder.path(u"project/Apps.csv"_s), u"alias.csv"_s);
-    QVERIFY(codesOf(checkCatalogue(draft.folder.path(u"alias.csv"_s)).findings).contains(u"path-not-found"_s));
+    QVERIFY(codesOf(checkCatalogue(draft.folder.path(u"alias.csv"_s))).contains(u"path-not-found"_s));
 }
 
 void TestCheck::changesNothing()

@@ -21,8 +21,7 @@ namespace {
 
 QString document(const QString &path)
 {
-    QFile file(QStringLiteral(CATALIST_SOURCE_DIR "/") + path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(readFile(QStringLiteral(CATALIST_SOURCE_DIR "/") + path));
 }
 
 /// The only example of a language in a document.
@@ -308,8 +307,7 @@ void TestDocuments::scriptHasItsCommands()
 #ifdef Q_OS_UNIX
     QProcess script;
     script.start(QStringLiteral(CATALIST_SOURCE_DIR "/dev"), QStringList());
-    QVERIFY(script.waitForFinished());
-    const QString usage = QString::fromUtf8(script.readAllStandardOutput());
+    const QString usage = QString::fromUtf8(finish(script).out);
     static const QRegularExpression call(QStringLiteral("\\./dev [a-z]+"));
     const QStringList all = documents();
     for (const QString &path : all) {

@@ -1,5 +1,6 @@
 #include "io/history.h"
 
+#include "cli.h"
 #include "folder.h"
 #include "historyfiles.h"
 #include "io/replacefile.h"
@@ -418,10 +419,8 @@ void TestHistory::processesKeepAtOnce()
             savers.at(static_cast<size_t>(i))
                 .start(QStringLiteral(SAVER),
                        {u"unsaved"_s, file(), QString::number(i), QString::number(times * TEXTS)});
-        for (QProcess &saver : savers) {
-            QVERIFY(saver.waitForFinished());
-            QCOMPARE(saver.exitCode(), 0);
-        }
+        for (QProcess &saver : savers)
+            QCOMPARE(finish(saver).code, 0);
         QSet<QByteArray> expected;
         for (int i = 0; i < PROCESSES; ++i) {
             for (int k = 0; k < times * TEXTS; ++k)
@@ -448,10 +447,8 @@ void TestHistory::processesReplaceAtOnce()
         for (int k = 0; k < TEXTS; ++k)
             whole.insert(u"%1 %2\n"_s.arg(i).arg(k).toUtf8().repeated(5000));
     }
-    for (QProcess &saver : savers) {
-        QVERIFY(saver.waitForFinished());
-        QCOMPARE(saver.exitCode(), 0);
-    }
+    for (QProcess &saver : savers)
+        QCOMPARE(finish(saver).code, 0);
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
     QVERIFY(whole.contains(folder->read(u"file.txt"_s)));
     const QList<QByteArray> found = keptContents(file());

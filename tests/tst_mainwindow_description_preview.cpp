@@ -3,7 +3,6 @@
 #include "testrunner.h"
 #include "viewer/simplewebviewer.h"
 
-#include <QFile>
 #include <QListWidget>
 
 using namespace Qt::StringLiterals;
@@ -78,9 +77,7 @@ void TestMainWindowDescriptionPreview::previewShowsAPictureBesideTheFile()
 
 void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()
 {
-    QFile file(QStringLiteral(CATALIST_SOURCE_DIR "/resources/storefrontHtml.css"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QString styleSheet = QString::fromUtf8(file.readAll());
+    const QString styleSheet = QString::fromUtf8(readFile(u"" CATALIST_SOURCE_DIR "/resources/storefrontHtml.css"_s));
     QVERIFY(!styleSheet.isEmpty());
     open();
     QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);

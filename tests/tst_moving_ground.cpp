@@ -22,11 +22,8 @@ QList<QByteArray> historyContents()
 {
     QList<QByteArray> contents;
     QDirIterator files(historyFolder(), QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        QFile file(files.next());
-        if (file.open(QIODevice::ReadOnly))
-            contents.append(file.readAll());
-    }
+    while (files.hasNext())
+        contents.append(readFile(files.next()));
     return contents;
 }
 

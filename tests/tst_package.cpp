@@ -1,3 +1,4 @@
+#include "cli.h"
 #include "folder.h"
 #include "testrunner.h"
 
@@ -19,13 +20,8 @@ namespace {
 const QString APP_ID = u"" CATALIST_APP_ID ""_s;
 constexpr int PATIENCE = 120'000;
 
-struct Outcome
-{
-    int code = -1;
-    QString text; ///< what was written to both outputs
-};
-
-Outcome run(const QString &program, const QStringList &arguments)
+/// What the tool writes to either output is in "out".
+Outcome runTool(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -34,9 +30,7 @@ Outcome run(const QString &program, const QStringList &arguments)
     environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u":/usr/sbin:/sbin"_s);
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-    if (!process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
-        qFatal("%s did not end", qPrintable(program));
-    return {process.exitCode(), QString::fromUtf8(process.readAll())};
+    return finish(process);
 }
 
 bool hasTool(const char *name)
@@ -134,9 +128,9 @@ void TestPackage::initTestCase()
     const QStringList archives = QDir(packages).entryList({u"*.tar.gz"_s});
     QCOMPARE(archives, QStringList{u"catalist-" CATALIST_VERSION "-Linux.tar.gz"_s});
     work.makeFolder(u"tree"_s);
-    const Outcome unpacked = run(u"tar"_s, {u"-C"_s, work.path(u"tree"_s), u"--strip-components=1"_s, u"-xzf"_s,
-                                            packages + u'/' + archives.constFirst()});
-    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
+    const Outcome unpacked = runTool(u"tar"_s, {u"-C"_s, work.path(u"tree"_s), u"--strip-components=1"_s, u"-xzf"_s,
+                                                packages + u'/' + archives.constFirst()});
+    QVERIFY2(unpacked.code == 0, unpacked.out.constData());
 
     const QStringList found = QDir(packages).entryList({u"*.deb"_s});
     hasPackage = hasTool("dpkg") && hasTool("dpkg-shlibdeps");
@@ -147,16 +141,15 @@ void TestPackage::initTestCase()
 
 QByteArray TestPackage::installedFile(const QString &path) const
 {
-    QFile file(installed + u'/' + path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readFile(installed + u'/' + path);
 }
 
 void TestPackage::desktopEntry()
 {
     if (!hasTool("desktop-file-validate"))
         QSKIP("desktop-file-validate is not installed (package desktop-file-utils)");
-    const Outcome checked = run(u"desktop-file-validate"_s, {share + u"/applications/%1.desktop"_s.arg(APP_ID)});
-    QCOMPARE(checked.text, QString());
+    const Outcome checked = runTool(u"desktop-file-validate"_s, {share + u"/applications/%1.desktop"_s.arg(APP_ID)});
+    QCOMPARE(checked.out, QByteArray());
     QCOMPARE(checked.code, 0);
 }
 
@@ -165,8 +158,8 @@ void TestPackage::metainfo()
     if (!hasTool("appstreamcli"))
         QSKIP("appstreamcli is not installed (package appstream)");
     const Outcome checked =
-        run(u"appstreamcli"_s, {u"validate"_s, u"--no-net"_s, share + u"/metainfo/%1.metainfo.xml"_s.arg(APP_ID)});
-    QVERIFY2(checked.code == 0, qPrintable(checked.text));
+        runTool(u"appstreamcli"_s, {u"validate"_s, u"--no-net"_s, share + u"/metainfo/%1.metainfo.xml"_s.arg(APP_ID)});
+    QVERIFY2(checked.code == 0, checked.out.constData());
 }
 
 void TestPackage::oneIdNamesAll()
@@ -220,10 +213,10 @@ void TestPackage::canBeMoved()
     const QString moved = work.path(u"a b é"_s);
     QVERIFY(QDir().rename(work.path(u"tree"_s), moved));
     const QString problem = startAndEnd(moved + u"/bin/catalist"_s);
-    const Outcome version = run(moved + u"/bin/catalist-cli"_s, {u"--version"_s});
+    const Outcome version = runTool(moved + u"/bin/catalist-cli"_s, {u"--version"_s});
     QVERIFY(QDir().rename(moved, work.path(u"tree"_s)));
     QCOMPARE(problem, QString());
-    QCOMPARE(version.text.trimmed(), u"catalist-cli " CATALIST_VERSION ""_s);
+    QCOMPARE(version.out.trimmed(), QByteArray("catalist-cli " CATALIST_VERSION));
 }
 
 /// What has to be installed of the files in the archive, below the prefix.
@@ -269,7 +262,7 @@ void TestPackage::debianFields()
     if (!hasPackage)
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     const auto field = [this](const QString &name) {
-        return run(u"dpkg-deb"_s, {u"--field"_s, package, name}).text.trimmed();
+        return QString::fromUtf8(runTool(u"dpkg-deb"_s, {u"--field"_s, package, name}).out).trimmed();
     };
     QCOMPARE(field(u"Package"_s), u"catalist"_s);
     QCOMPARE(field(u"Version"_s), u"" CATALIST_VERSION "-1"_s);
@@ -285,8 +278,8 @@ void TestPackage::debianFiles()
 {
     if (!hasPackage)
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
-    const Outcome unpacked = run(u"dpkg-deb"_s, {u"--extract"_s, package, work.path(u"deb"_s)});
-    QVERIFY2(unpacked.code == 0, qPrintable(unpacked.text));
+    const Outcome unpacked = runTool(u"dpkg-deb"_s, {u"--extract"_s, package, work.path(u"deb"_s)});
+    QVERIFY2(unpacked.code == 0, unpacked.out.constData());
 
     QStringList paths{u"usr"_s};
     const QStringList below = expected();
@@ -294,8 +287,9 @@ void TestPackage::debianFiles()
         paths.append(u"usr/"_s + path);
     QCOMPARE(tree(work.path(u"deb"_s)), paths);
 
-    const QString changelog = run(u"gzip"_s, {u"-dc"_s, work.path(u"deb/usr/share/doc/catalist/changelog.gz"_s)}).text;
-    QVERIFY(changelog.contains(u"\n## " CATALIST_VERSION "\n"_s));
+    const QByteArray changelog =
+        runTool(u"gzip"_s, {u"-dc"_s, work.path(u"deb/usr/share/doc/catalist/changelog.gz"_s)}).out;
+    QVERIFY(changelog.contains("\n## " CATALIST_VERSION "\n"));
     const QString terms =
         QString::fromUtf8(work.read(u"tree/share/doc/catalist/LICENSE"_s)).section(u"\n\n"_s, 1).trimmed();
     QVERIFY(terms.size() > 50);
@@ -309,8 +303,8 @@ void TestPackage::debianPolicy()
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     if (!hasTool("lintian"))
         QSKIP("lintian is not installed (package lintian)");
-    const Outcome checked = run(u"lintian"_s, {u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package});
-    QCOMPARE(checked.text, QString());
+    const Outcome checked = runTool(u"lintian"_s, {u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package});
+    QCOMPARE(checked.out, QByteArray());
     QCOMPARE(checked.code, 0);
 }
 
@@ -325,13 +319,13 @@ void TestPackage::installedStartedAndRemoved()
     database.makeFolder(u"updates"_s);
     const auto dpkg = [&root, &database](const QStringList &arguments) {
         // The libraries that it depends on are those of the system, outside of this root.
-        return run(u"dpkg"_s, QStringList{u"--instdir="_s + root.path(), u"--admindir="_s + database.path(),
-                                          u"--log=/dev/null"_s, u"--force-not-root"_s, u"--force-depends"_s}
-                                  + arguments);
+        return runTool(u"dpkg"_s, QStringList{u"--instdir="_s + root.path(), u"--admindir="_s + database.path(),
+                                              u"--log=/dev/null"_s, u"--force-not-root"_s, u"--force-depends"_s}
+                                      + arguments);
     };
 
     const Outcome added = dpkg({u"--install"_s, package});
-    QVERIFY2(added.code == 0, qPrintable(added.text));
+    QVERIFY2(added.code == 0, added.out.constData());
     QCOMPARE(startAndEnd(root.path(u"usr/bin/catalist"_s)), QString());
 
     const QString catalogue = root.path(u"usr/share/doc/catalist/examples/catalogue"_s);
@@ -342,12 +336,12 @@ void TestPackage::installedStartedAndRemoved()
                                          {u"verify"_s, catalogue, u"--index"_s, published.path(u"Apps.json"_s),
                                           u"--url"_s, u"https://apps.example.org/"_s}};
     for (const QStringList &command : commands) {
-        const Outcome done = run(root.path(u"usr/bin/catalist-cli"_s), command);
-        QVERIFY2(done.code == 0, qPrintable(done.text));
+        const Outcome done = runTool(root.path(u"usr/bin/catalist-cli"_s), command);
+        QVERIFY2(done.code == 0, done.out.constData());
     }
 
     const Outcome removed = dpkg({u"--remove"_s, u"catalist"_s});
-    QVERIFY2(removed.code == 0, qPrintable(removed.text));
+    QVERIFY2(removed.code == 0, removed.out.constData());
     QCOMPARE(tree(root.path()), QStringList());
 }
 

@@ -150,7 +150,6 @@ private slots:
     void everyTextIsSeen();
 
 private:
-    void openExample();
     void failToOpenAndSave();
     void describe();
     void preview();
@@ -177,14 +176,6 @@ void TestTranslations::cleanup()
 {
     QCoreApplication::removeTranslator(marks.get());
     WindowTest::cleanup();
-}
-
-void TestTranslations::openExample()
-{
-    QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder->path(u"catalogue"_s)));
-    storeProject(folder->path(u"catalogue/Apps.csv"_s));
-    window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
 }
 
 void TestTranslations::contexts()

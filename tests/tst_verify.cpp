@@ -1,6 +1,7 @@
 #include "check/verify.h"
 
 #include "check/checkrules.h"
+#include "findings.h"
 #include "folder.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
@@ -34,16 +35,6 @@ QStringList told(const CheckResult &result)
     QStringList all;
     for (const Finding &finding : result.findings)
         all.append(finding.code + u": "_s + finding.text);
-    return all;
-}
-
-QStringList codes(const CheckResult &result)
-{
-    QStringList all;
-    for (const Finding &finding : result.findings)
-        all.append(finding.code);
-    all.removeDuplicates();
-    all.sort();
     return all;
 }
 
@@ -237,7 +228,7 @@ void TestVerify::everyCode()
     if (one.isFaulty)
         expected.append(QString::fromLatin1(one.code));
     expected.sort();
-    QVERIFY2(codes(result) == expected, qPrintable(told(result).join(u'\n')));
+    QVERIFY2(codesOf(result) == expected, qPrintable(told(result).join(u'\n')));
 }
 
 void TestVerify::everyCodeHasCases()
@@ -273,7 +264,7 @@ void TestVerify::wholeIndex()
              QStringList{u"index-form: Publish the index anew: \"applications\" is missing or of another kind."_s});
     folder.write(u"Apps.json"_s, R"({"applications": [5, {"name": {"de": "Uhr"}, "files": [null]}]})");
     const CheckResult result = verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
-    QCOMPARE(codes(result), QStringList{u"index-form"_s});
+    QCOMPARE(codesOf(result), QStringList{u"index-form"_s});
     QCOMPARE(result.findings.constLast().app, u"Uhr"_s);
 }
 
@@ -497,7 +488,7 @@ void TestVerify::findsWhatHappenedToPages()
     const QString icon = large->path(u"www/App3/icon.png"_s);
     QVERIFY(QFile::rename(page, page + u"x"_s));
     QVERIFY(QFile::rename(icon, icon.chopped(8) + u"Icon.png"_s));
-    QCOMPARE(codes(verifyIndex(root, index, URL)),
+    QCOMPARE(codesOf(verifyIndex(root, index, URL)),
              (QStringList{u"description-not-found"_s, u"file-other-case"_s, u"file-unnamed"_s}));
     QVERIFY(QFile::rename(page + u"x"_s, page));
     QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));

@@ -27,7 +27,7 @@ QProcessEnvironment withoutDisplay()
 Outcome finish(QProcess &process)
 {
     if (!process.waitForStarted() || !process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
-        qFatal("The command did not end: %s", process.readAllStandardError().constData());
+        qFatal("%s did not end: %s", qPrintable(process.program()), process.readAllStandardError().constData());
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cli.h"
-#include "io/wholefile.h"
 #include "windowtest.h"
 
 inline const QString URL = QStringLiteral("https://apps.example.org/");
@@ -24,8 +23,7 @@ protected:
 
     static QString document(const QString &path)
     {
-        const auto content = readWholeFile(QStringLiteral(CATALIST_SOURCE_DIR "/") + path);
-        return QString::fromUtf8(content.value_or(QByteArray()));
+        return QString::fromUtf8(readFile(QStringLiteral(CATALIST_SOURCE_DIR "/") + path));
     }
 
     static QString example() { return QStringLiteral(CATALIST_SOURCE_DIR "/examples/catalogue"); }

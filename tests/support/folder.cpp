@@ -57,16 +57,21 @@ void Folder::link(const QString &target, const QString &relative) const
 
 QByteArray Folder::read(const QString &relative) const
 {
-    QFile file(path(relative));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray content = file.readAll();
-    return content.isNull() ? QByteArray("") : content;
+    return readFile(path(relative));
 }
 
 QStringList Folder::entries() const
 {
     return QDir(path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray content = file.readAll();
+    return content.isNull() ? QByteArray("") : content;
 }
 
 bool copyTree(const QString &from, const QString &to)

@@ -29,6 +29,9 @@ private:
     QTemporaryDir folder;
 };
 
+/// Null when there is no such file, or when it cannot be read.
+[[nodiscard]] QByteArray readFile(const QString &path);
+
 /// Copies a file tree into a folder, which it makes; false when something could not be copied.
 [[nodiscard]] bool copyTree(const QString &from, const QString &to);
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "folder.h"
 #include "io/history.h"
 
 #include <QByteArray>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QFileInfo>
 #include <QList>
 #include <QRegularExpression>
@@ -29,9 +29,9 @@ inline QString originPath(const QString &file)
 {
     QDirIterator origins(historyFolder(), {QStringLiteral("origin.txt")}, QDir::Files, QDirIterator::Subdirectories);
     while (origins.hasNext()) {
-        QFile found(origins.next());
-        if (found.open(QIODevice::ReadOnly) && found.readAll() == file.toUtf8() + '\n')
-            return found.fileName();
+        const QString origin = origins.next();
+        if (readFile(origin) == file.toUtf8() + '\n')
+            return origin;
     }
     return {};
 }
@@ -58,10 +58,10 @@ inline QList<Version> versions(const QString &path)
     QList<Version> all;
     const QStringList found = versionNames(path);
     for (const QString &name : found) {
-        QFile file(versionPath(path, name));
-        if (!file.open(QIODevice::ReadOnly))
+        const QByteArray content = readFile(versionPath(path, name));
+        if (content.isNull())
             qFatal("Cannot read %s", qPrintable(name));
-        all.append({name, file.readAll()});
+        all.append({name, content});
     }
     return all;
 }

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QListWidget>
 #include <QTest>
 
 void WindowTest::init()
@@ -22,4 +23,13 @@ void WindowTest::cleanup()
     folder.reset();
     QVERIFY(answered);
     QVERIFY(QApplication::topLevelWidgets().isEmpty());
+}
+
+void WindowTest::openExample()
+{
+    QVERIFY(
+        copyTree(QStringLiteral(CATALIST_SOURCE_DIR "/examples/catalogue"), folder->path(QStringLiteral("catalogue"))));
+    storeProject(folder->path(QStringLiteral("catalogue/Apps.csv")));
+    window = openWindow<MainWindow>();
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
 }

@@ -19,6 +19,9 @@ protected slots:
     virtual void cleanup();
 
 protected:
+    /// The window on a copy of the example catalogue in the folder "catalogue", with its first app selected.
+    void openExample();
+
     std::unique_ptr<Folder> folder;
     std::unique_ptr<DialogAnswers> answers;
     std::unique_ptr<MainWindow> window; ///< opened by the test itself
