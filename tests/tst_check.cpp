@@ -296,6 +296,8 @@ const QList<Case> &pageCases()
         {"picture-not-found", NEARLY, "there, in many spellings", [](Draft &d) { d.add("a &b.png", PNG); d.add("en.html", "<img src=\"a%20&amp;b.png#x\"><img\nalt=x src='./a &b.png?y'><!-- <img src=c> --><img data-src=d>"); }},
         {"picture-elsewhere", FAULT, "on the web", [](Draft &d) { d.add("en.html", "<img src=\"https://example.org/a.png\">"); }},
         {"picture-elsewhere", FAULT, "on the web, without a scheme", [](Draft &d) { d.add("en.html", "<img width=1 src=//example.org/a.png>"); }},
+        {"picture-elsewhere", FAULT, "on a drive, escaped", [](Draft &d) { d.add("C:/a.png"); d.add("en.html", "<img src='C%3A/a.png'>"); }, "file-unlisted"},
+        {"picture-elsewhere", FAULT, "on another machine, escaped", [](Draft &d) { d.add("\\a/b.png"); d.add("en.html", "<img src='%5Ca/b.png'>"); }, "file-unlisted"},
         {"picture-elsewhere", FAULT, "above", [](Draft &d) { d.add("en.html", "<img src='../a.png'>"); }},
         {"picture-elsewhere", FAULT, "a link out of the project", [](Draft &d) { d.folder.write(u"a.png"_s, PNG); d.link("a.png", "a.png"); d.add("en.html", "<img src=a.png>"); }},
         {"picture-elsewhere", NEARLY, "in the page", [](Draft &d) { d.add("en.html", "<img src='data:image/png;base64,AAAA'>"); }},

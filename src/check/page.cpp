@@ -140,7 +140,8 @@ std::optional<QString> pictureFile(const QString &pagePath, const QString &sourc
     const QString named = source.section(QLatin1Char('#'), 0, 0).section(QLatin1Char('?'), 0, 0);
     const QString decoded = QUrl::fromPercentEncoding(named.toUtf8());
     const QString path = QDir::cleanPath(QFileInfo(pagePath).path() + QLatin1Char('/') + decoded);
-    if (isAbsolutePath(source) || scheme.match(source).hasMatch() || climbsOut(path))
+    // What is not absolute as written may be so when it is decoded and cleaned.
+    if (isAbsolutePath(source) || isAbsolutePath(path) || scheme.match(source).hasMatch() || climbsOut(path))
         return std::nullopt;
     return path;
 }
