@@ -28,7 +28,9 @@ Outcome finish(QProcess &process)
 {
     if (!process.waitForStarted() || !process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
         qFatal("%s did not end: %s", qPrintable(process.program()), process.readAllStandardError().constData());
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    const bool isMerged = process.processChannelMode() == QProcess::MergedChannels;
+    return {process.exitCode(), process.readAllStandardOutput(),
+            isMerged ? QByteArray() : process.readAllStandardError()};
 }
 
 Outcome run(const QStringList &arguments, const QString &folder)
