@@ -387,10 +387,10 @@ class TourPlugin : public QGenericPlugin
 
 public:
     /// Comes before the window, which finds the stored project; the tour begins when the window waits for its user.
-    QObject *create(const QString &key, const QString &specification) override;
+    QObject *create(const QString &key, const QString &options) override;
 };
 
-QObject *TourPlugin::create(const QString & /*key*/, const QString & /*specification*/)
+QObject *TourPlugin::create(const QString & /*key*/, const QString & /*options*/)
 {
     usualHandler = qInstallMessageHandler(endWhenFatal);
     // The traces of the window and the complaints of the offscreen platform would hide the steps.
