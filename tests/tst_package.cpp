@@ -303,7 +303,7 @@ void TestPackage::debianPolicy()
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     if (!hasTool("lintian"))
         QSKIP("lintian is not installed (package lintian)");
-    // It takes signs in the path of its temporary files for a pattern.
+    // It takes special characters in the path of its temporary files for a pattern.
     const Outcome checked = runTool(
         u"env"_s, {u"TMPDIR=/tmp"_s, u"lintian"_s, u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package});
     QCOMPARE(checked.out, QByteArray());

@@ -66,7 +66,7 @@ inline const Trial NO_FAULT{0, {}, Fault::Count, 0};
 QList<Trial> trials(const QStringList &calls);
 
 /// What a test of saves that go wrong has in its hands: a folder for the file and its history, and another program
-/// that saves there, told what shall happen to its calls.
+/// that saves there, whose calls go wrong as the test says.
 class FaultTest : public QObject
 {
     Q_OBJECT

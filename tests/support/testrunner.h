@@ -1,7 +1,6 @@
 #pragma once
 
 #include "scratchhome.h"
-#include "testrunner.h"
 
 #include <QObject>
 
