@@ -1,7 +1,6 @@
 #include "clitest.h"
 #include "io/history.h"
 #include "io/replacefile.h"
-#include "io/wholefile.h"
 #include "testrunner.h"
 
 #include <QByteArrayList>
@@ -150,7 +149,7 @@ void TestCliHistory::restores()
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
     // What stood in its place.
     QCOMPARE(keptVersions(path).size(), 2);
-    QCOMPARE(readWholeFile(keptVersions(path).constFirst().path), HEADER);
+    QCOMPARE(readFile(keptVersions(path).constFirst().path), HEADER);
 
     QFile::remove(path);
     QCOMPARE(run({u"restore"_s, path, keptVersions(path).constLast().path}).code, 0);
@@ -214,7 +213,7 @@ void TestCliHistory::restoresElsewhere()
     QCOMPARE(run({u"restore"_s, u"project"_s, entry, u"--output"_s, u"look.html"_s}, folder->path()).code, 0);
     QCOMPARE(folder->read(u"look.html"_s), QByteArray("new \xe9"));
     QCOMPARE(folder->read(u"project/en.html"_s), QByteArray("newer"));
-    QCOMPARE(readWholeFile(keptVersions(folder->path(u"look.html"_s)).constFirst().path), QByteArray("in the way"));
+    QCOMPARE(readFile(keptVersions(folder->path(u"look.html"_s)).constFirst().path), QByteArray("in the way"));
 }
 
 void TestCliHistory::restoresNothing_data()

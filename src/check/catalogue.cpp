@@ -38,16 +38,11 @@ QStringList loadedCells(QStringList cells)
 
 bool readRows(const QString &projectFile, QList<Row> *rows, QString *error)
 {
-    *error = openProblem(projectFile);
-    if (!error->isEmpty())
+    std::optional<QByteArray> content = readWholeFile(projectFile, LARGEST_CATALOGUE, error);
+    if (!content)
         return false;
-    QFile file(projectFile);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = projectFile + QStringLiteral(": ") + file.errorString();
-        return false;
-    }
 
-    QTextStream stream(&file);
+    QTextStream stream(&*content, QIODevice::ReadOnly);
     QStringList cells;
     while (readCSVRow(stream, &cells)) {
         Row row;
@@ -59,19 +54,12 @@ bool readRows(const QString &projectFile, QList<Row> *rows, QString *error)
             row.app = appFromCells(loaded);
         rows->append(row);
     }
-    if (file.error() != QFileDevice::NoError) {
-        *error = QStringLiteral("%1:%2: ").arg(projectFile, QString::number(rows->size() + 1)) + file.errorString();
-        return false;
-    }
     return true;
 }
 
 bool canRead(const QFileInfo &info)
 {
-    if (info.isDir())
-        return info.isReadable() && info.isExecutable();
-    QFile file(info.filePath());
-    return file.open(QIODevice::ReadOnly);
+    return info.isDir() ? info.isReadable() && info.isExecutable() : openProblem(info.filePath()).isEmpty();
 }
 
 /// What lies in a folder and is left out of it without a word.

@@ -124,7 +124,7 @@ QStringList pictures(const QString &html)
 
 std::optional<Page> readPage(const QString &path)
 {
-    const std::optional<QByteArray> content = readWholeFile(path);
+    const std::optional<QByteArray> content = readWholeFile(path, LARGEST_DESCRIPTION);
     if (!content)
         return std::nullopt;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);

@@ -1,5 +1,7 @@
 #include "check/rules.h"
 
+#include "io/platform.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -29,9 +31,12 @@ bool hasOfferedEnding(const QString &path)
     });
 }
 
-/// Whether a file begins as its ending promises.
-bool beginsLikePicture(QFile &file)
+/// Whether a file begins as its ending promises; one that cannot be opened does.
+bool beginsLikePicture(const QString &path)
 {
+    QFile file(path);
+    if (!openRegularFile(&file).isEmpty())
+        return true;
     struct Kind
     {
         QLatin1String ending;
@@ -45,7 +50,7 @@ bool beginsLikePicture(QFile &file)
     }};
     const QByteArray begin = file.read(8);
     return std::any_of(kinds.cbegin(), kinds.cend(), [&](const Kind &kind) {
-        return file.fileName().endsWith(kind.ending, Qt::CaseInsensitive) && begin.startsWith(kind.begin);
+        return path.endsWith(kind.ending, Qt::CaseInsensitive) && begin.startsWith(kind.begin);
     });
 }
 
@@ -82,9 +87,7 @@ void iconKind(const Catalogue & /*catalogue*/, const Row &row, const Report &rep
 void iconContent(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     const QString &icon = row.app->icon;
-    QFile file(catalogue.tree.path(icon));
-    if (hasOfferedEnding(icon) && QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly)
-        && !beginsLikePicture(file))
+    if (hasOfferedEnding(icon) && !beginsLikePicture(catalogue.tree.path(icon)))
         reportAt(row, report, {icon});
 }
 

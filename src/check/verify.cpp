@@ -233,7 +233,7 @@ private:
     void verifyNamed(const QString &url, const Fault &missing)
     {
         const std::optional<QString> path = pathOf(url);
-        if (path && isThere(*path, missing) && !QFile(tree.path(*path)).open(QIODevice::ReadOnly))
+        if (path && isThere(*path, missing) && !openProblem(tree.path(*path)).isEmpty())
             say(UNREADABLE, {*path});
     }
 
@@ -304,7 +304,8 @@ QString lineOf(const QByteArray &content, qsizetype offset)
 CheckResult verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl)
 {
     CheckResult result;
-    const std::optional<QByteArray> content = readWholeFile(indexFile);
+    QString problem;
+    const std::optional<QByteArray> content = readWholeFile(indexFile, LARGEST_CATALOGUE, &problem);
     if (!QFileInfo::exists(folder)) {
         result.error = folder + QStringLiteral(": No such file or directory");
     } else if (!QFileInfo(folder).isDir()) {
@@ -312,7 +313,7 @@ CheckResult verifyIndex(const QString &folder, const QString &indexFile, const Q
     } else if (!QFileInfo(folder).isReadable()) {
         result.error = listProblem(folder);
     } else if (!content) {
-        result.error = readProblem(indexFile);
+        result.error = problem;
     }
     if (!result.error.isEmpty())
         return result;

@@ -20,6 +20,7 @@ namespace {
 constexpr qsizetype MAX_VERSIONS = 50;
 constexpr qint64 MAX_DAYS = 365;
 constexpr qint64 MAX_BYTES = 200LL * 1000 * 1000;
+constexpr qint64 LARGEST_ORIGIN = 100'000; // bytes; more than any path has
 constexpr QFile::Permissions OWNER_FILE = QFile::ReadOwner | QFile::WriteOwner;
 constexpr QFile::Permissions OWNER_FOLDER = OWNER_FILE | QFile::ExeOwner;
 
@@ -108,7 +109,7 @@ void removeVersion(const QFileInfo &version)
     const QStringList left = folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     if (left != QStringList{QFileInfo(origin).fileName()})
         return;
-    const std::optional<QByteArray> file = readWholeFile(origin);
+    const std::optional<QByteArray> file = readWholeFile(origin, LARGEST_ORIGIN);
     QFile::remove(origin);
     // The folder stays when another window has just kept something in it.
     if (!QDir().rmdir(folder.path()) && file)
@@ -191,7 +192,7 @@ QString historyFolder()
 
 bool keepReplaced(const QString &path, const QByteArray &newContent, Pruning pruning)
 {
-    const std::optional<QByteArray> old = readWholeFile(path);
+    const std::optional<QByteArray> old = readWholeFile(path, MAX_BYTES);
     if (old)
         return *old == newContent || keep(canonical(path), *old, "replaced", pruning);
     if (!QFileInfo(path).isFile())
@@ -202,7 +203,7 @@ bool keepReplaced(const QString &path, const QByteArray &newContent, Pruning pru
 
 void keepUnsaved(const QString &path, const QByteArray &content)
 {
-    const std::optional<QByteArray> saved = readWholeFile(path);
+    const std::optional<QByteArray> saved = readWholeFile(path, content.size());
     if (!saved || *saved != content)
         keep(canonical(path), content, "unsaved", Pruning::Now);
 }
@@ -229,7 +230,7 @@ QStringList filesInHistory(const QString &folder)
     QStringList files;
     QDirIterator origins(historyFolder(), {QStringLiteral("origin.txt")}, QDir::Files, QDirIterator::Subdirectories);
     while (origins.hasNext()) {
-        const QByteArray origin = readWholeFile(origins.next()).value_or(QByteArray());
+        const QByteArray origin = readWholeFile(origins.next(), LARGEST_ORIGIN).value_or(QByteArray());
         const QString path = QString::fromUtf8(origin.chopped(origin.endsWith('\n') ? 1 : 0));
         if (path.startsWith(place))
             files.append(path);

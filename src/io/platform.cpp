@@ -8,10 +8,23 @@
 #endif
 
 #ifdef Q_OS_UNIX
-
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#endif
+
+namespace {
+
+QString notRegular()
+{
+    return QStringLiteral("Is not a regular file");
+}
+
+} // namespace
+
+#ifdef Q_OS_UNIX
 
 namespace {
 
@@ -31,13 +44,38 @@ bool sync(int descriptor)
     return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
 }
 
-} // namespace
-
-SequentialFile::SequentialFile(const QString &path)
+/// Opens what is a regular file, even when it has just taken the place of another one; -1 when that fails.
+/// Of a pipe the writer would be waited for, and some files of the system are read like one.
+int openRegular(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
-    descriptor = uninterrupted([&name] { return ::open(name.constData(), O_RDONLY | O_CLOEXEC); });
+    const int descriptor =
+        uninterrupted([&name] { return ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
+    struct stat status = {};
+    if (descriptor == -1 || (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)))
+        return descriptor;
+    ::close(descriptor);
+    errno = EINVAL;
+    return -1;
 }
+
+} // namespace
+
+QString openRegularFile(QFile *file)
+{
+    // Devices do things when they are opened.
+    const QFileInfo info(file->fileName());
+    if (info.exists() && !info.isFile())
+        return notRegular();
+    const int descriptor = openRegular(file->fileName());
+    if (descriptor == -1)
+        return QString::fromStdString(std::generic_category().message(errno));
+    const bool isOpen =
+        file->open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+    return isOpen ? QString() : file->errorString();
+}
+
+SequentialFile::SequentialFile(const QString &path) : descriptor(openRegular(path)) { }
 
 SequentialFile::~SequentialFile()
 {
@@ -94,6 +132,14 @@ void holdStandardStreams()
 }
 
 #else
+
+QString openRegularFile(QFile *file)
+{
+    const QFileInfo info(file->fileName());
+    if (info.exists() && !info.isFile())
+        return notRegular();
+    return file->open(QIODevice::ReadOnly | QIODevice::Unbuffered) ? QString() : file->errorString();
+}
 
 SequentialFile::SequentialFile(const QString &path) : file(path)
 {

@@ -8,13 +8,19 @@
 #include <QFile>
 #endif
 
+class QFile;
 class QFileDevice;
 class QFileInfo;
 
 // What is done in another way on each system, or only on some.
 
-/// A file that is read once, from its beginning to its end. Where there is POSIX the toolkit's own is not used: it asks
-/// the system twice what it is about to read, and once more whether the end is the end, which small files notice.
+/// Opens a regular file for reading, unbuffered and without waiting for anything; the file may forget its name. Returns
+/// the reason why it cannot be opened, which is empty when it is open.
+[[nodiscard]] QString openRegularFile(QFile *file);
+
+/// A regular file that is read once, from its beginning to its end. Where there is POSIX the toolkit's own is not used:
+/// it asks the system twice what it is about to read, and once more whether the end is the end, which small files
+/// notice.
 class SequentialFile
 {
 public:

@@ -222,7 +222,7 @@ QString columnTitle(ProjectColumn column)
 
 bool readProject(const QString &path, QList<AppConfig> *apps)
 {
-    std::optional<QByteArray> content = readWholeFile(path);
+    std::optional<QByteArray> content = readWholeFile(path, LARGEST_CATALOGUE);
     if (!content)
         return false;
 

@@ -104,9 +104,10 @@ QList<ProjectVersion> versionsCalled(const QString &entry, const QList<ProjectVe
 
 QString restoreVersion(const KeptVersion &version, const QString &file)
 {
-    const std::optional<QByteArray> content = readWholeFile(version.path);
+    QString problem;
+    const std::optional<QByteArray> content = readWholeFile(version.path, LARGEST_CATALOGUE, &problem);
     if (!content)
-        return readProblem(version.path);
+        return problem;
     if (!keepReplaced(file, *content, Pruning::Later))
         return file + QStringLiteral(": Cannot be kept in the history, and stays as it is");
     errno = 0;

@@ -209,7 +209,7 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     const QString path = folder + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
     // What is shown is written back, so it has to be the whole file.
-    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : readWholeFile(path);
+    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : readWholeFile(path, LARGEST_DESCRIPTION);
     if (content) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
