@@ -47,6 +47,7 @@ private slots:
     void linkThatLeadsNowhere();
     void readOnlyFile();
     void folderThatAllowsNoStagedFile();
+    void fileOfSomebodyElseInAStickyFolder();
     void noRegularFile_data();
     void noRegularFile();
     void cannotBeOpened();
@@ -239,6 +240,32 @@ void TestReplaceFile::folderThatAllowsNoStagedFile()
     }
     QVERIFY(QFile::setPermissions(closed, QFile::Permissions(0x7777)));
     QVERIFY(!folder.exists(QStringLiteral("closed/another.txt")));
+}
+
+void TestReplaceFile::fileOfSomebodyElseInAStickyFolder()
+{
+#ifdef Q_OS_LINUX
+    if (::geteuid() != 0)
+        QSKIP("Only the superuser gives files away");
+    const Folder folder;
+    folder.write(QStringLiteral("sticky/file.txt"), "old");
+    const QByteArray path = QFile::encodeName(folder.path(QStringLiteral("sticky/file.txt")));
+    QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
+    QCOMPARE(::chmod(path.constData(), 0666), 0);
+    QCOMPARE(::chmod(QFile::encodeName(folder.path(QStringLiteral("sticky"))).constData(), 01777), 0);
+    {
+        const OrdinaryUser user;
+        QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
+        QVERIFY(replaceFile(QFile::decodeName(path), "new", LineEnds::AsGiven));
+    }
+    QCOMPARE(folder.read(QStringLiteral("sticky/file.txt")), QByteArray("new"));
+    QCOMPARE(QFileInfo(QFile::decodeName(path)).ownerId(), 12345U);
+    QCOMPARE(
+        QDir(folder.path(QStringLiteral("sticky"))).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+        QStringList{target()});
+#else
+    QSKIP("Sticky folders are of Unix");
+#endif
 }
 
 void TestReplaceFile::noRegularFile_data()

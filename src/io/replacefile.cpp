@@ -36,6 +36,16 @@ QString behindLinks(QString path)
     return {};
 }
 
+bool writeDirectly(const QFileInfo &file, const QByteArray &content)
+{
+    QFile direct(file.filePath());
+    // Asked to make a file that is there, the system refuses to open somebody else's in a sticky folder.
+    const QIODevice::OpenMode mode = file.exists() ? QIODevice::WriteOnly | QIODevice::ExistingOnly
+                                                   : QIODevice::OpenMode(QIODevice::WriteOnly);
+    return direct.open(mode | QIODevice::Truncate) && writeAll(direct, content) && reachedDisk(direct)
+           && namesReachedDisk(file.path());
+}
+
 } // namespace
 
 bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds, Replaced replaced)
@@ -65,13 +75,14 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         // Only now, so that the copy cannot take the last room on the disk.
         if (replaced == Replaced::IsKept)
             keepReplaced(path, bytes);
-        return staged.commit() && namesReachedDisk(file.path());
+        if (staged.commit())
+            return namesReachedDisk(file.path());
+        return file.exists() && writeDirectly(file, bytes);
     }
 
     if ((!isNameTooLong && QFileInfo(file.path()).isWritable()) || (file.exists() && !file.isWritable()))
         return false;
     if (replaced == Replaced::IsKept)
         keepReplaced(path, bytes);
-    QFile direct(real);
-    return direct.open(QIODevice::WriteOnly) && writeAll(direct, bytes) && reachedDisk(direct);
+    return writeDirectly(file, bytes);
 }

@@ -83,7 +83,7 @@ void FaultTest::startSaver(bool isProject, Staging staging, Target target, const
     oldContent = isProject ? OLD_PROJECT : OLD_DESCRIPTION;
     newContent = isProject ? NEW_PROJECT : NEW_DESCRIPTION;
     savesProject = isProject;
-    start({isProject ? u"project"_s : u"description"_s, path, source}, staging);
+    start({isProject ? u"project"_s : u"description"_s, path, source}, staging, target);
 }
 
 void FaultTest::startExporter()
@@ -95,10 +95,10 @@ void FaultTest::startExporter()
     savesProject = false;
     folder->write(u"catalogue/files/a.lua"_s, "abc");
     folder->write(u"catalogue/files/b.lua"_s, "");
-    start({u"index"_s, path, folder->path(u"catalogue"_s)}, Staging::Unnamed);
+    start({u"index"_s, path, folder->path(u"catalogue"_s)}, Staging::Unnamed, Target::Existing);
 }
 
-void FaultTest::start(const QStringList &arguments, Staging staging)
+void FaultTest::start(const QStringList &arguments, Staging staging, Target target)
 {
 #ifdef FAULTS
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -106,6 +106,8 @@ void FaultTest::start(const QStringList &arguments, Staging staging)
     environment.insert(u"XDG_DATA_HOME"_s, folder->path(u"home"_s));
     if (staging == Staging::Named)
         environment.insert(u"NO_UNNAMED_FILES"_s, u"1"_s);
+    if (target == Target::Unreplaceable)
+        environment.insert(u"NO_REPLACING"_s, u"1"_s);
     // The library stands before the sanitizer, and one that changed its user cannot look for leaks.
     environment.insert(u"ASAN_OPTIONS"_s,
                        environment.value(u"ASAN_OPTIONS"_s) + u":verify_asan_link_order=0:detect_leaks=0"_s);
@@ -118,6 +120,7 @@ void FaultTest::start(const QStringList &arguments, Staging staging)
 #else
     Q_UNUSED(arguments)
     Q_UNUSED(staging)
+    Q_UNUSED(target)
 #endif
     user = std::make_unique<OrdinaryUser>();
 }

@@ -21,6 +21,7 @@ enum class Target {
     ReadOnly,
     InReadOnlyFolder,
     WithLongName,
+    Unreplaceable, ///< as a file is that something is mounted on
 };
 
 /// Files without a name are linked in when they are whole; not every file system has them.
@@ -96,7 +97,7 @@ protected:
     bool savesProject = false;
 
 private:
-    void start(const QStringList &arguments, Staging staging);
+    void start(const QStringList &arguments, Staging staging, Target target);
     Answer answer();
     void removeAll(const QString &relative);
 

@@ -66,7 +66,8 @@ public:
             model.saveRepo(path, QStringLiteral("http://x/"), source, &report);
             return report.error.isEmpty();
         }
-        const std::optional<QByteArray> text = source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source, LARGEST_DESCRIPTION);
+        const std::optional<QByteArray> text =
+            source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source, LARGEST_DESCRIPTION);
         return text && replaceFile(path, *text, LineEnds::AsGiven);
     }
 
