@@ -1,4 +1,5 @@
 #include "clitest.h"
+#include "historyfiles.h"
 #include "io/history.h"
 #include "io/replacefile.h"
 #include "testrunner.h"
@@ -10,17 +11,6 @@
 #include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// What is kept from now on is newer than what was kept before.
-void awaitNextMoment()
-{
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    while (QDateTime::currentMSecsSinceEpoch() == now) { }
-}
-
-} // namespace
 
 class TestCliHistory : public CliTest
 {

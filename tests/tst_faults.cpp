@@ -35,6 +35,7 @@ private slots:
     void everyCallOfASave();
     void everyCallOfTheHistory_data();
     void everyCallOfTheHistory();
+    void everyCallOfADraft();
     void everyCallOfALoad_data();
     void everyCallOfALoad();
     void everyCallOfAnExport_data();
@@ -192,7 +193,6 @@ void TestFaults::everyCallOfTheHistory_data()
     QTest::newRow("none yet") << History::None;
     QTest::newRow("begun") << History::Begun;
     QTest::newRow("full") << History::Full;
-    QTest::newRow("outdated") << History::Outdated;
 }
 
 void TestFaults::everyCallOfTheHistory()
@@ -228,8 +228,7 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
         if (!fulfilled)
             found.append(what);
     };
-    const qsizetype outdated = state == History::Outdated ? 1 : 0;
-    const qsizetype before = kept().size() - outdated;
+    const qsizetype before = kept().size();
     const Answer first = save(folder->path(u"home"_s), trial);
     const QList<QByteArray> versions = kept();
     expect(leftovers().isEmpty(), u"a file left behind"_s);
@@ -251,11 +250,44 @@ QStringList TestFaults::historyShortfalls(History state, const Trial &trial)
     expect(versions.count(oldContent) == versions.size(), u"a version is not whole"_s);
     expect(versions.size() >= qMin(before, 50), u"versions are gone"_s);
     // One more than the bound is there when one could not be removed.
-    expect(versions.size() <= (state == History::Full ? 52 : before + 1 + outdated), u"too many versions"_s);
-    const QString other = u"home/Orva model/Catalist/history/other"_s;
-    expect(!folder->exists(other) || folder->exists(other + u"/origin.txt"_s), u"a folder without its origin"_s);
+    expect(versions.size() <= (state == History::Full ? 52 : before + 1), u"too many versions"_s);
     expect(saveAgain().saved, u"the second save failed"_s);
     return found;
+}
+
+void TestFaults::everyCallOfADraft()
+{
+    const QString drafts = u"*-draft-*"_s;
+    startDrafter();
+    prepare(Target::Existing);
+    const Answer undisturbed = save(folder->path(u"home"_s), NO_FAULT);
+    QCOMPARE(kept(), QList<QByteArray>{newContent});
+    QVERIFY(saveAgain().saved);
+    QVERIFY(undisturbed.calls.contains(u"write"_s));
+    // Nobody who types waits for the disk.
+    QVERIFY(!undisturbed.calls.contains(u"fsync"_s));
+
+    QStringList found;
+    const QList<Trial> all = trials(undisturbed.calls);
+    for (const Trial &trial : all) {
+        ++tried;
+        prepare(Target::Existing);
+        const bool isKilled = save(folder->path(u"home"_s), trial).killed;
+        QList<QByteArray> left = kept(drafts);
+        if (left.isEmpty() || left.removeAll(newContent) + left.removeAll("an earlier draft") > 2 || !left.isEmpty())
+            found.append(trial.description() + u": no whole draft"_s);
+        if (onDisk() != oldContent)
+            found.append(trial.description() + u": the file was touched"_s);
+        if (isKilled) {
+            ++killed;
+            continue;
+        }
+        saveAgain();
+        if (!kept(drafts).contains(newContent))
+            found.append(trial.description() + u": no draft the next time"_s);
+    }
+    shorts += static_cast<int>(found.size());
+    QVERIFY2(found.isEmpty(), qPrintable(found.join(u'\n')));
 }
 
 void TestFaults::everyCallOfALoad_data()

@@ -1,6 +1,7 @@
 #include "io/history.h"
 
 #include "cli.h"
+#include "filesizelimit.h"
 #include "folder.h"
 #include "historyfiles.h"
 #include "io/replacefile.h"
@@ -16,7 +17,6 @@
 
 #ifdef Q_OS_UNIX
 #include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #endif
 #ifdef Q_OS_LINUX
@@ -46,24 +46,6 @@ QDate today()
 }
 
 #ifdef Q_OS_UNIX
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limits{bytes, before.rlim_max};
-        if (::setrlimit(RLIMIT_FSIZE, &limits) != 0)
-            qFatal("Cannot limit the size of files");
-    }
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before); }
-    Q_DISABLE_COPY_MOVE(FileSizeLimit)
-
-private:
-    rlimit before{};
-};
-
 mode_t mode(const QString &path)
 {
     struct stat status = {};
@@ -92,11 +74,15 @@ private slots:
 
     void newestFifty();
     void clockThatWasAhead();
-    void noneOlderThanAYear();
+    void clockThatWasBehind();
+    void newestStay();
     void atMostTwoHundredMegabytes();
     void oneFileOfMoreIsNotKept();
     void otherFilesInTheFolderStay();
-    void foldersWithoutVersionsGo();
+    void oneDraftOfEachFile();
+    void draftOfAnEarlierProcess();
+    void lastDraftTakesItsFolderAlong();
+    void sameUnsavedTextIsKeptOnce();
 
     void dataFolderThatFails_data();
     void dataFolderThatFails();
@@ -257,21 +243,41 @@ void TestHistory::clockThatWasAhead()
     QVERIFY(QFile::exists(versionPath(file(), nameOf(QDate(2099, 1, 3)))));
 }
 
-void TestHistory::noneOlderThanAYear()
+void TestHistory::clockThatWasBehind()
 {
-    const QString other = folder->path(u"other.txt"_s);
-    keepUnsaved(file(), "now");
-    keepUnsaved(other, "now");
-    const QString old = nameOf(today().addDays(-366));
-    const QString ancient = nameOf(QDate(1999, 12, 31), u"unsaved-other.txt"_s);
-    const QString young = nameOf(today().addDays(-364));
-    makeSparse(versionPath(file(), old), 1);
-    makeSparse(versionPath(file(), young), 1);
-    makeSparse(versionPath(other, ancient), 1);
+    keepUnsaved(file(), "kept in time");
+    const QString unsaved = nameOf(QDate(1999, 12, 31), u"unsaved-file.txt"_s);
+    const QString replaced = nameOf(QDate(1999, 12, 30));
+    makeSparse(versionPath(file(), unsaved), 1);
+    makeSparse(versionPath(file(), replaced), 1);
+    keepUnsaved(folder->path(u"other.txt"_s), "other");
+    const QString ofOther = nameOf(QDate(1999, 12, 31), u"unsaved-other.txt"_s);
+    makeSparse(versionPath(folder->path(u"other.txt"_s), ofOther), 1);
     keepUnsaved(file(), "later");
-    QCOMPARE(versionNames(file()).size(), 3);
-    QCOMPARE(versionNames(file()).constLast(), young);
-    QCOMPARE(keptContents(other), QList<QByteArray>{"now"});
+    QCOMPARE(versionNames(file()).mid(2), (QStringList{unsaved, replaced}));
+    QCOMPARE(versionNames(folder->path(u"other.txt"_s)).size(), 2);
+}
+
+void TestHistory::newestStay()
+{
+    // The only unsaved text is older than more versions than are kept, and larger than all that is kept.
+    keepUnsaved(file(), "first");
+    const QString first = versionNames(file()).constFirst();
+    const QString unsaved = nameOf(today().addDays(-100), u"unsaved-file.txt"_s);
+    QVERIFY(QFile::rename(versionPath(file(), first), versionPath(file(), unsaved)));
+    makeSparse(versionPath(file(), unsaved), 300'000'000);
+    for (int i = 0; i < 60; ++i)
+        makeSparse(versionPath(file(), nameOf(today().addDays(-90).addDays(i))), 1);
+    const QString other = folder->path(u"other.txt"_s);
+    folder->write(u"other.txt"_s, "old");
+    keepReplaced(other, "new");
+    const QString ofOther = versionPath(other, nameOf(today().addDays(-200), u"replaced-other.txt"_s));
+    QVERIFY(QFile::rename(versionPath(other, versionNames(other).constFirst()), ofOther));
+    folder->write(u"file.txt"_s, "now");
+    keepReplaced(file(), "next");
+    QCOMPARE(versionNames(file()).constLast(), unsaved);
+    QCOMPARE(versionNames(file()).size(), 51);
+    QVERIFY(QFile::exists(ofOther));
 }
 
 void TestHistory::atMostTwoHundredMegabytes()
@@ -324,24 +330,73 @@ void TestHistory::otherFilesInTheFolderStay()
     QCOMPARE(versionNames(file()).size(), others.size() + 2);
 }
 
-void TestHistory::foldersWithoutVersionsGo()
+void TestHistory::oneDraftOfEachFile()
 {
-    const QString over = folder->path(u"over.txt"_s);
-    const QString noted = folder->path(u"noted.txt"_s);
-    for (const QString &path : {over, noted}) {
-        keepUnsaved(path, "new");
-        const QString version = versionPath(path, versionNames(path).constFirst());
-        QVERIFY(QFile::rename(version, versionPath(path, nameOf(today().addDays(-366)))));
-    }
-    makeSparse(versionPath(noted, u"notes.txt"_s), 1);
-    keepUnsaved(file(), "now");
-    QVERIFY(originPath(over).isEmpty());
-    QCOMPARE(versionNames(noted), QStringList{u"notes.txt"_s});
-    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
+    folder->write(u"file.txt"_s, "saved");
+    Drafts drafts;
+    drafts.keep(file(), "first");
+    QVERIFY(versionNames(file()).constFirst().endsWith(u"-draft-file.txt"_s));
+    drafts.keep(file(), "second");
+    drafts.keep(folder->path(u"other.txt"_s), "other");
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"second"});
+    QCOMPARE(keptContents(folder->path(u"other.txt"_s)), QList<QByteArray>{"other"});
+    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Draft);
+    QCOMPARE(folder->read(u"file.txt"_s), QByteArray("saved"));
+    QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
+}
 
-    keepUnsaved(over, "again");
-    QCOMPARE(keptContents(over), QList<QByteArray>{"again"});
-    QCOMPARE(keptContents(file()), QList<QByteArray>{"now"});
+void TestHistory::draftOfAnEarlierProcess()
+{
+    folder->write(u"file.txt"_s, "saved");
+    {
+        Drafts ofAProcessThatDied;
+        ofAProcessThatDied.keep(file(), "typed before");
+    }
+    awaitNextMoment();
+    Drafts drafts;
+    drafts.keep(file(), "typed now");
+    QCOMPARE(keptContents(file()), (QList<QByteArray>{"typed now", "typed before"}));
+    QVERIFY(versionNames(file()).constLast().endsWith(u"-unsaved-file.txt"_s));
+    drafts.remove(file());
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"typed before"});
+
+    // One that was restored meanwhile is nobody's loss.
+    {
+        Drafts ofAProcessThatDied;
+        ofAProcessThatDied.keep(folder->path(u"other.txt"_s), "restored");
+    }
+    folder->write(u"other.txt"_s, "restored");
+    Drafts().remove(folder->path(u"other.txt"_s));
+    QVERIFY(originPath(folder->path(u"other.txt"_s)).isEmpty());
+}
+
+void TestHistory::lastDraftTakesItsFolderAlong()
+{
+    const QString noted = folder->path(u"noted.txt"_s);
+    Drafts drafts;
+    drafts.keep(file(), "draft");
+    drafts.keep(noted, "draft");
+    makeSparse(versionPath(noted, u"notes.txt"_s), 1);
+    drafts.remove(file());
+    drafts.remove(noted);
+    QVERIFY(originPath(file()).isEmpty());
+    QCOMPARE(versionNames(noted), QStringList{u"notes.txt"_s});
+    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 1);
+
+    drafts.keep(file(), "again");
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"again"});
+}
+
+void TestHistory::sameUnsavedTextIsKeptOnce()
+{
+    QVERIFY(keepUnsaved(file(), "text"));
+    QVERIFY(keepUnsaved(file(), "text"));
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
+    awaitNextMoment();
+    QVERIFY(keepUnsaved(file(), "another"));
+    awaitNextMoment();
+    QVERIFY(keepUnsaved(file(), "text"));
+    QCOMPARE(keptContents(file()), (QList<QByteArray>{"text", "another", "text"}));
 }
 
 void TestHistory::dataFolderThatFails_data()

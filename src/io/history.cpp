@@ -10,15 +10,16 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 #include <QStandardPaths>
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace {
 
 constexpr qsizetype MAX_VERSIONS = 50;
-constexpr qint64 MAX_DAYS = 365;
 constexpr qint64 MAX_BYTES = 200LL * 1000 * 1000;
 constexpr qint64 LARGEST_ORIGIN = 100'000; // bytes; more than any path has
 constexpr QFile::Permissions OWNER_FILE = QFile::ReadOwner | QFile::WriteOwner;
@@ -67,6 +68,22 @@ bool writeNew(const QString &path, const QByteArray &content)
     // The file's own remove() does nothing once closing has failed, as it does on a full disk.
     file.close();
     QFile::remove(path);
+    return false;
+}
+
+// It gets its name when it is whole. It need not outlive the system, so nobody waits for the disk while the author
+// types.
+bool writeDraft(const QString &path, const QByteArray &content)
+{
+    const QString staged = QFileInfo(path).path() + QStringLiteral("/draft");
+    QFile::remove(staged);
+    QFile file(staged);
+    const bool isWritten = file.open(QIODevice::WriteOnly | QIODevice::NewOnly, OWNER_FILE)
+                           && file.write(content) == content.size() && file.flush();
+    file.close();
+    if (isWritten && file.error() == QFileDevice::NoError && QFile::rename(staged, path))
+        return true;
+    QFile::remove(staged);
     return false;
 }
 
@@ -123,26 +140,68 @@ QString folderOf(const QString &path)
     return historyFolder() + QLatin1Char('/') + QString::fromLatin1(key);
 }
 
+/// The name of a version is its time, a number, the reason and the name of the file.
+Reason reasonOf(const QString &versionName)
+{
+    const QString name = versionName.section(QLatin1Char('-'), 4, 4);
+    for (const Reason reason : {Reason::Unsaved, Reason::Draft}) {
+        if (name == reasonName(reason))
+            return reason;
+    }
+    return Reason::Replaced;
+}
+
+/// Tells the newest version and the newest unsaved text of each file, which may be all that is left of somebody's work.
+/// To be asked for every version, the newest first.
+class Newest
+{
+public:
+    bool contains(const QFileInfo &version)
+    {
+        const QString folder = version.path();
+        const bool isNewest = isFirst(folder, &newest);
+        return (reasonOf(version.fileName()) != Reason::Replaced && isFirst(folder, &newestUnsaved)) || isNewest;
+    }
+
+private:
+    static bool isFirst(const QString &folder, QSet<QString> *folders)
+    {
+        const bool isFirst = !folders->contains(folder);
+        folders->insert(folder);
+        return isFirst;
+    }
+
+    QSet<QString> newest;
+    QSet<QString> newestUnsaved;
+};
+
+// By their order only: a date may come from a clock that was wrong.
 void removeOld(const QString &fileFolder)
 {
-    const QString oldest = QDateTime::currentDateTimeUtc().addDays(-MAX_DAYS).toString(QStringLiteral("yyyyMMdd"));
-    const QFileInfoList ofFile = versions(fileFolder);
-    for (qsizetype i = MAX_VERSIONS; i < ofFile.size(); ++i)
-        removeVersion(ofFile.at(i));
+    Newest ofFile;
+    qsizetype count = 0;
+    const QFileInfoList versionsOfFile = versions(fileFolder);
+    for (const QFileInfo &version : versionsOfFile) {
+        if (!ofFile.contains(version) && count >= MAX_VERSIONS)
+            removeVersion(version);
+        ++count;
+    }
 
+    Newest ofAll;
     qint64 bytes = 0;
     const QFileInfoList all = versions(historyFolder());
     for (const QFileInfo &version : all) {
         bytes += version.size();
-        if (bytes > MAX_BYTES || version.fileName() < oldest)
+        if (!ofAll.contains(version) && bytes > MAX_BYTES)
             removeVersion(version);
     }
 }
 
-bool keepIn(const QString &folder, const QString &path, const QByteArray &content, const char *reason)
+/// Returns the path of the new version; empty when there is none.
+QString keepIn(const QString &folder, const QString &path, const QByteArray &content, Reason reason)
 {
     if (!makeOwnFolder(historyFolder()) || !makeOwnFolder(folder))
-        return false;
+        return {};
     // It is empty when the program was killed before it could fill it.
     const QString origin = originOf(folder);
     if (QFileInfo(origin).size() == 0) {
@@ -152,33 +211,55 @@ bool keepIn(const QString &folder, const QString &path, const QByteArray &conten
 
     // Another window may keep a version of the same file in the same millisecond.
     const QString time = timeName(QDateTime::currentDateTimeUtc());
+    const auto write = reason == Reason::Draft ? &writeDraft : &writeNew;
     for (int attempt = 0; attempt < 100; ++attempt) {
         const QString name = QStringLiteral("%1-%2-%3-%4")
                                  .arg(time)
                                  .arg(attempt, 2, 10, QLatin1Char('0'))
-                                 .arg(QLatin1String(reason), shortened(QFileInfo(path).fileName()));
+                                 .arg(reasonName(reason), shortened(QFileInfo(path).fileName()));
         const QString version = folder + QLatin1Char('/') + name;
-        if (writeNew(version, content))
-            return true;
+        if (write(version, content))
+            return version;
         if (!QFile::exists(version))
-            return false;
+            return {};
     }
-    return false;
+    return {};
 }
 
-bool keep(const QString &path, const QByteArray &content, const char *reason, Pruning pruning)
+/// The same, for which the folder may be removed by another window before there is a version in it.
+QString keepInFolder(const QString &path, const QByteArray &content, Reason reason)
 {
     if (content.size() > MAX_BYTES)
-        return false;
+        return {};
     const QString folder = folderOf(path);
-    // Another window may remove the folder before there is a version in it.
-    const bool isKept =
-        keepIn(folder, path, content, reason) || (!QFileInfo::exists(folder) && keepIn(folder, path, content, reason));
-    if (!isKept)
+    QString version = keepIn(folder, path, content, reason);
+    if (version.isEmpty() && !QFileInfo::exists(folder))
+        version = keepIn(folder, path, content, reason);
+    if (version.isEmpty())
         qDebug() << "No history of" << path << "in" << folder;
-    else if (pruning == Pruning::Now)
-        removeOld(folder);
+    return version;
+}
+
+bool keep(const QString &path, const QByteArray &content, Reason reason, Pruning pruning)
+{
+    const bool isKept = !keepInFolder(path, content, reason).isEmpty();
+    if (isKept && pruning == Pruning::Now)
+        removeOld(folderOf(path));
     return isKept;
+}
+
+bool holds(const QString &path, const QByteArray &content)
+{
+    return readWholeFile(path, content.size()) == content;
+}
+
+bool isLastUnsaved(const QString &file, const QByteArray &content)
+{
+    const QFileInfoList all = versions(folderOf(file));
+    const auto last = std::find_if(all.cbegin(), all.cend(), [](const QFileInfo &version) {
+        return reasonOf(version.fileName()) == Reason::Unsaved;
+    });
+    return last != all.cend() && holds(last->filePath(), content);
 }
 
 } // namespace
@@ -194,18 +275,73 @@ bool keepReplaced(const QString &path, const QByteArray &newContent, Pruning pru
 {
     const std::optional<QByteArray> old = readWholeFile(path, MAX_BYTES);
     if (old)
-        return *old == newContent || keep(canonical(path), *old, "replaced", pruning);
+        return *old == newContent || keep(canonical(path), *old, Reason::Replaced, pruning);
     if (!QFileInfo(path).isFile())
         return true;
     qDebug() << "No history of" << path << "which cannot be read";
     return false;
 }
 
-void keepUnsaved(const QString &path, const QByteArray &content)
+bool keepUnsaved(const QString &path, const QByteArray &content)
 {
-    const std::optional<QByteArray> saved = readWholeFile(path, content.size());
-    if (!saved || *saved != content)
-        keep(canonical(path), content, "unsaved", Pruning::Now);
+    const QString file = canonical(path);
+    return holds(path, content) || isLastUnsaved(file, content) || keep(file, content, Reason::Unsaved, Pruning::Now);
+}
+
+void Drafts::keep(const QString &path, const QByteArray &content)
+{
+    const QString file = canonical(path);
+    keepThoseOfOthers(file);
+    const QString draft = keepInFolder(file, content, Reason::Draft);
+    if (draft.isEmpty())
+        return;
+    const QString before = std::exchange(own[file], draft);
+    if (!before.isEmpty())
+        QFile::remove(before);
+}
+
+void Drafts::remove(const QString &path)
+{
+    const QString file = canonical(path);
+    keepThoseOfOthers(file);
+    const QString draft = std::exchange(own[file], QString());
+    if (!draft.isEmpty())
+        removeVersion(QFileInfo(draft));
+}
+
+void Drafts::keepThoseOfOthers(const QString &file)
+{
+    if (own.contains(file))
+        return;
+    own.insert(file, QString());
+    const QFileInfoList all = versions(folderOf(file));
+    for (const QFileInfo &version : all) {
+        const QString name = version.fileName();
+        if (reasonOf(name) != Reason::Draft)
+            continue;
+        const std::optional<QByteArray> content = readWholeFile(version.filePath(), MAX_BYTES);
+        if (content && holds(file, *content)) {
+            removeVersion(version);
+        } else {
+            const QString unsaved = name.section(QLatin1Char('-'), 0, 3) + QLatin1Char('-')
+                                    + reasonName(Reason::Unsaved) + QLatin1Char('-')
+                                    + name.section(QLatin1Char('-'), 5);
+            QFile::rename(version.filePath(), version.dir().filePath(unsaved));
+        }
+    }
+}
+
+QString reasonName(Reason reason)
+{
+    switch (reason) {
+    case Reason::Unsaved:
+        return QStringLiteral("unsaved");
+    case Reason::Draft:
+        return QStringLiteral("draft");
+    case Reason::Replaced:
+        break;
+    }
+    return QStringLiteral("replaced");
 }
 
 QList<KeptVersion> keptVersions(const QString &path)
@@ -217,9 +353,8 @@ QList<KeptVersion> keptVersions(const QString &path)
         const QString time = version.fileName().section(QLatin1Char('-'), 0, 2);
         QDateTime moment = QDateTime::fromString(time, QStringLiteral("yyyyMMdd-hhmmss-zzz"));
         moment.setTimeSpec(Qt::UTC);
-        const QString reason = version.fileName().section(QLatin1Char('-'), 4, 4);
-        kept.append({version.filePath(), moment, version.size(), reason == QLatin1String("unsaved"),
-                     version.fileName() >= latest});
+        kept.append(
+            {version.filePath(), moment, version.size(), reasonOf(version.fileName()), version.fileName() >= latest});
     }
     return kept;
 }

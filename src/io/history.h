@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -10,7 +11,8 @@
 // project, in the user's data folder, readable by the owner only; docs/reliability.md says where and how to get
 // a file back. A history that cannot be written is passed over with a debug message.
 //
-// Of each file the newest 50 versions are kept, none older than a year, and at most 200 MB in all.
+// Of each file the newest 50 versions are kept, and 200 MB in all; the newest version and the newest unsaved text of
+// each file stay in any case.
 
 /// The folder of the history. It need not exist.
 [[nodiscard]] QString historyFolder();
@@ -24,8 +26,34 @@ enum class Pruning {
 /// that could not be kept.
 bool keepReplaced(const QString &path, const QByteArray &newContent, Pruning pruning = Pruning::Now);
 
-/// Keeps what would have been saved to a file, unless the file holds it.
-void keepUnsaved(const QString &path, const QByteArray &content);
+/// Keeps what would have been saved to a file, unless the file holds it or it was the last unsaved text that was kept.
+/// False when it could not be kept.
+bool keepUnsaved(const QString &path, const QByteArray &content);
+
+/// What one window would save, kept for the case that its process ends without saving: one draft for each file. A
+/// draft survives the process, but is not flushed to the disk.
+///
+/// A draft that another process has left becomes an unsaved text as soon as its file gets a draft here or is saved.
+class Drafts
+{
+public:
+    /// Replaces the draft of a file. Where that fails, the one before stays.
+    void keep(const QString &path, const QByteArray &content);
+
+    /// To be called when the content is saved, or kept in another way.
+    void remove(const QString &path);
+
+private:
+    void keepThoseOfOthers(const QString &file);
+
+    QHash<QString, QString> own; ///< by the file's canonical path; empty when it has none
+};
+
+enum class Reason {
+    Replaced, ///< the file held it before a save
+    Unsaved, ///< was never saved to the file
+    Draft, ///< was being edited when the process ended, or still is
+};
 
 /// What the history holds of a file.
 struct KeptVersion
@@ -33,9 +61,12 @@ struct KeptVersion
     QString path; ///< where it lies in the history
     QDateTime time; ///< in UTC
     qint64 size = 0;
-    bool isUnsaved = false; ///< was never saved to the file; otherwise the file held it before a save
+    Reason reason = Reason::Replaced;
     bool isOfFuture = false; ///< comes from a clock that was wrong, and may be older than any
 };
+
+/// "replaced", "unsaved" or "draft", as in the name of a version.
+[[nodiscard]] QString reasonName(Reason reason);
 
 /// What is kept of a file, which need not exist any more; newest first, those dated in the future last.
 [[nodiscard]] QList<KeptVersion> keptVersions(const QString &path);

@@ -98,6 +98,15 @@ void FaultTest::startExporter()
     start({u"index"_s, path, folder->path(u"catalogue"_s)}, Staging::Unnamed, Target::Existing);
 }
 
+void FaultTest::startDrafter()
+{
+    path = folder->path(u"work/project/en.html"_s);
+    oldContent = OLD_DESCRIPTION;
+    newContent = NEW_DESCRIPTION;
+    savesProject = false;
+    start({u"draft"_s, path}, Staging::Unnamed, Target::Existing);
+}
+
 void FaultTest::start(const QStringList &arguments, Staging staging, Target target)
 {
 #ifdef FAULTS
@@ -171,11 +180,6 @@ void FaultTest::prepareHistory(History state)
     folder->write(QDir(folder->path()).relativeFilePath(path), oldContent);
     if (state == History::Begun)
         return;
-    if (state == History::Outdated) {
-        folder->write(u"home/Orva model/Catalist/history/other/origin.txt"_s, "other\n");
-        folder->write(u"home/Orva model/Catalist/history/other/20000101-000000-000-00-replaced-other"_s, oldContent);
-        return;
-    }
     QDirIterator origin(folder->path(u"home"_s), {u"origin.txt"_s}, QDir::Files, QDirIterator::Subdirectories);
     if (!origin.hasNext())
         qFatal("No history");
@@ -231,10 +235,10 @@ QStringList FaultTest::leftovers() const
     return found;
 }
 
-QList<QByteArray> FaultTest::kept() const
+QList<QByteArray> FaultTest::kept(const QString &namePattern) const
 {
     QList<QByteArray> contents;
-    QDirIterator entries(folder->path(u"home"_s), QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator entries(folder->path(u"home"_s), {namePattern}, QDir::Files, QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString entry = entries.next();
         if (entries.fileName() != u"origin.txt")

@@ -35,7 +35,6 @@ enum class History {
     None,
     Begun,
     Full,
-    Outdated,
 };
 
 /// One call of a save, and what happens to it.
@@ -80,6 +79,7 @@ protected:
     void startSaver(bool isProject, Staging staging, Target target = Target::Existing,
                     const QString &source = QString());
     void startExporter();
+    void startDrafter();
 
     void prepare(Target target);
     void prepareHistory(History state);
@@ -88,7 +88,7 @@ protected:
 
     [[nodiscard]] QByteArray onDisk() const;
     [[nodiscard]] QStringList leftovers() const;
-    [[nodiscard]] QList<QByteArray> kept() const;
+    [[nodiscard]] QList<QByteArray> kept(const QString &namePattern = QStringLiteral("*")) const;
 
     std::unique_ptr<Folder> folder;
     QString path;

@@ -1,11 +1,12 @@
 // Saves again and again, each time in a process of its own whose calls go wrong as it is told.
-//   faultysaver (project|description|index) PATH [SOURCE]
+//   faultysaver (project|description|index|draft) PATH [SOURCE]
 // A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save under that fault, of the new content or of what
 // is loaded from the source just then; the source of an index is the folder of its catalogue. The answer is a line
 // "saved|...", "failed|..." or "killed", where ... is "modified" or "unmodified" and the names of the calls. Whoever
 // was not killed then awaits another line, saves once more without a fault, and answers as before.
 
 #include "faults.h"
+#include "io/history.h"
 #include "io/replacefile.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
@@ -66,9 +67,20 @@ public:
             model.saveRepo(path, QStringLiteral("http://x/"), source, &report);
             return report.error.isEmpty();
         }
+        if (kind == QLatin1String("draft")) {
+            drafts.keep(path, NEW_DESCRIPTION);
+            return true;
+        }
         const std::optional<QByteArray> text =
             source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source, LARGEST_DESCRIPTION);
         return text && replaceFile(path, *text, LineEnds::AsGiven);
+    }
+
+    /// What an earlier save of this process has left.
+    void prepare()
+    {
+        if (kind == QLatin1String("draft"))
+            drafts.keep(path, "an earlier draft");
     }
 
     [[nodiscard]] const char *mark() const { return model.modified ? "modified" : "unmodified"; }
@@ -78,6 +90,7 @@ private:
     QString path;
     QString source;
     AppConfigModel model;
+    Drafts drafts;
 };
 
 bool nextLine(QStringList *parts)
@@ -100,6 +113,7 @@ void answer(bool saved, const Saver &saver, const char *calls)
     const auto arm = found<ArmFaults>("armFaults");
     const auto disarm = found<DisarmFaults>("disarmFaults");
     const QByteArray folder = order.value(0).toUtf8();
+    saver.prepare();
     arm(folder.constData(), order.value(1).toInt(), static_cast<Fault>(order.value(2).toInt()), order.value(3).toInt());
     const bool saved = saver.save();
     answer(saved, saver, disarm());

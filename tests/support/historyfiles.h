@@ -75,6 +75,13 @@ inline QList<QByteArray> keptContents(const QString &file)
     return all;
 }
 
+/// What is kept from now on is newer than what was kept before.
+inline void awaitNextMoment()
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    while (QDateTime::currentMSecsSinceEpoch() == now) { }
+}
+
 inline qsizetype countInHistory()
 {
     qsizetype count = 0;
