@@ -1,3 +1,4 @@
+#include "io/platform.h"
 #include "ui/mainwindow.h"
 
 #include <QApplication>
@@ -8,6 +9,9 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral(CATALIST_APP_ID));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Resources/Resources/catalist.ico")));
     MainWindow window;
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, &window, &MainWindow::writeDrafts,
+                     Qt::DirectConnection);
+    beforeTermination(&window, [&window] { window.writeDrafts(); });
     window.show();
     return QApplication::exec();
 }

@@ -28,10 +28,8 @@ private slots:
     void deleteApp();
     void deleteWithoutAnApp();
 
-    void indexPastTheEndShowsAnEmptyRecord();
-    void indexPastTheEndStoresNothing_data();
-    void indexPastTheEndStoresNothing();
-    void deletePastTheEndRemovesNothing();
+    void shorterProjectHasNoCurrentApp();
+    void deleteInAShorterProjectRemovesNothing();
 
 private:
     void openShorterProject();
@@ -200,12 +198,13 @@ void TestMainWindowApps::deleteWithoutAnApp()
     QCOMPARE(saved(), FIVE_APPS);
 }
 
-void TestMainWindowApps::indexPastTheEndShowsAnEmptyRecord()
+void TestMainWindowApps::shorterProjectHasNoCurrentApp()
 {
     openShorterProject();
     QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s}));
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
-    QVERIFY(isEnabled("tabWidget"));
+    // What is typed into a form of nobody is stored nowhere.
+    QVERIFY(!isEnabled("tabWidget"));
     for (const char *field : {"appName1_1", "author", "version", "icon"})
         QCOMPARE(text(field), QString());
     QCOMPARE(text("minTxVersion"), u"0.00"_s);
@@ -214,57 +213,19 @@ void TestMainWindowApps::indexPastTheEndShowsAnEmptyRecord()
     QCOMPARE(child<QListWidget>(*window, "listAppFiles")->count(), 0);
     QCOMPARE(child<QTableWidget>(*window, "tableWidget")->rowCount(), 0);
     QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+
+    selectApp(1);
+    QVERIFY(isEnabled("tabWidget"));
+    QCOMPARE(text("author"), u"Bob"_s);
 }
 
-void TestMainWindowApps::indexPastTheEndStoresNothing_data()
-{
-    QTest::addColumn<QString>("page");
-    QTest::addColumn<QString>("button");
-    QTest::newRow("Apply") << u"tabGeneral"_s << u"applyButton"_s;
-    QTest::newRow("Add file") << u"tabAppFiles"_s << u"btnAddFile"_s;
-    QTest::newRow("Add folder") << u"tabAppFiles"_s << u"btnAddFolder"_s;
-    QTest::newRow("Delete file") << u"tabAppFiles"_s << u"btnDeleteFile"_s;
-    QTest::newRow("New description") << u"tabDescription"_s << u"btnNewDescription"_s;
-    QTest::newRow("Open description") << u"tabDescription"_s << u"btnOpenDescription"_s;
-    QTest::newRow("Delete description") << u"tabDescription"_s << u"btnDeleteDescription"_s;
-    QTest::newRow("Auto-save") << u"tabDescription"_s << u"btnAutosave"_s;
-}
-
-void TestMainWindowApps::indexPastTheEndStoresNothing()
-{
-    QFETCH(const QString, page);
-    QFETCH(const QString, button);
-    folder->makeFolder(u"short/lib"_s);
-    openShorterProject();
-    retype(*window, "author", u"typed"_s);
-    showTab(*window, page.toLatin1().constData());
-    if (button == "btnAddFile"_L1) {
-        answers->pickInProject(u"x.html"_s);
-    } else if (button == "btnAddFolder"_L1) {
-        answers->pickInProject(u"lib"_s);
-    }
-    // The description buttons do not even ask.
-    click(*window, button.toLatin1().constData());
-    QVERIFY(answers->allAnswered());
-
-    clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(u"short/Apps.csv"_s),
-             HEADER + R"({"de":"Uhr","en":"Clock"};Ann;1.2;674,3859;05-03-2024;{};main.lua;img/a.png;5.01
-{"en":"Lamp"};Bob;2.0;0;;{};;;0.00
-)");
-    QCOMPARE(folder->read(u"Apps.csv"_s), HEADER + FIVE_APPS);
-    QCOMPARE(folder->read(u"short/x.html"_s), QByteArray("x"));
-    QCOMPARE(child<QListWidget>(*window, "listAppFiles")->count(), 0);
-    QCOMPARE(child<QTableWidget>(*window, "tableWidget")->rowCount(), 0);
-}
-
-void TestMainWindowApps::deletePastTheEndRemovesNothing()
+void TestMainWindowApps::deleteInAShorterProjectRemovesNothing()
 {
     openShorterProject();
     click(*window, "btnDeleteApp");
     QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s}));
-    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), 1);
-    QCOMPARE(text("author"), u"Bob"_s);
+    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
+    QVERIFY(!isEnabled("tabWidget"));
     QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
 }
 

@@ -319,7 +319,7 @@ void TestMainWindowDescriptionEditor::unreadableFile()
     QCOMPARE(box.kind, u"QMessageBox"_s);
     QCOMPARE(box.icon, QMessageBox::Critical);
     QCOMPARE(box.title, u"Error"_s);
-    QCOMPARE(box.text, u"Error loading <b>%1</b>"_s.arg(path));
+    QCOMPARE(box.text, u"Error loading <b>%1</b>"_s.arg(path.toHtmlEscaped()));
     QCOMPARE(box.buttons, QStringList(u"OK"_s));
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!editor->isEnabled());

@@ -167,7 +167,7 @@ void TestMovingGround::descriptionVanishes()
     QVERIFY(QFile::remove(project + QStringLiteral("/en.html")));
     answers->press(QMessageBox::Ok);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
-    QCOMPARE(answers->shown.constLast().text, LOAD_ERROR.arg(project + QStringLiteral("/en.html")));
+    QCOMPARE(answers->shown.constLast().text, LOAD_ERROR.arg((project + QStringLiteral("/en.html")).toHtmlEscaped()));
     QCOMPARE(folder->read(QStringLiteral("project/de.html")), QByteArray("typed <p>de</p>"));
     QVERIFY(!child<QPlainTextEdit>(*window, "descriptionEdit")->isEnabled());
 }

@@ -2,13 +2,16 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSocketNotifier>
 
 #if defined(Q_PROCESSOR_X86_64) && defined(Q_CC_GNU)
 #include <immintrin.h>
 #endif
 
 #ifdef Q_OS_UNIX
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -42,6 +45,17 @@ bool sync(int descriptor)
 {
     const int answer = uninterrupted([descriptor] { return ::fsync(descriptor); });
     return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+}
+
+// A signal may interrupt anything, so its handler only writes to a pipe.
+std::array<int, 2> terminationPipe{-1, -1};
+
+void sendTermination(int number)
+{
+    const int error = errno;
+    const auto byte = static_cast<unsigned char>(number);
+    [[maybe_unused]] const ssize_t written = ::write(terminationPipe[1], &byte, 1);
+    errno = error;
 }
 
 /// Opens what is a regular file, even when it has just taken the place of another one; -1 when that fails.
@@ -122,6 +136,35 @@ bool isErrorOnTerminal()
     return ::isatty(STDERR_FILENO) == 1;
 }
 
+void beforeTermination(QObject *context, const std::function<void()> &function)
+{
+    if (::pipe(terminationPipe.data()) != 0)
+        return;
+    for (const int end : terminationPipe) {
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        ::fcntl(end, F_SETFL, O_NONBLOCK);
+    }
+    auto *notifier = new QSocketNotifier(terminationPipe[0], QSocketNotifier::Read, context);
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [function] {
+        unsigned char number = 0;
+        if (::read(terminationPipe[0], &number, 1) != 1)
+            return;
+        function();
+        // The signal has its ordinary effect again, so that whoever sent it sees what the process ended with.
+        ::raise(number);
+    });
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        struct sigaction action = {};
+        // Whoever starts a program that is to outlive the terminal has it ignore the signal.
+        if (::sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
+            continue;
+        action = {};
+        action.sa_handler = sendTermination;
+        action.sa_flags = SA_RESETHAND | SA_RESTART;
+        ::sigaction(number, &action, nullptr);
+    }
+}
+
 void holdStandardStreams()
 {
     // What is opened takes the lowest number that is free; writing to it then fails as it does to a closed stream.
@@ -177,6 +220,8 @@ bool isErrorOnTerminal()
 {
     return false;
 }
+
+void beforeTermination(QObject * /*context*/, const std::function<void()> & /*function*/) { }
 
 void holdStandardStreams() { }
 

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
+
 #ifndef Q_OS_UNIX
 #include <QFile>
 #endif
@@ -11,6 +13,7 @@
 class QFile;
 class QFileDevice;
 class QFileInfo;
+class QObject;
 
 // What is done in another way on each system, or only on some.
 
@@ -62,6 +65,10 @@ void clearVectorRegisters();
 
 /// Whether somebody watches what goes to standard error.
 [[nodiscard]] bool isErrorOnTerminal();
+
+/// Has the event loop call a function when the system asks the process to end, as at a logout; then it ends. When it
+/// is asked again before that, it ends at once. To be called once.
+void beforeTermination(QObject *context, const std::function<void()> &function);
 
 /// Makes sure that no file that is opened later takes the place of a standard stream that the caller has closed.
 void holdStandardStreams();

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -250,13 +251,22 @@ std::optional<AppConfig> appFromCells(const QStringList &cells)
     return appFromRow(cells, &dates);
 }
 
+ProjectBuilder::ProjectBuilder(QList<AppConfig> records) : content(headerLine().toUtf8()), apps(std::move(records)) { }
+
+bool ProjectBuilder::addLine()
+{
+    if (next == apps.size())
+        return false;
+    content += appLine(apps.at(next++)).toUtf8();
+    return true;
+}
+
 QByteArray projectContent(const QList<AppConfig> &apps)
 {
     clearVectorRegisters();
-    QByteArray content = headerLine().toUtf8();
-    for (const AppConfig &app : apps)
-        content += appLine(app).toUtf8();
-    return content;
+    ProjectBuilder builder(apps);
+    while (builder.addLine()) { }
+    return builder.content;
 }
 
 bool writeProject(const QString &path, const QList<AppConfig> &apps)

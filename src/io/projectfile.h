@@ -39,6 +39,22 @@ inline constexpr qsizetype COLUMN_COUNT = MinVersionColumn + 1; ///< further cel
 /// The record of a row; nothing when the row is malformed.
 [[nodiscard]] std::optional<AppConfig> appFromCells(const QStringList &cells);
 
+/// Builds the content of a project file line by line, so that it can be spread out over a while.
+class ProjectBuilder
+{
+public:
+    explicit ProjectBuilder(QList<AppConfig> records);
+
+    /// False when there is no other line.
+    bool addLine();
+
+    QByteArray content;
+
+private:
+    QList<AppConfig> apps;
+    qsizetype next = 0;
+};
+
 /// What a project file with these records holds.
 [[nodiscard]] QByteArray projectContent(const QList<AppConfig> &apps);
 

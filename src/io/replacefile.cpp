@@ -40,8 +40,8 @@ bool writeDirectly(const QFileInfo &file, const QByteArray &content)
 {
     QFile direct(file.filePath());
     // Asked to make a file that is there, the system refuses to open somebody else's in a sticky folder.
-    const QIODevice::OpenMode mode = file.exists() ? QIODevice::WriteOnly | QIODevice::ExistingOnly
-                                                   : QIODevice::OpenMode(QIODevice::WriteOnly);
+    const QIODevice::OpenMode mode =
+        file.exists() ? QIODevice::WriteOnly | QIODevice::ExistingOnly : QIODevice::OpenMode(QIODevice::WriteOnly);
     return direct.open(mode | QIODevice::Truncate) && writeAll(direct, content) && reachedDisk(direct)
            && namesReachedDisk(file.path());
 }

@@ -1,6 +1,7 @@
 #include "ui/mainwindow.h"
 
 #include "io/history.h"
+#include "io/platform.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "ui_mainwindow.h"
@@ -90,6 +91,7 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
     widenToTitle(ui->tableWidget->horizontalHeader(), 0);
     setDescriptionPath({});
+    prepareDrafts();
 
     ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
     ui->descriptionView->setPalette(previewPalette());
@@ -114,8 +116,7 @@ void MainWindow::readSettings()
     const QString project = settings.value(PROJECT_KEY).toString();
     if (project.isEmpty())
         return;
-    setAppPath(project);
-    if (!model.load(appPath)) {
+    if (!loadProject(project)) {
         model.clear();
         QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
     }
@@ -157,7 +158,9 @@ void MainWindow::saveAppsCfg()
     }
     finishTableEdit();
     saveCurrenDescription();
-    if (!model.save(appPath))
+    if (model.save(appPath))
+        work.removeDraft(appPath);
+    else
         QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
     checkAsterisk();
 }
@@ -184,17 +187,64 @@ void MainWindow::closeEvent(QCloseEvent *event)
             event->ignore();
             return;
         }
-        if (answer == QMessageBox::Yes)
+        if (answer == QMessageBox::Yes) {
             saveAppsCfg();
+            keepRecordsThatFailed();
+        } else if (keepUnsaved(projectPath(), projectContent(model.apps))) {
+            // Records that are given up on purpose are copied if there is room, and nobody is asked again.
+            work.removeDraft(projectPath());
+        }
     }
-    keepUnsavedRecords();
     keepUnsavedDescription();
+    settleUnsavedWork();
 }
 
-void MainWindow::keepUnsavedRecords() const
+void MainWindow::keepRecordsThatFailed()
+{
+    if (!model.modified)
+        return;
+    if (appPath.isEmpty())
+        keepUnsavedRecords();
+    else
+        work.save(appPath, withPlatformLineEnds(projectContent(model.apps)));
+}
+
+void MainWindow::keepUnsavedRecords()
 {
     if (model.modified)
-        keepUnsaved(projectPath(), projectContent(model.apps));
+        work.copy(projectPath(), projectContent(model.apps));
+}
+
+void MainWindow::settleUnsavedWork()
+{
+    work.tryAgain();
+    while (!work.heldFiles().isEmpty()) {
+        QStringList files;
+        for (const QString &file : work.heldFiles())
+            files.append(QStringLiteral("<b>%1</b>").arg(file.toHtmlEscaped()));
+        QMessageBox question(
+            QMessageBox::Critical, tr("Error"),
+            tr("%1 could not be saved, and there is no room for a copy.").arg(files.join(QStringLiteral(", "))),
+            QMessageBox::NoButton, this);
+        QPushButton *again = question.addButton(tr("Try again"), QMessageBox::AcceptRole);
+        question.addButton(tr("Close all the same"), QMessageBox::DestructiveRole);
+        question.setDefaultButton(again);
+        question.exec();
+        if (question.clickedButton() != again)
+            return;
+        work.tryAgain();
+    }
+}
+
+bool MainWindow::loadProject(const QString &path)
+{
+    setAppPath(path);
+    if (!model.load(appPath))
+        return false;
+    // A shorter list than before has no app where the current one was.
+    if (model.index >= model.apps.size())
+        model.setIndex(-1);
+    return true;
 }
 
 void MainWindow::on_actionNew_project_triggered()
@@ -212,7 +262,7 @@ void MainWindow::on_actionOpen_project_triggered()
 {
     saveCurrenDescription();
     setDescriptionPath({});
-    // The current row goes too: a click on it would not open its file again.
+    // The current row too, as a click on it would not open its file again.
     ui->tableWidget->setCurrentItem(nullptr);
     ui->descriptionEdit->clear();
 
@@ -221,8 +271,7 @@ void MainWindow::on_actionOpen_project_triggered()
     if (path.isEmpty())
         return;
     keepUnsavedRecords();
-    setAppPath(path);
-    if (!model.load(appPath)) {
+    if (!loadProject(path)) {
         QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
         model.clear();
     }

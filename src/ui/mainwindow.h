@@ -1,12 +1,16 @@
 #pragma once
 
+#include "io/projectfile.h"
+#include "io/unsavedwork.h"
 #include "model/appconfigmodel.h"
 
 #include <QFileDialog>
 #include <QMainWindow>
+#include <QTimer>
 
 #include <array>
 #include <memory>
+#include <optional>
 
 class QCheckBox;
 class QComboBox;
@@ -22,7 +26,8 @@ extern const char *VENDOR_NAME;
 extern const char *APP_NAME;
 
 /// The editor. Widgets show copies of the model's records; every edit goes through the model, whose signals
-/// refill the widgets. Each tab has a source file of its own: mainwindow_general, _files and _description.
+/// refill the widgets. Each tab has a source file of its own: mainwindow_general, _files and _description; so have the
+/// drafts.
 ///
 /// The constructor restores the settings and reopens the last project, which may show a message box.
 class MainWindow : public QMainWindow
@@ -32,6 +37,9 @@ class MainWindow : public QMainWindow
 public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
+
+    /// Puts what is unsaved into the history at once, for the case that the process is about to end.
+    void writeDrafts();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -90,8 +98,14 @@ private:
     /// The canonical path of the folder that holds the project file.
     [[nodiscard]] QString projectFolder() const;
     void saveAppsCfg();
-    /// Puts records that were never saved into the history, before they go.
-    void keepUnsavedRecords() const;
+    /// Copies records that were never saved into the history, before they are dropped.
+    void keepUnsavedRecords();
+    /// Holds records whose save has failed, and which have no copy either.
+    void keepRecordsThatFailed();
+    /// Shows the project file that was chosen; false when it cannot be loaded.
+    bool loadProject(const QString &path);
+    /// Asks about what is nowhere on the disk until it is, or until the author gives it up.
+    void settleUnsavedWork();
     void checkAsterisk();
 
     [[nodiscard]] std::array<LanguageRow, 3> languageRows() const;
@@ -105,7 +119,7 @@ private:
     void showDescriptions(const AppConfig &app);
     void setDescriptionPath(const QString &path);
     void saveCurrenDescription();
-    void keepUnsavedDescription() const;
+    void keepUnsavedDescription();
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
     /// The row that is current and selected; -1 for none.
     [[nodiscard]] int selectedDescription() const;
@@ -114,8 +128,25 @@ private:
     /// Asks for a language and a file and stores the pair. Empty when nothing was stored.
     QString addDescription(FileChooser chooseFile, const QString &caption);
 
+    void prepareDrafts();
+    void draftDescription();
+    void beginRecordsDraft();
+    void goOnWithRecordsDraft();
+
+    /// The content of the project file for a draft, while it is being built.
+    struct RecordsDraft
+    {
+        QString path;
+        ProjectBuilder builder;
+    };
+
     AppConfigModel model;
     QString appPath; ///< of the project file; empty when no project is open
     QString descriptionPath; ///< of the file in the description editor; empty when none is open
     std::unique_ptr<Ui::MainWindow> ui;
+    UnsavedWork work;
+    QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft
+    QTimer recordsDraftTimer; ///< the same for the records
+    QTimer recordsDraftStep;
+    std::optional<RecordsDraft> recordsDraft;
 };

@@ -1,6 +1,5 @@
 #include "ui/mainwindow.h"
 
-#include "io/history.h"
 #include "io/replacefile.h"
 #include "io/wholefile.h"
 #include "ui_mainwindow.h"
@@ -77,20 +76,18 @@ void MainWindow::setDescriptionPath(const QString &path)
 
 void MainWindow::saveCurrenDescription()
 {
-    if (!descriptionPath.isEmpty()) {
-        const QByteArray text = ui->descriptionEdit->toPlainText().toUtf8();
-        // The failure is silent and the editor may be emptied next, so the text must be somewhere.
-        if (!replaceFile(descriptionPath, text, LineEnds::AsGiven))
-            keepUnsaved(descriptionPath, text);
-    }
+    if (descriptionPath.isEmpty())
+        work.tryAgain();
+    else if (work.save(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8()))
+        ui->descriptionEdit->document()->setModified(false);
     ui->btnAutosave->setEnabled(false);
 }
 
-void MainWindow::keepUnsavedDescription() const
+void MainWindow::keepUnsavedDescription()
 {
-    // The button is lit while there is text to save, or when the editor was emptied.
-    if (!descriptionPath.isEmpty() && ui->btnAutosave->isEnabled())
-        keepUnsaved(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
+    // After a save that failed the button is dark.
+    if (!descriptionPath.isEmpty() && ui->descriptionEdit->document()->isModified())
+        work.copy(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
 }
 
 QMap<QString, QString> MainWindow::tableDescriptions() const
@@ -145,9 +142,11 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
 void MainWindow::on_btnNewDescription_clicked()
 {
     const QString file = addDescription(&QFileDialog::getSaveFileName, tr("New description file"));
-    if (file.isEmpty() || !replaceFile(file, TEMPLATE, LineEnds::AsGiven))
+    if (file.isEmpty())
         return;
-    saveCurrenDescription();
+    work.stopSaving(file);
+    if (replaceFile(file, TEMPLATE, LineEnds::AsGiven))
+        saveCurrenDescription();
 }
 
 void MainWindow::on_btnOpenDescription_clicked()
@@ -209,13 +208,16 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     const QString path = folder + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
     // What is shown is written back, so it has to be the whole file.
-    const std::optional<QByteArray> content = folder.isEmpty() ? std::nullopt : readWholeFile(path, LARGEST_DESCRIPTION);
+    const std::optional<QByteArray> content =
+        folder.isEmpty() ? std::nullopt : readWholeFile(path, LARGEST_DESCRIPTION);
     if (content) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
-        ui->descriptionEdit->setPlainText(QString::fromUtf8(*content));
+        const std::optional<QByteArray> held = work.held(path);
+        ui->descriptionEdit->setPlainText(QString::fromUtf8(held.value_or(*content)));
+        ui->descriptionEdit->document()->setModified(held.has_value());
     } else {
-        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>%1</b>").arg(path));
+        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>%1</b>").arg(path.toHtmlEscaped()));
         ui->descriptionEdit->clear();
     }
     ui->btnAutosave->setEnabled(false);
@@ -227,6 +229,8 @@ void MainWindow::on_descriptionEdit_textChanged()
     ui->descriptionView->setSearchPaths({QStringLiteral("file:///") + QFileInfo(descriptionPath).path()});
     ui->descriptionView->setHtml(ui->descriptionEdit->toPlainText());
     ui->btnAutosave->setEnabled(true);
+    if (!descriptionDraftTimer.isActive())
+        descriptionDraftTimer.start();
 }
 
 void MainWindow::on_btnAutosave_clicked()

@@ -72,6 +72,8 @@ void MainWindow::appsChanged()
     }
     appIndexChanged(model.index);
     checkAsterisk();
+    if (!recordsDraftTimer.isActive())
+        recordsDraftTimer.start();
 }
 
 void MainWindow::appIndexChanged(int index)

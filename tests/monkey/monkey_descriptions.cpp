@@ -46,7 +46,7 @@ void Monkey::rowSelected(int row)
         openFile = real;
         editorText = QString::fromUtf8(disk.value(real));
     } else {
-        expect(u"QMessageBox"_s, UNREADABLE.arg(path));
+        expect(u"QMessageBox"_s, UNREADABLE.arg(path.toHtmlEscaped()));
         dialogs->press(QMessageBox::Ok);
     }
 }

@@ -95,6 +95,8 @@ void Monkey::loaded(const QString &path)
     if (readProject(path, &apps)) {
         records = apps;
         modified = false;
+        if (index >= records.size())
+            index = -1;
         refreshed();
     } else {
         expect(u"QMessageBox"_s, LOAD_ERROR);

@@ -54,6 +54,14 @@ ShownDialog describe(const QWidget *dialog)
     return shown;
 }
 
+// A message box that has no button for it ignores that it is closed.
+void endDialog(QWidget *window)
+{
+    window->close();
+    if (auto *dialog = qobject_cast<QDialog *>(window); dialog && dialog->isVisible())
+        dialog->reject();
+}
+
 } // namespace
 
 DialogAnswers::DialogAnswers()
@@ -73,6 +81,20 @@ void DialogAnswers::press(QMessageBox::StandardButton button)
         auto *box = qobject_cast<QMessageBox *>(dialog);
         if (QAbstractButton *found = box ? box->button(button) : nullptr)
             QTest::mouseClick(found, Qt::LeftButton);
+    });
+}
+
+void DialogAnswers::pressButton(const QString &caption)
+{
+    answer([caption](QWidget *dialog) {
+        const auto *box = dialog->findChild<QDialogButtonBox *>();
+        const QList<QAbstractButton *> buttons = box ? box->buttons() : QList<QAbstractButton *>();
+        for (QAbstractButton *button : buttons) {
+            if (button->text().remove(QLatin1Char('&')) == caption) {
+                QTest::mouseClick(button, Qt::LeftButton);
+                return;
+            }
+        }
     });
 }
 
@@ -140,7 +162,7 @@ void DialogAnswers::lookForDialog()
     if (seen.contains(dialog)) {
         if (++patience == LOOKS_BEFORE_FORCE) {
             ++leftOpen;
-            dialog->close();
+            endDialog(dialog);
         }
         return;
     }
@@ -149,7 +171,7 @@ void DialogAnswers::lookForDialog()
     seen.append(dialog);
     patience = 0;
     shown.append(describe(dialog));
-    std::function<void(QWidget *)> action = [](QWidget *unexpected) { unexpected->close(); };
+    std::function<void(QWidget *)> action = &endDialog;
     if (answers.isEmpty()) {
         ++unanswered;
         qWarning() << "Unexpected dialog" << shown.constLast().kind << shown.constLast().title

@@ -34,6 +34,7 @@ public:
     DialogAnswers();
 
     void press(QMessageBox::StandardButton button);
+    void pressButton(const QString &caption); ///< without its mnemonic
     void pressKey(Qt::Key key);
     void chooseFile(const QString &path); ///< in a file dialog
     void enterText(const QString &text); ///< in an input dialog

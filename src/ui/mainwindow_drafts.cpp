@@ -1,0 +1,69 @@
+#include "ui/mainwindow.h"
+
+#include "ui_mainwindow.h"
+
+#include <QDeadlineTimer>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A process that is killed costs five seconds of work at most.
+constexpr auto DRAFT_DELAY = 3s;
+// Ten thousand records take longer than nobody notices while typing.
+constexpr auto LONGEST_STEP = 5ms;
+
+} // namespace
+
+void MainWindow::prepareDrafts()
+{
+    descriptionDraftTimer.setInterval(DRAFT_DELAY);
+    connect(&descriptionDraftTimer, &QTimer::timeout, this, &MainWindow::draftDescription);
+    recordsDraftTimer.setInterval(DRAFT_DELAY);
+    connect(&recordsDraftTimer, &QTimer::timeout, this, &MainWindow::beginRecordsDraft);
+    connect(&recordsDraftStep, &QTimer::timeout, this, &MainWindow::goOnWithRecordsDraft);
+    for (QTimer *timer : {&descriptionDraftTimer, &recordsDraftTimer, &recordsDraftStep})
+        timer->setSingleShot(true);
+}
+
+void MainWindow::draftDescription()
+{
+    if (descriptionPath.isEmpty())
+        return;
+    if (ui->descriptionEdit->document()->isModified())
+        work.keepDraft(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
+    else
+        work.removeDraft(descriptionPath);
+}
+
+void MainWindow::beginRecordsDraft()
+{
+    if (!model.modified)
+        return;
+    recordsDraft.emplace(RecordsDraft{projectPath(), ProjectBuilder(model.apps)});
+    goOnWithRecordsDraft();
+}
+
+void MainWindow::goOnWithRecordsDraft()
+{
+    const QDeadlineTimer pause(LONGEST_STEP);
+    while (recordsDraft->builder.addLine()) {
+        if (pause.hasExpired()) {
+            recordsDraftStep.start();
+            return;
+        }
+    }
+    // Meanwhile the records may have been saved, or dropped for those of another project.
+    if (model.modified && recordsDraft->path == projectPath())
+        work.keepDraft(recordsDraft->path, recordsDraft->builder.content);
+    recordsDraft.reset();
+}
+
+void MainWindow::writeDrafts()
+{
+    draftDescription();
+    if (model.modified)
+        work.keepDraft(projectPath(), projectContent(model.apps));
+}

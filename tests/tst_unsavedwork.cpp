@@ -1,0 +1,198 @@
+#include "io/unsavedwork.h"
+
+#include "folder.h"
+#include "historyfiles.h"
+#include "testrunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+/// A text whose save fails is in the history, or held until it is somewhere.
+class TestUnsavedWork : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void saves();
+    void copiesWhatCannotBeSaved();
+    void holdsWhatCannotBeCopied();
+    void laterSaveOfAnotherFile();
+    void laterCopyOfAnotherFile();
+    void laterDraftOfAnotherFile();
+    void copyThatWaitsForRoom();
+    void newerTextTakesThePlace();
+    void fileOfSomebodyElse();
+    void draftIsRemoved();
+
+private:
+    void refuseSaving() const { folder->makeFolder(u"file.html/folder"_s); }
+    void allowSaving() const { QVERIFY(QDir(file()).removeRecursively()); }
+    void refuseHistory() const;
+    void allowHistory() const { QVERIFY(QFile::remove(folder->path(u"data"_s))); }
+    [[nodiscard]] QString file() const { return folder->path(u"file.html"_s); }
+    [[nodiscard]] QString other() const { return folder->path(u"other.html"_s); }
+
+    std::unique_ptr<Folder> folder;
+    QByteArray dataHome;
+    UnsavedWork work;
+};
+
+void TestUnsavedWork::init()
+{
+    folder = std::make_unique<Folder>();
+    dataHome = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    work = {};
+}
+
+void TestUnsavedWork::cleanup()
+{
+    qputenv("XDG_DATA_HOME", dataHome);
+    folder.reset();
+}
+
+void TestUnsavedWork::refuseHistory() const
+{
+    QDir(folder->path(u"data"_s)).removeRecursively();
+    folder->write(u"data"_s, "no folder");
+}
+
+void TestUnsavedWork::saves()
+{
+    QVERIFY(work.save(file(), "text"));
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QVERIFY(work.heldFiles().isEmpty());
+    QCOMPARE(countInHistory(), 0);
+}
+
+void TestUnsavedWork::copiesWhatCannotBeSaved()
+{
+    refuseSaving();
+    QVERIFY(!work.save(file(), "text"));
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
+    QVERIFY(work.heldFiles().isEmpty());
+    QVERIFY(!work.held(file()));
+}
+
+void TestUnsavedWork::holdsWhatCannotBeCopied()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    QCOMPARE(work.heldFiles(), QStringList{file()});
+    QCOMPARE(work.held(file()), QByteArray("text"));
+    work.tryAgain();
+    QCOMPARE(work.heldFiles(), QStringList{file()});
+    allowSaving();
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::laterSaveOfAnotherFile()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    allowSaving();
+    QVERIFY(work.save(other(), "other"));
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::laterCopyOfAnotherFile()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    allowHistory();
+    work.copy(other(), "other");
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
+    QCOMPARE(keptContents(other()), QList<QByteArray>{"other"});
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::laterDraftOfAnotherFile()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    allowSaving();
+    work.keepDraft(other(), "other");
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::copyThatWaitsForRoom()
+{
+    folder->write(u"file.html"_s, "saved");
+    refuseHistory();
+    work.copy(file(), "not to be saved");
+    QCOMPARE(work.heldFiles(), QStringList{file()});
+    allowHistory();
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("saved"));
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"not to be saved"});
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::newerTextTakesThePlace()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    QVERIFY(!work.save(file(), "newer"));
+    QCOMPARE(work.held(file()), QByteArray("newer"));
+    // A text that was to be saved once still is when it is only to be copied the next time.
+    work.copy(file(), "newest");
+    QCOMPARE(work.held(file()), QByteArray("newest"));
+    allowSaving();
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("newest"));
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::fileOfSomebodyElse()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+    allowSaving();
+    folder->write(u"file.html"_s, "template");
+    work.stopSaving(file());
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("template"));
+    QCOMPARE(work.held(file()), QByteArray("text"));
+    allowHistory();
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("template"));
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
+}
+
+void TestUnsavedWork::draftIsRemoved()
+{
+    work.keepDraft(file(), "draft");
+    QVERIFY(work.save(file(), "saved"));
+    QCOMPARE(countInHistory(), 0);
+
+    work.keepDraft(file(), "draft");
+    work.copy(file(), "copied");
+    QCOMPARE(keptContents(file()), QList<QByteArray>{"copied"});
+
+    QVERIFY(QFile::remove(file()));
+    refuseSaving();
+    work.keepDraft(other(), "draft");
+    QVERIFY(!work.save(file(), "text"));
+    QCOMPARE(keptContents(other()), QList<QByteArray>{"draft"});
+}
+
+CATALIST_TEST(TestUnsavedWork)
+#include "tst_unsavedwork.moc"
