@@ -141,6 +141,7 @@ private slots:
 
     void controlsHaveNames_data();
     void controlsHaveNames();
+    void languageBoxesSayWhatTheyAreFor();
     void picker_data();
     void picker();
     void dialogs_data();
@@ -191,6 +192,20 @@ void TestAccessibility::controlsHaveNames()
     // The walk does see what has no name.
     child<QWidget>(*window, "listApps")->setAccessibleName({});
     QCOMPARE(nameless(window.get()), QStringList{u"QListWidget listApps"_s});
+}
+
+// Of a box without a label of its own Qt announces the current text as the name.
+void TestAccessibility::languageBoxesSayWhatTheyAreFor()
+{
+    const QStringList which{u"second"_s, u"third"_s, u"fourth"_s};
+    const std::array boxes{"lng1_2", "lng1_3", "lng1_4"};
+    for (qsizetype i = 0; i < which.size(); ++i) {
+        auto *control = QAccessible::queryAccessibleInterface(child<QComboBox>(*window, boxes.at(size_t(i))));
+        QVERIFY(control);
+        const QString announced = control->text(QAccessible::Name) + u", "_s + control->text(QAccessible::Description);
+        QVERIFY2(announced.contains(u"Language of the %1 app name"_s.arg(which.at(i))), qPrintable(announced));
+        QCOMPARE(control->text(QAccessible::Description), u"Language of the %1 app name"_s.arg(which.at(i)));
+    }
 }
 
 void TestAccessibility::picker_data()

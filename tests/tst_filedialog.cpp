@@ -69,6 +69,10 @@ private slots:
     void nothingAboveTheRootCanBeReached();
     void runsModally();
     void namesAreShownWhole();
+    void columnsCanBeResized();
+    void spacePicks_data();
+    void spacePicks();
+    void folderThatVanishesIsNotTheWholeProject();
 
 private:
     void open(const QStringList &filters, const QString &root = {});
@@ -471,13 +475,75 @@ void TestFileDialog::runsModally()
 void TestFileDialog::namesAreShownWhole()
 {
     const QString name = QStringLiteral("a-name-that-is-longer-than-most.lua");
-    folder->write(QStringLiteral("lib/sub/") + name, "a");
+    folder->write(name, "a");
     open(ANY_FILE);
-    const QModelIndex deepest = treeEntry(tree, QStringLiteral("lib/sub/") + name);
-    QVERIFY(deepest.isValid());
-    // Its place begins where the folders on the way push it to.
-    QTRY_VERIFY(tree->visualRect(deepest).width() >= tree->sizeHintForIndex(deepest).width());
+    const QModelIndex longest = treeEntry(tree, name);
+    QVERIFY(longest.isValid());
+    QTRY_VERIFY(tree->visualRect(longest).width() >= tree->sizeHintForIndex(longest).width());
     QCOMPARE(tree->header()->visualIndex(0), 0);
+}
+
+void TestFileDialog::columnsCanBeResized()
+{
+    open(ANY_FILE);
+    QCOMPARE(tree->header()->sectionResizeMode(0), QHeaderView::Interactive);
+    const int width = tree->header()->sectionSize(0);
+    QWidget *header = tree->header()->viewport();
+    for (const int change : {60, -40}) {
+        const QPoint grip(tree->header()->sectionSize(0) - 1, header->height() / 2);
+        QTest::mousePress(header, Qt::LeftButton, {}, grip);
+        QTest::mouseMove(header, grip + QPoint(change, 0));
+        QTest::mouseRelease(header, Qt::LeftButton, {}, grip + QPoint(change, 0));
+    }
+    QCOMPARE(tree->header()->sectionSize(0), width + 20);
+    // Another folder does not set it again.
+    QVERIFY(treeEntry(tree, QStringLiteral("lib/units.lua")).isValid());
+    QCOMPARE(tree->header()->sectionSize(0), width + 20);
+}
+
+void TestFileDialog::spacePicks_data()
+{
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<bool>("picks");
+    QTest::newRow("file") << ANY_FILE << QStringLiteral("main.lua") << true;
+    QTest::newRow("folder") << QStringList() << QStringLiteral("lib") << true;
+    QTest::newRow("folder where a file is wanted") << ANY_FILE << QStringLiteral("lib") << false;
+}
+
+void TestFileDialog::spacePicks()
+{
+    QFETCH(const QStringList, filters);
+    QFETCH(const QString, entry);
+    QFETCH(const bool, picks);
+    open(filters);
+    QSignalSpy clicked(tree, &QTreeView::clicked);
+    tree->setFocus();
+    const QModelIndex index = treeEntry(tree, entry);
+    for (int moves = 0; moves < 20 && tree->currentIndex() != index; ++moves)
+        QTest::keyClick(tree, Qt::Key_Down);
+    QCOMPARE(tree->currentIndex(), index);
+    QVERIFY(!ok()->isEnabled());
+    QTest::keyClick(tree, Qt::Key_Space);
+    QCOMPARE(clicked.constLast().constFirst().toModelIndex(), index);
+    QCOMPARE(ok()->isEnabled(), picks);
+    QCOMPARE(dialog->getPath(), picks ? entry : QString());
+}
+
+void TestFileDialog::folderThatVanishesIsNotTheWholeProject()
+{
+    QVERIFY(QDir(folder->path(QStringLiteral("lib"))).removeRecursively());
+    QVERIFY(QDir(folder->path(QStringLiteral("v1.2"))).removeRecursively());
+    folder->makeFolder(QStringLiteral("only"));
+    open({});
+    QVERIFY(clickEntry(QStringLiteral("only")));
+    QVERIFY(ok()->isEnabled());
+    QVERIFY(QDir().rmdir(folder->path(QStringLiteral("only"))));
+    QTRY_VERIFY(!tree->currentIndex().isValid());
+    QTest::mouseClick(ok(), Qt::LeftButton);
+    QCOMPARE(dialog->result(), int(QDialog::Accepted));
+    QCOMPARE(dialog->getPath(), QStringLiteral("only"));
+    QVERIFY(!dialog->checkFile());
 }
 
 CATALIST_TEST(TestFileDialog)

@@ -23,6 +23,7 @@ private slots:
     void clickOnTheCurrentAppChangesNothing();
 
     void newApp();
+    void nameOfANewAppIsReadyToBeTyped();
     void newAppInAnEmptyProject();
     void deleteApp_data();
     void deleteApp();
@@ -142,6 +143,21 @@ void TestMainWindowApps::newApp()
 {"en":"Lamp"};Bob;2.0;0;;{};;;0.00
 {"en":"[New App]"};;;;;{};;;0.00
 )"));
+}
+
+void TestMainWindowApps::nameOfANewAppIsReadyToBeTyped()
+{
+    open(CLOCK_AND_LAMP);
+    click(*window, "btnNewApp");
+    auto *name = child<QLineEdit>(*window, "appName1_1");
+    QCOMPARE(QApplication::focusWidget(), name);
+    type(name, u"Radio"_s);
+    click(*window, "applyButton");
+    QCOMPARE(listedApps().constLast(), u"Radio"_s);
+
+    showTab(*window, "tabAppFiles");
+    click(*window, "btnNewApp");
+    QVERIFY(!name->hasFocus());
 }
 
 void TestMainWindowApps::newAppInAnEmptyProject()

@@ -18,11 +18,15 @@ private slots:
     void deleteAsksAndKeepsTheFile_data();
     void deleteAsksAndKeepsTheFile();
     void deleteWithoutARowDoesNothing();
+    void deleteByKeyboard();
+    void tableShowsWholeNames();
     void deleteLeavesTheNeighbourAlone_data();
     void deleteLeavesTheNeighbourAlone();
 
     void codeIsEditedInTheTable_data();
     void codeIsEditedInTheTable();
+    void editedCodeIsLeft_data();
+    void editedCodeIsLeft();
     void leftCodeEditorChangesNothing();
     void codeThatIsBeingEditedIsSaved_data();
     void codeThatIsBeingEditedIsSaved();
@@ -95,6 +99,31 @@ void TestMainWindowDescription::deleteWithoutARowDoesNothing()
     QCOMPARE(saved(), project(DESCRIPTIONS));
 }
 
+// A row that the tab key made current is not selected.
+void TestMainWindowDescription::deleteByKeyboard()
+{
+    open();
+    child<QLineEdit>(*window, "repository")->setFocus();
+    table->setFocus(Qt::TabFocusReason);
+    QCOMPARE(table->currentRow(), 0);
+    auto *button = child<QPushButton>(*window, "btnDeleteDescription");
+    button->setFocus(Qt::TabFocusReason);
+    answers->press(QMessageBox::Yes);
+    QTest::keyClick(button, Qt::Key_Space);
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(rows(), QStringList{u"de=doc/de.html"_s});
+}
+
+void TestMainWindowDescription::tableShowsWholeNames()
+{
+    const QString path = u"doc/a-folder-with-a-long-name/another-one/en <b>1</b>.html"_s;
+    open(R"({"cz":"doc/cz.html","en":")" + path.toUtf8() + R"("})");
+    QCOMPARE(table->textElideMode(), Qt::ElideMiddle);
+    QCOMPARE(table->item(0, 1)->toolTip(), u"doc/cz.html"_s);
+    QCOMPARE(table->item(1, 1)->toolTip(), u"<qt>"_s + path.toHtmlEscaped() + u"</qt>"_s);
+    QCOMPARE(table->rowHeight(0), table->rowHeight(1));
+}
+
 void TestMainWindowDescription::deleteLeavesTheNeighbourAlone_data()
 {
     QTest::addColumn<int>("row");
@@ -163,6 +192,46 @@ void TestMainWindowDescription::codeIsEditedInTheTable()
     QCOMPARE(saved(), project(descriptions));
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
+}
+
+void TestMainWindowDescription::editedCodeIsLeft_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::addColumn<bool>("keepsFocus");
+    for (const char *key : {"Return", "Enter", "Tab", "Backtab", "Down", "Up", "PgDown"})
+        QTest::newRow(key) << QString::fromLatin1(key) << true;
+    QTest::newRow("click on another row") << u"row"_s << true;
+    QTest::newRow("click on a field") << u"field"_s << false;
+}
+
+void TestMainWindowDescription::editedCodeIsLeft()
+{
+    QFETCH(const QString, way);
+    QFETCH(const bool, keepsFocus);
+    const QByteArray descriptions = R"({"cz":"doc/cz.html","de":"doc/de.html","en":"doc/beta.html"})";
+    folder->write(u"doc/cz.html"_s, "a\r\nb\r\n");
+    folder->write(u"doc/beta.html"_s, "a\r\nb\r\n");
+    open(descriptions);
+    QLineEdit *edit = beginEditingCode(1, u"dk"_s);
+    if (way == u"row")
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, table->visualItemRect(table->item(0, 1)).center());
+    else if (way == u"field")
+        QTest::mouseClick(child<QLineEdit>(*window, "repository"), Qt::LeftButton);
+    else
+        QTest::keyClick(edit, static_cast<Qt::Key>(QKeySequence(way)[0].key()));
+    QTRY_VERIFY(!table->viewport()->findChild<QLineEdit *>());
+    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"dk=doc/de.html"_s, u"en=doc/beta.html"_s}));
+    QCOMPARE(table->currentRow(), -1);
+    QVERIFY(table->selectedItems().isEmpty());
+    QCOMPARE(editor->toPlainText(), QString());
+    QVERIFY(editor->isReadOnly());
+    QVERIFY(!autoSaveIsEnabled());
+    QCOMPARE(table->hasFocus(), keepsFocus);
+    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("a\r\nb\r\n"));
+    QCOMPARE(folder->read(u"doc/beta.html"_s), QByteArray("a\r\nb\r\n"));
+
+    openFile(0);
+    QCOMPARE(editor->toPlainText(), u"a\nb\n"_s);
 }
 
 void TestMainWindowDescription::leftCodeEditorChangesNothing()

@@ -31,6 +31,7 @@ class TestMainWindowDescriptionEditor : public DescriptionTest
     Q_OBJECT
 
 private slots:
+    void nothingIsHighlightedAfterOpenWasCancelled();
     void nothingIsOpenAtFirst();
     void selectedFileIsOpened();
     void autoSaveWritesTheFile();
@@ -404,6 +405,21 @@ void TestMainWindowDescriptionEditor::bytesWritten()
     openFile(1);
     QCOMPARE(folder->read(u"doc/cz.html"_s), written);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
+}
+
+void TestMainWindowDescriptionEditor::nothingIsHighlightedAfterOpenWasCancelled()
+{
+    open();
+    openFile(1);
+    answers->cancel();
+    QTest::keyPress(window.get(), Qt::Key_Control);
+    QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
+    QTest::keyRelease(window.get(), Qt::Key_Control);
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(table->currentRow(), -1);
+    QVERIFY(table->selectedItems().isEmpty());
+    openFile(1);
+    QCOMPARE(editor->toPlainText(), QString::fromUtf8(DE));
 }
 
 CATALIST_TEST(TestMainWindowDescriptionEditor)

@@ -2,6 +2,7 @@
 #include "pictures.h"
 #include "testrunner.h"
 #include "viewer/simplewebviewer.h"
+#include "webviewertest.h"
 
 #include <QListWidget>
 
@@ -21,6 +22,7 @@ private slots:
     void previewFollowsTheText();
     void previewSearchesBesideTheFile();
     void previewShowsAPictureBesideTheFile();
+    void previewIsFetchedAgain();
     void previewHasTheStyleSheet();
 
 private:
@@ -73,6 +75,25 @@ void TestMainWindowDescriptionPreview::previewShowsAPictureBesideTheFile()
     QTRY_VERIFY(showsPicture());
     typeText(u"<p>More</p>"_s);
     QTRY_VERIFY(showsPicture());
+}
+
+void TestMainWindowDescriptionPreview::previewIsFetchedAgain()
+{
+    folder->write(u"doc/cz.html"_s, "<p>text</p><img src=\"later.png\">");
+    open();
+    const ReplyWatch watch;
+    openFile(0);
+    QTRY_COMPARE(watch.deleted.size(), 1);
+    folder->write(u"doc/later.png"_s, picture(PICTURE_COLOUR));
+    typeText(u"x"_s);
+    click(*window, "btnAutosave");
+    QVERIFY(watch.running().isEmpty());
+    QVERIFY(!showsPicture());
+    QTest::keyClick(window.get(), Qt::Key_F5);
+    QTRY_VERIFY(showsPicture());
+    // It is no edit.
+    QVERIFY(!autoSaveIsEnabled());
+    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("x<p>text</p><img src=\"later.png\">"));
 }
 
 void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()

@@ -1,3 +1,4 @@
+#include "historyfiles.h"
 #include "projecttest.h"
 #include "testrunner.h"
 
@@ -6,6 +7,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QTableWidget>
 
@@ -38,6 +40,13 @@ private slots:
     void publishWithoutProject();
     void publishToPlaceThatFails();
     void publishThroughLink();
+    void publishOverAFileOfTheCatalogue_data();
+    void publishOverAFileOfTheCatalogue();
+    void publishOverAFormerIndex();
+
+    void saysWhatWasDone();
+    void saysWhatItDoes();
+    void saysNothingAfterASilentFailure();
 
     void repositoryUrl_data();
     void repositoryUrl();
@@ -336,6 +345,104 @@ void TestMainWindowProject::publishThroughLink()
     answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
     clickTool(*window, "actionSave_generate_JSON");
     QVERIFY(folder->read(QStringLiteral("Apps.json")).contains("\"destination\": \"Apps/a.txt\""));
+}
+
+void TestMainWindowProject::publishOverAFileOfTheCatalogue_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("the project file") << QStringLiteral("Apps.csv") << TWO_APPS;
+    QTest::newRow("description") << QStringLiteral("en.html") << QByteArray("<p>text</p>");
+    QTest::newRow("listed file") << QStringLiteral("a.txt") << QByteArray("abc");
+    QTest::newRow("something else") << QStringLiteral("notes.json") << QByteArray("{\n    \"notes\": []\n}\n");
+}
+
+void TestMainWindowProject::publishOverAFileOfTheCatalogue()
+{
+    QFETCH(const QString, file);
+    QFETCH(const QByteArray, content);
+    folder->write(QStringLiteral("project/notes.json"), "{\n    \"notes\": []\n}\n");
+    startWith(TWO_APPS);
+    answers->chooseFile(folder->path(QStringLiteral("project/") + file));
+    answers->press(QMessageBox::Yes);
+    clickTool(*window, "actionSave_generate_JSON");
+    QVERIFY(folder->read(QStringLiteral("project/") + file).startsWith("{\n    \"applications\": [\n"));
+    QCOMPARE(keptContents(folder->path(QStringLiteral("project/") + file)), QList<QByteArray>{content});
+}
+
+void TestMainWindowProject::publishOverAFormerIndex()
+{
+    startWith(TWO_APPS);
+    for (int i = 0; i < 2; ++i) {
+        answers->chooseFile(folder->path(QStringLiteral("project/Apps.json")));
+        if (i > 0)
+            answers->press(QMessageBox::Yes);
+        clickTool(*window, "actionSave_generate_JSON");
+    }
+    QVERIFY(folder->read(QStringLiteral("project/Apps.json")).startsWith("{\n    \"applications\": [\n"));
+    // It can be made again at any time.
+    QCOMPARE(countInHistory(), 0);
+}
+
+void TestMainWindowProject::saysWhatWasDone()
+{
+    start();
+    const QStatusBar *status = window->statusBar();
+    QCOMPARE(status->currentMessage(), QString());
+    folder->write(QStringLiteral("project/a.txt"), QByteArray(1500, 'x'));
+    folder->write(QStringLiteral("project/Apps.csv"), TWO_APPS);
+    answers->chooseFile(csv);
+    clickTool(*window, "actionOpen_project");
+    QCOMPARE(status->currentMessage(), QStringLiteral("Opened Apps.csv"));
+    clickTool(*window, "actionSave");
+    QCOMPARE(status->currentMessage(), QStringLiteral("Saved Apps.csv"));
+    const QString index = folder->path(QStringLiteral("Apps.json"));
+    answers->chooseFile(index);
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(status->currentMessage(), QStringLiteral("Published 2 apps, 1 file, 2 kB: ") + index);
+    QVERIFY(!QGuiApplication::overrideCursor());
+
+    // Numbers are written as the words around them.
+    for (int i = 0; i < 1204; ++i)
+        folder->write(QStringLiteral("project/many/%1.txt").arg(i), "x");
+    folder->write(QStringLiteral("project/Apps.csv"), HEADER + "{\"en\":\"One\"};;;;;{};many;;\n");
+    answers->chooseFile(csv);
+    clickTool(*window, "actionOpen_project");
+    answers->chooseFile(index);
+    answers->press(QMessageBox::Yes);
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(status->currentMessage(), QStringLiteral("Published 1 app, 1,204 files, 1 kB: ") + index);
+    QTRY_COMPARE_WITH_TIMEOUT(status->currentMessage(), QString(), 15000);
+}
+
+void TestMainWindowProject::saysWhatItDoes()
+{
+    startWith(TWO_APPS);
+    QStringList messages;
+    QList<Qt::CursorShape> pointers;
+    connect(window->statusBar(), &QStatusBar::messageChanged, this, [&](const QString &message) {
+        const QCursor *pointer = QGuiApplication::overrideCursor();
+        if (message.isEmpty() || !pointer)
+            return;
+        messages.append(message);
+        pointers.append(pointer->shape());
+    });
+    answers->chooseFile(csv);
+    clickTool(*window, "actionOpen_project");
+    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(messages, (QStringList{QStringLiteral("Opening Apps.csv"), QStringLiteral("Saving Apps.csv"),
+                                    QStringLiteral("Publishing")}));
+    QCOMPARE(pointers, QList<Qt::CursorShape>(3, Qt::WaitCursor));
+}
+
+void TestMainWindowProject::saysNothingAfterASilentFailure()
+{
+    startWith(TWO_APPS);
+    answers->chooseFile(folder->path(QStringLiteral("missing/Apps.json")));
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(window->statusBar()->currentMessage(), QString());
+    QVERIFY(!QGuiApplication::overrideCursor());
 }
 
 void TestMainWindowProject::repositoryUrl_data()

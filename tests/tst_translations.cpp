@@ -1,3 +1,4 @@
+#include "filesizelimit.h"
 #include "httpserver.h"
 #include "testrunner.h"
 #include "ui/filedialog.h"
@@ -126,7 +127,8 @@ QStringList unmarked(const QWidget &window, const QString &data)
             continue;
         const QStringList shown = texts(object);
         for (const QString &text : shown) {
-            if (!text.startsWith(u'⟦') && text != data)
+            const bool isData = text == data || text == u"<qt>%1</qt>"_s.arg(data.toHtmlEscaped());
+            if (!text.startsWith(u'⟦') && !isData)
                 found.append(object->objectName() + u": "_s + text);
         }
     }
@@ -151,6 +153,8 @@ private slots:
 
 private:
     void failToOpenAndSave();
+    void publish();
+    void closeOnAFullDisk();
     void describe();
     void preview();
 
@@ -217,6 +221,34 @@ void TestTranslations::failToOpenAndSave()
 
     answers->cancel();
     clickTool(*window, "actionSave_generate_JSON");
+    publish();
+}
+
+// Of one app and of several, with one file and with several.
+void TestTranslations::publish()
+{
+    for (const QByteArray &apps : {QByteArray("{};;;;;{};a.txt;;\n"), QByteArray("{};;;;;{};;;\n{};;;;;{};;;\n")}) {
+        folder->write(u"small/a.txt"_s, "a");
+        folder->write(u"small/Apps.csv"_s, HEADER + apps);
+        answers->chooseFile(folder->path(u"small/Apps.csv"_s));
+        clickTool(*window, "actionOpen_project");
+        answers->chooseFile(folder->path(u"Apps%1.json"_s.arg(apps.size())));
+        clickTool(*window, "actionSave_generate_JSON");
+    }
+    answers->chooseFile(folder->path(u"catalogue/Apps.csv"_s));
+    clickTool(*window, "actionOpen_project");
+}
+
+void TestTranslations::closeOnAFullDisk()
+{
+    clickCell(child<QListWidget>(*window, "listApps"), 1);
+    showTab(*window, "tabDescription");
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"x"_s);
+    const FileSizeLimit fullDisk(0);
+    answers->press(QMessageBox::No);
+    answers->pressButton(u"⟦Close all the same⟧"_s);
+    QVERIFY(window->close());
 }
 
 void TestTranslations::describe()
@@ -268,6 +300,7 @@ void TestTranslations::everyTextIsSeen()
     click(*window, "btnNewApp");
     answers->cancel();
     QVERIFY(!window->close());
+    closeOnAFullDisk();
 
     for (const ShownDialog &dialog : std::as_const(answers->shown)) {
         QVERIFY2(dialog.title.startsWith(u'⟦'), qPrintable(dialog.title));

@@ -194,6 +194,13 @@ bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QSt
     return isNamed;
 }
 
+bool isRepositoryIndex(const QString &file)
+{
+    const QByteArray begin = "{\n    \"applications\": [";
+    QFile index(file);
+    return openRegularFile(&index).isEmpty() && index.read(begin.size()) == begin;
+}
+
 QString repositoryUrl(const QString &typed)
 {
     return typed.endsWith(QLatin1Char('/')) ? typed : typed + QLatin1Char('/');

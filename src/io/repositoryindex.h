@@ -45,6 +45,9 @@ void walkListedPath(const QString &listed, const QString &projectDir, const Walk
 /// is published, under its own name or through a link. The folder's path is canonical.
 [[nodiscard]] bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir);
 
+/// Whether a file begins as every index does.
+[[nodiscard]] bool isRepositoryIndex(const QString &file);
+
 /// A repository URL as it stands before paths: a "/" is added where it does not end in one.
 [[nodiscard]] QString repositoryUrl(const QString &typed);
 

@@ -4,8 +4,8 @@
 
 #include <QFileInfo>
 #include <QFileSystemModel>
-#include <QHeaderView>
 #include <QPushButton>
+#include <QShortcut>
 
 FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent)
     : QDialog(parent), folderMode(filters.isEmpty()), ui(std::make_unique<Ui::FileDialog>())
@@ -25,9 +25,14 @@ FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget 
     if (folder.exists()) {
         ui->treeView->setModel(model);
         ui->treeView->setRootIndex(model->index(model->rootPath()));
-        // The toolkit's width has room for the first letters of most names.
-        ui->treeView->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+        // Qt's width has room for the first letters of most names.
+        connect(
+            model, &QFileSystemModel::directoryLoaded, ui->treeView,
+            [this] { ui->treeView->resizeColumnToContents(0); }, Qt::SingleShotConnection);
     }
+    const auto *space = new QShortcut(Qt::Key_Space, ui->treeView, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(space, &QShortcut::activated, ui->treeView,
+            [this] { emit ui->treeView->clicked(ui->treeView->currentIndex()); });
 
     ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(false);
 }
@@ -41,8 +46,10 @@ QString FileDialog::getPath() const
 
 bool FileDialog::checkFile()
 {
-    const QString file = model->filePath(ui->treeView->currentIndex());
-    const bool ok = QFileInfo(file).isFile() != folderMode;
+    // What was current may have been removed meanwhile. Its path would be empty, and publish the whole project.
+    const QModelIndex current = ui->treeView->currentIndex();
+    const QString file = model->filePath(current);
+    const bool ok = current.isValid() && QFileInfo(file).isFile() != folderMode;
     ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(ok);
     if (ok)
         path = QDir(model->rootPath()).relativeFilePath(file);

@@ -8,10 +8,14 @@
 
 #include <QCloseEvent>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QMessageBox>
 #include <QSettings>
+#include <QShortcut>
+#include <QStatusBar>
 
 #include <cmath>
 
@@ -68,6 +72,52 @@ QString unsavedMark()
     return QStringLiteral(" (*)");
 }
 
+constexpr int MESSAGE_TIME = 8000; // milliseconds
+constexpr qint64 PROGRESS_INTERVAL = 100; // milliseconds
+
+/// That of the texts of the window.
+const QLocale ENGLISH(QLocale::English);
+
+QString counted(qint64 number, const QString &one, const QString &several)
+{
+    return ENGLISH.toString(number) + QLatin1Char(' ') + (number == 1 ? one : several);
+}
+
+/// Shows that the window is at work and what it does, as long as it lives. Everything is painted directly, as no event
+/// gets through meanwhile; a dialog that was closed is painted away.
+class BusyWindow
+{
+public:
+    BusyWindow(QMainWindow *window, const QString &message) : statusBar(window->statusBar())
+    {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        statusBar->showMessage(message);
+        window->repaint();
+        sinceShown.start();
+    }
+
+    ~BusyWindow()
+    {
+        statusBar->clearMessage();
+        QGuiApplication::restoreOverrideCursor();
+    }
+
+    Q_DISABLE_COPY_MOVE(BusyWindow)
+
+    void showProgress(const QString &message)
+    {
+        if (sinceShown.elapsed() < PROGRESS_INTERVAL)
+            return;
+        sinceShown.start();
+        statusBar->showMessage(message);
+        statusBar->repaint();
+    }
+
+private:
+    QStatusBar *statusBar;
+    QElapsedTimer sinceShown;
+};
+
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_unique<Ui::MainWindow>())
@@ -89,9 +139,15 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
 
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
+    // The name of the file stands at the end of its path.
+    ui->tableWidget->setTextElideMode(Qt::ElideMiddle);
+    ui->tableWidget->setWordWrap(false);
     widenToTitle(ui->tableWidget->horizontalHeader(), 0);
     setDescriptionPath({});
     prepareDrafts();
+    const auto *refresh = new QShortcut(QKeySequence::Refresh, this);
+    connect(refresh, &QShortcut::activated, this, &MainWindow::refreshPreview);
+    ui->appsLbl->setTextFormat(Qt::PlainText);
 
     ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
     ui->descriptionView->setPalette(previewPalette());
@@ -137,7 +193,12 @@ void MainWindow::setAppPath(const QString &path)
 {
     appPath = path;
     ui->appsLbl->setText(tr("Apps (%1): ").arg(path));
-    ui->appsLbl->setToolTip(path); // the label is too narrow for most paths
+    ui->appsLbl->setToolTip(plainToolTip(path)); // the label is too narrow for most paths
+}
+
+QString MainWindow::plainToolTip(const QString &text)
+{
+    return Qt::mightBeRichText(text) ? QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped()) : text;
 }
 
 QString MainWindow::projectPath() const
@@ -157,11 +218,19 @@ void MainWindow::saveAppsCfg()
         return;
     }
     finishTableEdit();
-    saveCurrenDescription();
-    if (model.save(appPath))
+    const QString name = QFileInfo(appPath).fileName();
+    bool isSaved = false;
+    {
+        const BusyWindow busy(this, tr("Saving %1").arg(name));
+        saveCurrenDescription();
+        isSaved = model.save(appPath);
+    }
+    if (isSaved) {
         work.removeDraft(appPath);
-    else
+        ui->statusBar->showMessage(tr("Saved %1").arg(name), MESSAGE_TIME);
+    } else {
         QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
+    }
     checkAsterisk();
 }
 
@@ -262,16 +331,25 @@ void MainWindow::on_actionOpen_project_triggered()
 {
     saveCurrenDescription();
     setDescriptionPath({});
-    // The current row too, as a click on it would not open its file again.
-    ui->tableWidget->setCurrentItem(nullptr);
+    // The current row too, as a click on it would not open its file again. Of what is current the table would only
+    // toggle the selection while the Ctrl of a shortcut is held.
+    ui->tableWidget->selectionModel()->clear();
     ui->descriptionEdit->clear();
 
     const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"), projectPath(),
                                                       tr("App configuration files (Apps.csv);;All files (*.*)"));
     if (path.isEmpty())
         return;
-    keepUnsavedRecords();
-    if (!loadProject(path)) {
+    const QString name = QFileInfo(path).fileName();
+    bool isLoaded = false;
+    {
+        const BusyWindow busy(this, tr("Opening %1").arg(name));
+        keepUnsavedRecords();
+        isLoaded = loadProject(path);
+    }
+    if (isLoaded) {
+        ui->statusBar->showMessage(tr("Opened %1").arg(name), MESSAGE_TIME);
+    } else {
         QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
         model.clear();
     }
@@ -288,7 +366,32 @@ void MainWindow::on_actionSave_generate_JSON_triggered()
     const QString path = QFileDialog::getSaveFileName(this, tr("Save JSON repository"), INDEX_FILE_NAME,
                                                       tr("JSON files (*.json);;All files (*.*)"));
     if (!path.isEmpty())
-        model.saveRepo(path, ui->repository->text(), projectFolder());
+        publish(path);
+}
+
+void MainWindow::publish(const QString &path)
+{
+    const int appCount = static_cast<int>(model.apps.size());
+    IndexReport report;
+    {
+        BusyWindow busy(this, tr("Publishing"));
+        report.progress = [&](const IndexReport &now) {
+            busy.showProgress(tr("Publishing: %1 of %2, %3")
+                                  .arg(QString::number(now.apps), counted(appCount, tr("app"), tr("apps")),
+                                       ENGLISH.formattedDataSize(now.bytes, 0, QLocale::DataSizeSIFormat)));
+        };
+        // The index is written directly, so that what it takes the place of has to be kept before.
+        if (!isRepositoryIndex(path))
+            keepReplaced(path, {});
+        model.saveRepo(path, ui->repository->text(), projectFolder(), &report);
+    }
+    if (report.error.isEmpty()) {
+        ui->statusBar->showMessage(
+            tr("Published %1, %2, %3: %4")
+                .arg(counted(appCount, tr("app"), tr("apps")), counted(report.files, tr("file"), tr("files")),
+                     ENGLISH.formattedDataSize(report.bytes, 0, QLocale::DataSizeSIFormat), path),
+            MESSAGE_TIME);
+    }
 }
 
 void MainWindow::on_repository_editingFinished()

@@ -93,6 +93,8 @@ private:
     void readSettings();
     void writeSettings();
     void setAppPath(const QString &path);
+    /// A text for a tool tip, which would take it for HTML if it looked like that.
+    [[nodiscard]] static QString plainToolTip(const QString &text);
     /// The path of the project file, or the name that it has when there is none yet.
     [[nodiscard]] QString projectPath() const;
     /// The canonical path of the folder that holds the project file.
@@ -104,6 +106,7 @@ private:
     void keepRecordsThatFailed();
     /// Shows the project file that was chosen; false when it cannot be loaded.
     bool loadProject(const QString &path);
+    void publish(const QString &path);
     /// Asks about what is nowhere on the disk until it is, or until the author gives it up.
     void settleUnsavedWork();
     void checkAsterisk();
@@ -121,10 +124,14 @@ private:
     void saveCurrenDescription();
     void keepUnsavedDescription();
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
-    /// The row that is current and selected; -1 for none.
-    [[nodiscard]] int selectedDescription() const;
     /// A code that is still being typed in the table belongs to what is saved.
     void finishTableEdit();
+    /// Closes what a table that was filled again has made current. To be called once the event that changed the code
+    /// is over.
+    void leaveCode();
+    void showPreview();
+    /// Fetches the pictures and style sheets of the preview again.
+    void refreshPreview();
     /// Asks for a language and a file and stores the pair. Empty when nothing was stored.
     QString addDescription(FileChooser chooseFile, const QString &caption);
 
@@ -144,6 +151,7 @@ private:
     QString appPath; ///< of the project file; empty when no project is open
     QString descriptionPath; ///< of the file in the description editor; empty when none is open
     std::unique_ptr<Ui::MainWindow> ui;
+    bool isLeavingCode = false; ///< from the change of a code in the table to the end of the event that made it
     UnsavedWork work;
     QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft
     QTimer recordsDraftTimer; ///< the same for the records

@@ -61,6 +61,7 @@ void MainWindow::showDescriptions(const AppConfig &app)
     int row = 0;
     for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry, ++row) {
         auto *file = new QTableWidgetItem(entry.value());
+        file->setToolTip(plainToolTip(entry.value()));
         file->setFlags(Qt::ItemIsSelectable | Qt::ItemIsEnabled);
         ui->tableWidget->setItem(row, LanguageColumn, new QTableWidgetItem(entry.key()));
         ui->tableWidget->setItem(row, FileColumn, file);
@@ -116,8 +117,11 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
 
     QMap<QString, QString> descriptions = tableDescriptions();
     if (descriptions.contains(language)) {
-        QMessageBox::critical(this, tr("Error"),
-                              tr("Cannot insert new description file. Language \"%1\" already exists.").arg(language));
+        QMessageBox box(QMessageBox::Critical, tr("Error"),
+                        tr("Cannot insert new description file. Language \"%1\" already exists.").arg(language),
+                        QMessageBox::Ok, this);
+        box.setTextFormat(Qt::PlainText);
+        box.exec();
         return {};
     }
 
@@ -158,7 +162,7 @@ void MainWindow::on_btnOpenDescription_clicked()
 
 void MainWindow::on_btnDeleteDescription_clicked()
 {
-    if (selectedDescription() < 0)
+    if (ui->tableWidget->currentRow() < 0)
         return;
 
     // A single button, which Escape presses too. The convenience function adds a No of its own when No is its default.
@@ -167,8 +171,8 @@ void MainWindow::on_btnDeleteDescription_clicked()
     if (question.exec() != QMessageBox::Yes)
         return;
 
-    // The question takes the focus, which ends the editing of a code and may sort the rows anew.
-    const int row = selectedDescription();
+    // The question takes the focus, which ends the editing of a code; then no row is current.
+    const int row = ui->tableWidget->currentRow();
     if (row < 0)
         return;
     qDebug() << projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, row, FileColumn);
@@ -178,12 +182,6 @@ void MainWindow::on_btnDeleteDescription_clicked()
         ui->tableWidget->removeRow(row);
     }
     model.setDescriptionFiles(tableDescriptions());
-}
-
-int MainWindow::selectedDescription() const
-{
-    const int row = ui->tableWidget->currentRow();
-    return ui->tableWidget->selectionModel()->isRowSelected(row) ? row : -1;
 }
 
 void MainWindow::finishTableEdit()
@@ -196,7 +194,7 @@ void MainWindow::finishTableEdit()
 void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*currentColumn*/, int previousRow,
                                                    int /*previousColumn*/)
 {
-    if (currentRow == previousRow)
+    if (currentRow == previousRow || isLeavingCode)
         return;
     saveCurrenDescription();
     setDescriptionPath({});
@@ -224,10 +222,21 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     ui->descriptionEdit->setEnabled(!descriptionPath.isEmpty());
 }
 
-void MainWindow::on_descriptionEdit_textChanged()
+void MainWindow::showPreview()
 {
     ui->descriptionView->setSearchPaths({QStringLiteral("file:///") + QFileInfo(descriptionPath).path()});
     ui->descriptionView->setHtml(ui->descriptionEdit->toPlainText());
+}
+
+void MainWindow::refreshPreview()
+{
+    ui->descriptionView->clear();
+    showPreview();
+}
+
+void MainWindow::on_descriptionEdit_textChanged()
+{
+    showPreview();
     ui->btnAutosave->setEnabled(true);
     if (!descriptionDraftTimer.isActive())
         descriptionDraftTimer.start();
@@ -238,7 +247,28 @@ void MainWindow::on_btnAutosave_clicked()
     saveCurrenDescription();
 }
 
-void MainWindow::descriptionUpdated(int /*row*/, int /*column*/)
+void MainWindow::descriptionUpdated(int row, int column)
 {
+    if (ui->tableWidget->isPersistentEditorOpen(ui->tableWidget->item(row, column))) {
+        // The key or the click that ends the editing may go on to another row, whose file is not to be opened in
+        // passing.
+        isLeavingCode = true;
+        QMetaObject::invokeMethod(this, &MainWindow::leaveCode, Qt::QueuedConnection);
+        const QWidget *focus = QApplication::focusWidget();
+        if (!focus || ui->tableWidget->viewport()->isAncestorOf(focus)) {
+            // It was a key, which is done with when the editor is closed.
+            connect(ui->tableWidget->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, &MainWindow::leaveCode,
+                    Qt::SingleShotConnection);
+            // With its editor the focus would leave the table.
+            ui->tableWidget->setFocus();
+        }
+    }
     model.setDescriptionFiles(tableDescriptions());
+}
+
+void MainWindow::leaveCode()
+{
+    if (isLeavingCode)
+        ui->tableWidget->selectionModel()->clear();
+    isLeavingCode = false;
 }

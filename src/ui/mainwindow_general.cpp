@@ -170,6 +170,11 @@ void MainWindow::on_listApps_itemClicked(QListWidgetItem * /*item*/)
 void MainWindow::on_btnNewApp_clicked()
 {
     createNewApp();
+    // Its name is what is typed next.
+    if (ui->tabWidget->currentWidget() == ui->tabGeneral) {
+        ui->appName1_1->setFocus();
+        ui->appName1_1->selectAll();
+    }
 }
 
 void MainWindow::createNewApp()
