@@ -326,6 +326,7 @@ const QList<Case> &pathCases()
         {"path-comma", NEARLY, "in a listed folder", [](Draft &d) { d.add("Clock/a,b.lua"); }},
         {"path-other-case", FAULT, "of a folder", [](Draft &d) { d.set(Files, "clock/main.lua"); }, "path-none"},
         {"path-other-case", FAULT, "of a file", [](Draft &d) { d.set(Files, "Clock/Main.lua"); }, "path-none"},
+        {"path-other-case", FAULT, "of the second folder of a name", [](Draft &d) { d.add("x/a"); d.add("X/b"); d.set(Files, "Clock,x/B"); }, "file-unlisted"},
         {"path-other-case", NEARLY, "both cases are there", [](Draft &d) { d.add("clock/main.lua"); d.set(Files, "clock/main.lua"); }, "file-unlisted"},
         {"path-not-found", FAULT, "file", [](Draft &d) { d.set(Files, "Clock,Clock/other.lua"); }},
         {"path-not-found", FAULT, "link to nothing", [](Draft &d) { d.link("nothing", "Clock/a"); d.set(Files, "Clock/a,Clock/main.lua"); }},
@@ -442,6 +443,8 @@ private slots:
     void changesNothing();
     void hostilePages_data();
     void hostilePages();
+    void linksBackThatDifferInCase_data();
+    void linksBackThatDifferInCase();
 };
 
 void TestCheck::everyCode_data()
@@ -703,6 +706,34 @@ void TestCheck::hostilePages()
     const QString path = draft.save();
     // It ends, which is not to be taken for granted.
     QCOMPARE(checkCatalogue(path).error, QString());
+}
+
+void TestCheck::linksBackThatDifferInCase_data()
+{
+    QTest::addColumn<int>("times");
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<QStringList>("codes");
+    QTest::newRow("there") << 38 << u"Clock/main.lua"_s << QStringList{u"file-unlisted"_s};
+    QTest::newRow("in another case") << 38 << u"clock/Main.lua"_s
+                                     << QStringList{u"file-unlisted"_s, u"path-none"_s, u"path-other-case"_s};
+    const QStringList missing{u"file-unlisted"_s, u"path-none"_s, u"path-not-found"_s};
+    QTest::newRow("not there") << 38 << u"Clock/none.lua"_s << missing;
+    QTest::newRow("more links than the system follows") << 60 << u"Clock/main.lua"_s << missing;
+}
+
+// There are at least 2 to the power of 38 spellings of the path: whoever looks at each of them does not end.
+void TestCheck::linksBackThatDifferInCase()
+{
+    QFETCH(int, times);
+    QFETCH(QString, end);
+    QFETCH(QStringList, codes);
+    Draft draft;
+    draft.folder.link(u"."_s, u"project/a"_s);
+    draft.folder.link(u"."_s, u"project/A"_s);
+    draft.set(Files, qPrintable(u"a/"_s.repeated(times) + end));
+    const CheckResult result = checkCatalogue(draft.save());
+    QCOMPARE(result.error, QString());
+    QCOMPARE(codesOf(result), codes);
 }
 
 CATALIST_TEST(TestCheck)

@@ -195,6 +195,7 @@ private slots:
     void findsWhatHappened_data();
     void findsWhatHappened();
     void findsWhatHappenedToPages();
+    void linksBackThatDifferInCase();
 
 private:
     void makeLargeTree();
@@ -492,6 +493,18 @@ void TestVerify::findsWhatHappenedToPages()
              (QStringList{u"description-not-found"_s, u"file-other-case"_s, u"file-unnamed"_s}));
     QVERIFY(QFile::rename(page + u"x"_s, page));
     QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));
+}
+
+// There are at least 2 to the power of 38 spellings of each path: whoever looks at all of them does not end.
+void TestVerify::linksBackThatDifferInCase()
+{
+    Published published;
+    published.folder.link(u"."_s, u"www/a"_s);
+    published.folder.link(u"."_s, u"www/A"_s);
+    const QString above = u"a/"_s.repeated(38);
+    for (const QString &path : {above + u"Clock/none.lua"_s, above + u"Clock/lib/A.lua"_s})
+        published.appendEntry(path, u"Apps/"_s + path, EMPTY_HASH);
+    QCOMPARE(codesOf(published.verify()), (QStringList{u"file-missing"_s, u"file-other-case"_s, u"file-unnamed"_s}));
 }
 
 CATALIST_TEST(TestVerify)

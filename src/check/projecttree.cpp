@@ -62,16 +62,22 @@ QString ProjectTree::spelling(const QString &relative) const
     if (cleaned.isEmpty() || isAbsolutePath(cleaned) || climbsOut(cleaned))
         return QFileInfo::exists(path(relative)) ? relative : QString();
 
-    const QString spelt = spelling(cleaned.split(SLASH), {});
+    QSet<std::pair<QString, qsizetype>> deadEnds;
+    const QString spelt = spelling(cleaned.split(SLASH), {}, &deadEnds);
     return spelt == cleaned ? relative : spelt;
 }
 
-QString ProjectTree::spelling(const QStringList &parts, const QString &folder) const
+QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
+                              QSet<std::pair<QString, qsizetype>> *deadEnds) const
 {
     if (parts.isEmpty())
         return folder;
     const QString &part = parts.constFirst();
     const QString place = folder.isEmpty() ? root : path(folder);
+    // Most paths have no dead end, and then nothing is asked of the disk for this.
+    const auto here = [&] { return std::pair(canonical(place), parts.size()); };
+    if (!deadEnds->isEmpty() && deadEnds->contains(here()))
+        return {};
     QStringList candidates;
     {
         const Names &there = names(place);
@@ -84,10 +90,11 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder) c
             candidates.prepend(part);
     }
     for (const QString &candidate : std::as_const(candidates)) {
-        QString found = spelling(parts.mid(1), folder.isEmpty() ? candidate : folder + SLASH + candidate);
+        QString found = spelling(parts.mid(1), folder.isEmpty() ? candidate : folder + SLASH + candidate, deadEnds);
         if (!found.isEmpty())
             return found;
     }
+    deadEnds->insert(here());
     return {};
 }
 

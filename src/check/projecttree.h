@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <utility>
+
 /// A folder as it lies on the disk, whose own listings are remembered.
 class ProjectTree
 {
@@ -35,7 +37,10 @@ private:
         QMultiHash<QString, QString> folded; ///< by the name in folded case
     };
 
-    [[nodiscard]] QString spelling(const QStringList &parts, const QString &folder) const;
+    /// The same for the parts of a path below a folder. A folder with the number of parts that are not found in it is
+    /// a dead end. Links may lead there again and again, under more names than there is time for.
+    [[nodiscard]] QString spelling(const QStringList &parts, const QString &folder,
+                                   QSet<std::pair<QString, qsizetype>> *deadEnds) const;
 
     /// Where a path leads to; empty when there is nothing.
     [[nodiscard]] QString canonical(const QString &path) const;
