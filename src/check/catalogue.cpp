@@ -96,22 +96,25 @@ ListedPath walk(const QString &path, const ProjectTree &tree)
     ListedPath listed;
     listed.path = path;
     const QDir folder(tree.path());
+    // What lies outside is reported and not opened: it may be the whole disk.
     const auto isInside = [&](const QFileInfo &info) {
         const bool inside = tree.holds(info.filePath());
-        if (!inside)
-            listed.outside.append(folder.relativeFilePath(info.filePath()));
-        else if (isAbsoluteLink(info.filePath()))
-            listed.absoluteLinks.append(folder.relativeFilePath(info.filePath()));
+        const QString place = folder.relativeFilePath(info.filePath());
+        if (!inside) {
+            listed.outside.append(place);
+            return false;
+        }
+        if (isAbsoluteLink(info.filePath()))
+            listed.absoluteLinks.append(place);
         if (!canRead(info))
-            listed.unreadable.append(folder.relativeFilePath(info.filePath()));
-        return inside;
+            listed.unreadable.append(place);
+        return true;
     };
     WalkVisitor visitor;
     visitor.file = [&](const QFileInfo &info, const QString &relativePath) {
         isInside(info);
         listed.files.append({folder.relativeFilePath(info.filePath()), relativePath});
     };
-    // What lies outside may be the whole disk.
     visitor.enters = [&](const QFileInfo &info) {
         const bool circle = isCircle(info.filePath());
         if (circle)
@@ -166,8 +169,12 @@ std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *erro
         const AppConfig &app = *row.app;
         for (const QString &path : app.files)
             row.listed.append(walk(path, catalogue.tree));
-        for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry)
-            row.descriptions.append({entry.key(), entry.value(), readPage(catalogue.tree.path(entry.value()))});
+        for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry) {
+            const QString &path = entry.value();
+            row.descriptions.append(
+                {entry.key(), path,
+                 catalogue.tree.isOutside(path) ? std::nullopt : readPage(catalogue.tree.path(path))});
+        }
     }
     return catalogue;
 }

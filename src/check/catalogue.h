@@ -38,7 +38,7 @@ struct DescriptionFile
 {
     QString language;
     QString path;
-    std::optional<Page> page; ///< nothing when it cannot be read
+    std::optional<Page> page; ///< nothing when it cannot be read, or is outside of the project folder
 };
 
 /// A line of the project file.

@@ -47,8 +47,8 @@ const ProjectTree::Names &ProjectTree::names(const QString &folder) const
     if (found != known.constEnd())
         return *found;
     Names listed;
-    const QStringList entries =
-        QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    constexpr QDir::Filters ALL = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const QStringList entries = holds(folder) ? QDir(folder).entryList(ALL, QDir::Name) : QStringList();
     for (const QString &entry : entries) {
         listed.exact.insert(entry);
         listed.folded.insert(entry.toCaseFolded(), entry);
@@ -82,7 +82,7 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
     {
         const Names &there = names(place);
         candidates = there.folded.values(part.toCaseFolded());
-        // A folder that may be passed but not listed shows no names.
+        // A folder that may be passed but not listed shows no names, nor does one outside.
         const bool isHere = there.exact.contains(part) || part == QLatin1String(".")
                             || (there.exact.isEmpty() && QFileInfo::exists(place + SLASH + part));
         candidates.removeOne(part);
@@ -117,6 +117,12 @@ bool ProjectTree::holds(const QString &path) const
 {
     const QString place = canonical(path);
     return place == root || place.startsWith(root + SLASH);
+}
+
+bool ProjectTree::isOutside(const QString &relative) const
+{
+    return isAbsolutePath(relative) || climbsOut(relative)
+           || (QFileInfo::exists(path(relative)) && !holds(path(relative)));
 }
 
 void ProjectTree::use(const QString &path, QSet<QString> *used) const

@@ -23,6 +23,9 @@ public:
     /// Whether what exists under a path lies in the folder, links considered.
     [[nodiscard]] bool holds(const QString &path) const;
 
+    /// Whether a path is absolute or leads out of the folder, by itself or through a link. What is there is not opened.
+    [[nodiscard]] bool isOutside(const QString &relative) const;
+
     /// Adds a path, and that of what it leads to, to the used ones.
     void use(const QString &path, QSet<QString> *used) const;
 
@@ -44,6 +47,8 @@ private:
 
     /// Where a path leads to; empty when there is nothing.
     [[nodiscard]] QString canonical(const QString &path) const;
+
+    /// What is in a folder; nothing for one that leads out.
     [[nodiscard]] const Names &names(const QString &folder) const;
 
     QString root;

@@ -10,13 +10,6 @@
 
 namespace {
 
-/// Whether a path leads out of the project by itself or through a link.
-bool isOutside(const ProjectTree &tree, const QString &path)
-{
-    return isAbsolutePath(path) || climbsOut(path)
-           || (QFileInfo::exists(tree.path(path)) && !tree.holds(tree.path(path)));
-}
-
 /// Whether it is no file, under this path or in another case.
 bool isNowhere(const ProjectTree &tree, const QString &path)
 {
@@ -73,7 +66,7 @@ void iconNotFound(const Catalogue &catalogue, const Row &row, const Report &repo
 
 void iconOutside(const Catalogue &catalogue, const Row &row, const Report &report)
 {
-    if (isOutside(catalogue.tree, row.app->icon))
+    if (catalogue.tree.isOutside(row.app->icon))
         reportAt(row, report, {row.app->icon});
 }
 
@@ -87,7 +80,7 @@ void iconKind(const Catalogue & /*catalogue*/, const Row &row, const Report &rep
 void iconContent(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     const QString &icon = row.app->icon;
-    if (hasOfferedEnding(icon) && !beginsLikePicture(catalogue.tree.path(icon)))
+    if (hasOfferedEnding(icon) && !catalogue.tree.isOutside(icon) && !beginsLikePicture(catalogue.tree.path(icon)))
         reportAt(row, report, {icon});
 }
 
@@ -108,7 +101,7 @@ void descriptionNotFound(const Catalogue &catalogue, const Row &row, const Repor
 void descriptionOutside(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
-        if (isOutside(catalogue.tree, description.path))
+        if (catalogue.tree.isOutside(description.path))
             reportAt(row, report, {description.path});
     }
 }
@@ -159,7 +152,7 @@ void pictureElsewhere(const Catalogue &catalogue, const Row &row, const Report &
         const QStringList sources = description.page ? description.page->pictures : QStringList();
         for (const QString &source : sources) {
             const std::optional<QString> path = pictureFile(description.path, source);
-            if (!path || isOutside(catalogue.tree, *path))
+            if (!path || catalogue.tree.isOutside(*path))
                 reportAt(row, report, {source, description.path});
         }
     }

@@ -178,7 +178,8 @@ void unreadable(const Catalogue &catalogue, const Row &row, const Report &report
     const QStringList paths = row.pages();
     for (const QString &path : paths) {
         const QString file = catalogue.tree.path(path);
-        if (!path.isEmpty() && QFileInfo(file).isFile() && !openProblem(file).isEmpty())
+        if (!path.isEmpty() && !catalogue.tree.isOutside(path) && QFileInfo(file).isFile()
+            && !openProblem(file).isEmpty())
             reportAt(row, report, {path});
     }
 }

@@ -243,6 +243,8 @@ private:
         if (!url.startsWith(repoUrl))
             return;
         const QString path = url.mid(repoUrl.size());
+        if (tree.isOutside(path))
+            return;
         const QStringList pictures = readPage(tree.path(path)).value_or(Page()).pictures;
         for (const QString &picture : pictures)
             tree.use(pictureFile(path, picture).value_or(QString()), &used);
