@@ -15,6 +15,7 @@
 
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 using namespace Qt::StringLiterals;
@@ -129,6 +130,18 @@ void makeRaw(const QString &folder, const QByteArray &name)
     std::ofstream file((QFile::encodeName(folder) + '/' + name).toStdString());
     if (!file.is_open())
         qFatal("Cannot make %s", name.constData());
+}
+
+/// A link whose target is given in bytes.
+void makeRawLink(const QByteArray &target, const QString &path)
+{
+#ifdef Q_OS_UNIX
+    if (::symlink(target.constData(), QFile::encodeName(path).constData()) != 0)
+        qFatal("Cannot make %s", qPrintable(path));
+#else
+    Q_UNUSED(target)
+    Q_UNUSED(path)
+#endif
 }
 
 // clang-format off
@@ -366,6 +379,19 @@ const QList<Case> &pathCases()
         {"path-outside", FAULT, "the folder above", [](Draft &d) { d.set(Files, "Clock,.."); }},
         {"path-outside", FAULT, "out and in again", [](Draft &d) { d.set(Files, "../project/Clock"); }},
         {"path-outside", NEARLY, "nearly out", [](Draft &d) { d.set(Files, "Clock/../Clock"); }},
+        {"index-outside", FAULT, "link to a file", [](Draft &d) { d.folder.write(u"a.json"_s, ""); d.link("a.json", "Apps.json"); }},
+        {"index-outside", FAULT, "link to nothing", [](Draft &d) { d.link("none.json", "Apps.json"); }},
+        {"index-outside", FAULT, "link to a folder beside whose name begins alike", [](Draft &d) { d.folder.link(d.folder.path(u"project2/Apps.json"_s), u"project/Apps.json"_s); }},
+        {"index-outside", FAULT, "through another link", [](Draft &d) { d.link("none.json", "Clock/.a"); d.folder.link(u"Clock/.a"_s, u"project/Apps.json"_s); }},
+        {"index-outside", FAULT, "through a folder", [](Draft &d) { d.folder.makeFolder(u"out"_s); d.link("out", "Clock/.in"); d.folder.link(u"Clock/.in/Apps.json"_s, u"project/Apps.json"_s); }},
+        {"index-outside", FAULT, "through a folder that is not there", [](Draft &d) { d.link("out", "Clock/.in"); d.folder.link(u"Clock/.in/Apps.json"_s, u"project/Apps.json"_s); }},
+        {"index-outside", FAULT, "to a name that is not UTF-8", [](Draft &d) { makeRawLink("../caf\xe9", d.folder.path(u"project/Apps.json"_s)); }},
+        {"index-outside", NEARLY, "a file", [](Draft &d) { d.add("Apps.json"); }},
+        {"index-outside", NEARLY, "link to a file inside", [](Draft &d) { d.add("Clock/.index"); d.link("project/Clock/.index", "Apps.json"); }},
+        {"index-outside", NEARLY, "link to nothing inside", [](Draft &d) { d.folder.link(d.folder.path(u"project/none"_s), u"project/Apps.json"_s); }},
+        {"index-outside", NEARLY, "link out and in again", [](Draft &d) { d.folder.link(u"../project/none"_s, u"project/Apps.json"_s); }},
+        {"index-outside", NEARLY, "link to itself", [](Draft &d) { d.folder.link(u"Apps.json"_s, u"project/Apps.json"_s); }},
+        {"index-outside", NEARLY, "another name", [](Draft &d) { d.link("a.json", ".Apps.json"); }},
         {"path-link", FAULT, "folder", [](Draft &d) { d.add("a/x"); d.folder.link(d.folder.path(u"project/a"_s), u"project/Clock/a"_s); }},
         {"path-link", FAULT, "listed file", [](Draft &d) { d.folder.link(d.folder.path(u"project/Clock/main.lua"_s), u"project/a"_s); d.set(Files, "a"); }},
         {"path-link", FAULT, "icon", [](Draft &d) { d.folder.link(d.folder.path(u"project/icon.png"_s), u"project/a.png"_s); d.set(Icon, "a.png"); }},
@@ -541,6 +567,10 @@ void TestCheck::sentences_data()
            u"Apply would drop the one in \"de\"."_s;
     QTest::newRow("name in another language")
         << u"name-missing"_s << u"error name-missing [Lampe, line 3] Name the app in \"en\", the default language."_s;
+    QTest::newRow("where the index leads to")
+        << u"index-outside"_s
+        << u"error index-outside [, line 0] Remove the link \"Apps.json\": it leads out of the project folder, and "
+           u"publishing writes to \"../none.json\"."_s;
     QTest::newRow("of no app") << u"header-missing"_s
                                << u"warning header-missing [, line 1] Begin the file with the line \"%1\"."_s.arg(
                                       HEADER_LINE);
@@ -553,6 +583,7 @@ void TestCheck::sentences()
     draft.header = u"Catalogue;;;;;;"_s;
     draft.set(Files, "clock/MAIN.lua");
     draft.set(Icon, "%2 %1.png");
+    draft.link("none.json", "Apps.json");
     draft.addApp(Name, R"({"de":"Lampe"})");
     draft.lines.append(HEADER_LINE);
     draft.lines.append(u"{};;;;;{;"_s);

@@ -47,6 +47,14 @@ private slots:
 
     void recipeStopsAtErrors_data();
     void recipeStopsAtErrors();
+    void recipeOverwritesNothingElsewhere_data();
+    void recipeOverwritesNothingElsewhere();
+
+private:
+    static QString recipe(const QString &path)
+    {
+        return document(path).section(u"```sh\n"_s, 1).section(u"```"_s, 0, 0);
+    }
 };
 
 void TestCli::wrongUsage_data()
@@ -239,7 +247,7 @@ void TestCli::recipeStopsAtErrors()
 {
 #ifdef Q_OS_UNIX
     QFETCH(QString, path);
-    const QString script = document(path).section(u"```sh\n"_s, 1).section(u"```"_s, 0, 0);
+    const QString script = recipe(path);
     QVERIFY(script.contains(u"catalist-cli verify"));
     QVERIFY(copyTree(example(), folder->path(u"catalogue"_s)));
     folder->write(u"catalogue/Apps.csv"_s, folder->read(u"catalogue/Apps.csv"_s).replace("main.lua", "Main.lua"));
@@ -247,6 +255,41 @@ void TestCli::recipeStopsAtErrors()
     QCOMPARE(outcome.code, 1);
     QVERIFY(outcome.out.contains("path-other-case"));
     QVERIFY(!folder->exists(u"publish"_s));
+#else
+    QSKIP("No such shell here");
+#endif
+}
+
+void TestCli::recipeOverwritesNothingElsewhere_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<int>("code");
+    for (const char *path : {"README.md", "docs/cli.md"}) {
+        const QString recipe = QString::fromLatin1(path);
+        QTest::addRow("%s, file elsewhere", path) << recipe << u"../precious.json"_s << 1;
+        QTest::addRow("%s, nothing elsewhere", path) << recipe << u"../none.json"_s << 1;
+        // It leads out of the copy alone.
+        QTest::addRow("%s, back into the catalogue", path) << recipe << u"%1/catalogue/.index.json"_s << 2;
+        QTest::addRow("%s, inside", path) << recipe << u".index.json"_s << 0;
+    }
+}
+
+void TestCli::recipeOverwritesNothingElsewhere()
+{
+#ifdef Q_OS_UNIX
+    QFETCH(QString, path);
+    QFETCH(QString, target);
+    QFETCH(int, code);
+    QVERIFY(copyTree(example(), folder->path(u"catalogue"_s)));
+    folder->write(u"precious.json"_s, "old");
+    folder->write(u"catalogue/.index.json"_s, "old");
+    folder->link(target.replace(u"%1"_s, folder->path()), u"catalogue/Apps.json"_s);
+    const Outcome outcome = runScript(recipe(path), folder->path());
+    QVERIFY2(outcome.code == code, (outcome.out + outcome.err).constData());
+    QCOMPARE(folder->read(u"precious.json"_s), QByteArray("old"));
+    QCOMPARE(folder->read(u"catalogue/.index.json"_s), QByteArray("old"));
+    QVERIFY(!folder->exists(u"none.json"_s));
 #else
     QSKIP("No such shell here");
 #endif

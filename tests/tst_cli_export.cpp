@@ -29,6 +29,10 @@ private slots:
     void exportIntoAClosedFolder();
     void exportOntoASource_data();
     void exportOntoASource();
+    void exportOutThroughALink_data();
+    void exportOutThroughALink();
+    void exportThroughALink_data();
+    void exportThroughALink();
     void exportBesideTheSources_data();
     void exportBesideTheSources();
     void exportWithoutAllFiles();
@@ -180,6 +184,78 @@ void TestCliExport::exportOntoASource()
     QCOMPARE(outcome.out, QByteArray());
     QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: %2\n"_s.arg(output, error));
     QCOMPARE(folder->read(output), before);
+}
+
+void TestCliExport::exportOutThroughALink_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("output");
+    const QString index = u"out/index.json"_s;
+    QTest::newRow("file") << u"../precious"_s << u"precious"_s << index;
+    QTest::newRow("file, absolute") << u"%1/precious"_s << u"precious"_s << index;
+    QTest::newRow("nothing") << u"../none"_s << u"none"_s << index;
+    QTest::newRow("folder beside whose name begins alike") << u"../out2/none"_s << u"out2/none"_s << index;
+    QTest::newRow("through another link") << u"link"_s << u"precious"_s << index;
+    QTest::newRow("through a folder") << u"elsewhere/none"_s << u"out2/none"_s << index;
+    QTest::newRow("through the folder above") << u"elsewhere/../precious"_s << u"precious"_s << index;
+    QTest::newRow("link with another folder on its way")
+        << u"../precious"_s << u"precious"_s << u"out/elsewhere/../out/index.json"_s;
+    QTest::newRow("device") << u"/dev/null"_s << u"/dev/null"_s << index;
+}
+
+void TestCliExport::exportOutThroughALink()
+{
+    QFETCH(QString, target);
+    QFETCH(QString, place);
+    QFETCH(QString, output);
+    makeClock();
+    folder->write(u"precious"_s, "old");
+    folder->makeFolder(u"out"_s);
+    folder->makeFolder(u"out2"_s);
+    folder->link(u"../precious"_s, u"out/link"_s);
+    folder->link(u"../out2"_s, u"out/elsewhere"_s);
+    folder->link(target.replace(u"%1"_s, folder->path()), u"out/index.json"_s);
+    const QStringList entries = folder->entries();
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    const QString path = place.startsWith(u'/') ? place : folder->path(place);
+    QCOMPARE(QString::fromUtf8(outcome.err),
+             u"catalist-cli: %1: Is a link that leads out of its folder, to %2\n"_s.arg(output, path));
+    QCOMPARE(outcome.code, 2);
+    QCOMPARE(outcome.out, QByteArray());
+    QCOMPARE(folder->read(u"precious"_s), QByteArray("old"));
+    QCOMPARE(folder->entries(), entries);
+    QVERIFY(!folder->exists(u"out2/none"_s));
+}
+
+void TestCliExport::exportThroughALink_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("file beside it") << u"old.json"_s << u"out/index.json"_s << u"out/old.json"_s;
+    QTest::newRow("file below") << u"sub/old.json"_s << u"out/index.json"_s << u"out/sub/old.json"_s;
+    QTest::newRow("nothing yet") << u"%1/out/new.json"_s << u"out/index.json"_s << u"out/new.json"_s;
+    QTest::newRow("out and in again") << u"../out/old.json"_s << u"out/index.json"_s << u"out/old.json"_s;
+    QTest::newRow("in the folder of a link") << u"old.json"_s << u"alias/index.json"_s << u"out/old.json"_s;
+    QTest::newRow("only the folder is a link") << u"old.json"_s << u"alias/sub/old.json"_s << u"out/sub/old.json"_s;
+}
+
+void TestCliExport::exportThroughALink()
+{
+    QFETCH(QString, target);
+    QFETCH(QString, output);
+    QFETCH(QString, written);
+    makeClock();
+    folder->write(u"out/old.json"_s, "old");
+    folder->write(u"out/sub/old.json"_s, "old");
+    folder->link(folder->path(u"out"_s), u"alias"_s);
+    folder->link(target.replace(u"%1"_s, folder->path()), u"out/index.json"_s);
+    const Outcome outcome = run({u"export"_s, u"project"_s, u"--url"_s, URL, u"--output"_s, output}, folder->path());
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(folder->read(written).startsWith("{\n    \"applications\": ["));
+    QVERIFY(QFileInfo(folder->path(u"out/index.json"_s)).isSymLink());
 }
 
 void TestCliExport::exportBesideTheSources_data()

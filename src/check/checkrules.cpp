@@ -143,6 +143,9 @@ constexpr std::array RULES{
          inEachApp<TargetRules::urlCharacters>},
     Rule{"url-escapes", Note, "Keep to plain letters and digits in \"%1\", or see that the server takes it as it is.",
          inEachApp<TargetRules::urlEscapes>},
+    Rule{"index-outside", Error,
+         "Remove the link \"%1\": it leads out of the project folder, and publishing writes to \"%2\".",
+         PathRules::indexOutside},
     Rule{"file-unlisted", Note, "List \"%1\" if it belongs to an app: none does.", PathRules::unlisted},
 };
 

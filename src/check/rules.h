@@ -83,6 +83,7 @@ void absoluteLink(const Catalogue &catalogue, const Row &row, const Report &repo
 void unreadable(const Catalogue &catalogue, const Row &row, const Report &report);
 void twice(const Catalogue &catalogue, const Row &row, const Report &report);
 void shared(const Catalogue &catalogue, const Report &report);
+void indexOutside(const Catalogue &catalogue, const Report &report);
 void unlisted(const Catalogue &catalogue, const Report &report);
 } // namespace PathRules
 

@@ -1,5 +1,6 @@
 #include "check/rules.h"
 
+#include "io/linktarget.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
 
@@ -220,6 +221,13 @@ void shared(const Catalogue &catalogue, const Report &report)
             }
         }
     }
+}
+
+void indexOutside(const Catalogue &catalogue, const Report &report)
+{
+    const QString target = targetOutside(catalogue.tree.path(INDEX_FILE_NAME));
+    if (!target.isEmpty())
+        report.add({}, 0, {INDEX_FILE_NAME, QDir(catalogue.tree.path()).relativeFilePath(target)});
 }
 
 void unlisted(const Catalogue &catalogue, const Report &report)

@@ -4,6 +4,7 @@
 #include "check/checkrules.h"
 #include "check/verify.h"
 #include "cli/output.h"
+#include "io/linktarget.h"
 #include "io/projectfile.h"
 #include "io/projecthistory.h"
 #include "io/repositoryindex.h"
@@ -64,6 +65,14 @@ QString sourceProblem(const QString &output, const AppConfigModel &model, const 
                : QString();
 }
 
+/// Why an index must not be written through a link, which a catalogue may have brought along.
+QString linkProblem(const QString &output)
+{
+    const QString target = targetOutside(output);
+    return target.isEmpty() ? QString()
+                            : output + QStringLiteral(": Is a link that leads out of its folder, to ") + target;
+}
+
 ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &options)
 {
     const QString project = projectFile(arguments.constFirst());
@@ -72,9 +81,10 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         return failed(loadFailure(project));
 
     const QString output = options.value(QStringLiteral("output"));
-    const QString problem = sourceProblem(output, model, project);
-    if (!problem.isEmpty())
-        return failed(problem);
+    for (const QString &problem : {sourceProblem(output, model, project), linkProblem(output)}) {
+        if (!problem.isEmpty())
+            return failed(problem);
+    }
     const QString url = repositoryUrl(options.value(QStringLiteral("url")));
     IndexReport report;
     {

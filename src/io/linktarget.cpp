@@ -1,0 +1,67 @@
+#include "io/linktarget.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+namespace {
+
+using Path = std::filesystem::path;
+
+/// A path without links, which need not exist; empty when its links lead in a circle.
+Path withoutLinks(const Path &path)
+{
+    constexpr int MAX_LINKS = 40; // the system gives up there too
+    Path place;
+    std::vector<Path> ahead; // the next part is the last one
+    const auto follow = [&](const Path &way) {
+        if (way.has_root_path())
+            place = way.root_path();
+        const auto first = ahead.size();
+        const Path parts = way.relative_path();
+        ahead.insert(ahead.end(), parts.begin(), parts.end());
+        std::reverse(ahead.begin() + static_cast<std::ptrdiff_t>(first), ahead.end());
+    };
+    follow(path);
+    for (int links = 0; !ahead.empty();) {
+        const Path part = ahead.back();
+        ahead.pop_back();
+        std::error_code error;
+        if (part == "..") {
+            place = place.parent_path();
+        } else if (!std::filesystem::is_symlink(place / part, error)) {
+            if (!part.empty() && part != ".")
+                place /= part;
+        } else if (++links > MAX_LINKS) {
+            return {};
+        } else {
+            follow(std::filesystem::read_symlink(place / part, error));
+        }
+    }
+    return place;
+}
+
+bool isBelow(const Path &place, const Path &folder)
+{
+    return std::mismatch(folder.begin(), folder.end(), place.begin(), place.end()).first == folder.end();
+}
+
+} // namespace
+
+QString targetOutside(const QString &link)
+{
+    std::error_code error;
+    const Path path = std::filesystem::absolute(QFileInfo(link).filesystemFilePath(), error);
+    if (!std::filesystem::is_symlink(path, error))
+        return {};
+    const Path folder = withoutLinks(path.parent_path());
+    const Path target = withoutLinks(path);
+    if (target.empty() || isBelow(target, folder))
+        return {};
+    // A name need not be in UTF-8, and the conversions of the standard library do not take another one.
+    const std::u8string bytes = target.u8string();
+    return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
