@@ -8,10 +8,16 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTest>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -83,8 +89,9 @@ QString startAndEnd(const QString &program)
 
 } // namespace
 
-/// What people install, and what is left when they remove it: the packages in the folder CATALIST_PACKAGES, and what
-/// was installed of them below CATALIST_INSTALLED. "./dev package --test" makes both.
+/// What people install, and what is left when they remove it: the packages in the folder CATALIST_PACKAGES, what was
+/// installed of them below CATALIST_INSTALLED, and how that was compiled, in CATALIST_COMMANDS. "./dev package --test"
+/// makes all of them.
 class TestPackage : public QObject
 {
     Q_OBJECT
@@ -98,6 +105,10 @@ private slots:
     void icons();
     void documents_data();
     void documents();
+    void hardened_data();
+    void hardened();
+    void marksTargetsOfJumps();
+    void fortified();
     void canBeMoved();
     void archive();
     void debianFields();
@@ -206,6 +217,62 @@ void TestPackage::documents()
     QVERIFY(QFileInfo(work.path(u"tree/share/"_s + path)).size() > 0);
     const QString packed = hasPackage && path.startsWith(u"man/"_s) ? path + u".gz"_s : path;
     QVERIFY(QFileInfo(share + u'/' + packed).size() > 0);
+}
+
+void TestPackage::hardened_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("pattern");
+    const QList<std::pair<QString, QString>> properties{
+        {u"position independent"_s, u"^ *Type: +DYN "_s},
+        {u"stack not executable"_s, u"^ *GNU_STACK( +0x\\w+)+ RW +0x"_s},
+        {u"read-only after relocation"_s, u"^ *GNU_RELRO "_s},
+        {u"all relocated at the start"_s, u"\\(FLAGS\\) +BIND_NOW$"_s},
+        {u"stack protector"_s, u" UND __stack_chk_fail"_s},
+    };
+    for (const QString &program : {u"catalist"_s, u"catalist-cli"_s}) {
+        for (const auto &[property, pattern] : properties)
+            QTest::newRow(qPrintable(program + u", "_s + property)) << program << pattern;
+    }
+}
+
+void TestPackage::hardened()
+{
+    QFETCH(QString, program);
+    QFETCH(QString, pattern);
+    if (!hasTool("readelf"))
+        QSKIP("readelf is not installed (package binutils)");
+    const QString file = installed + u"/bin/"_s + program;
+    const Outcome read = runTool(
+        u"readelf"_s, {u"--wide"_s, u"--file-header"_s, u"--program-headers"_s, u"--dynamic"_s, u"--dyn-syms"_s, file});
+    QCOMPARE(read.code, 0);
+    const QRegularExpression property(pattern, QRegularExpression::MultilineOption);
+    QVERIFY2(QString::fromUtf8(read.out).contains(property), read.out.constData());
+}
+
+void TestPackage::marksTargetsOfJumps()
+{
+#ifdef Q_PROCESSOR_X86_64
+    // Without the option, the instruction is in the few functions alone that come from the C library.
+    for (const QString &program : {u"bin/catalist"_s, u"bin/catalist-cli"_s})
+        QVERIFY2(installedFile(program).count("\xf3\x0f\x1e\xfa") > 500, qPrintable(program));
+#else
+    QSKIP("The instruction is of another processor");
+#endif
+}
+
+// The programs themselves do not show it: they give no buffer whose size the compiler knows to a function of the C
+// library that could then be a checked one.
+void TestPackage::fortified()
+{
+    static const QRegularExpression isFortified(u" -D_FORTIFY_SOURCE=[23] "_s);
+    static const QRegularExpression isOptimised(u" -O[123s] "_s);
+    const QJsonArray files = QJsonDocument::fromJson(readFile(qEnvironmentVariable("CATALIST_COMMANDS"))).array();
+    QVERIFY(files.size() > 30);
+    for (const auto file : files) {
+        const QString command = file.toObject().value("command"_L1).toString();
+        QVERIFY2(command.contains(isFortified) && command.contains(isOptimised), qPrintable(command));
+    }
 }
 
 void TestPackage::canBeMoved()
