@@ -399,6 +399,8 @@ const QList<Case> &pathCases()
         {"path-unreadable", FAULT, "file", [](Draft &d) { d.close("Clock/main.lua"); }},
         {"path-unreadable", FAULT, "folder", [](Draft &d) { d.add("Clock/a/b"); d.close("Clock/a"); }},
         {"path-unreadable", FAULT, "icon", [](Draft &d) { d.close("icon.png"); }},
+        {"path-unreadable", FAULT, "description of more than 64 MB", [](Draft &d) { QFile::resize(d.folder.path(u"project/en.html"_s), 64'000'001); }},
+        {"path-unreadable", NEARLY, "description of 64 MB", [](Draft &d) { QFile::resize(d.folder.path(u"project/en.html"_s), 64'000'000); }},
         {"path-unreadable", NEARLY, "not listed", [](Draft &d) { d.add("a"); d.close("a"); }, "file-unlisted"},
         {"path-twice", FAULT, "listed twice", [](Draft &d) { d.set(Files, "Clock,Clock/"); }},
         {"path-twice", FAULT, "by itself and with its folder", [](Draft &d) { d.set(Files, "Clock/main.lua,Clock"); }},
@@ -479,6 +481,7 @@ private slots:
     void cannotBeRead();
     void throughALink();
     void changesNothing();
+    void halfOfALetterInAPath();
     void hostilePages_data();
     void hostilePages();
     void linksBackThatDifferInCase_data();
@@ -726,6 +729,16 @@ void TestCheck::changesNothing()
     QVERIFY(!checkCatalogue(path).findings.isEmpty());
     QCOMPARE(draft.folder.read(u"project/Apps.csv"_s), before);
     QCOMPARE(QDir(QFileInfo(path).path()).entryList(), entries);
+}
+
+// The standard library throws at it.
+void TestCheck::halfOfALetterInAPath()
+{
+    Draft draft;
+    draft.set(Description, "{\"en\":\"\\ud800.html\"}");
+    for (const char *name : {"?.html", "\xef\xbf\xbd.html"})
+        draft.link("project/en.html", name);
+    QCOMPARE(checkCatalogue(draft.save()).error, QString());
 }
 
 void TestCheck::hostilePages_data()

@@ -169,9 +169,9 @@ void TestReplaceFile::writesThroughLinks()
     if (!old.isNull())
         folder.write(QStringLiteral("real/file.txt"), old);
     // Seen from the alias, the folder above is another one.
-    folder.link(QStringLiteral("../file.txt"), QStringLiteral("real/folder/second.txt"));
+    folder.link(QStringLiteral("../folder/../file.txt"), QStringLiteral("real/folder/second.txt"));
     folder.link(folder.path(QStringLiteral("real/folder")), QStringLiteral("alias"));
-    folder.link(folder.path(QStringLiteral("alias/second.txt")), target());
+    folder.link(folder.path(QStringLiteral("alias/../folder/second.txt")), target());
     const QStringList entries = folder.entries();
     QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
     QCOMPARE(folder.read(QStringLiteral("real/file.txt")), QByteArray("new"));

@@ -153,6 +153,8 @@ const QList<Case> &cases()
         {"file-other-case", NEARLY, "both", [](Published &p) { p.folder.write(u"www/Clock/Main.lua"_s, "abc"); }, "file-unnamed"},
         {"file-unreadable", FAULT, "file", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/Clock/main.lua"_s), {}); }},
         {"file-unreadable", FAULT, "description", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/en.html"_s), {}); }, "file-unnamed"},
+        {"file-unreadable", FAULT, "description of more than 64 MB", [](Published &p) { QFile::resize(p.folder.path(u"www/en.html"_s), 64'000'001); }, "file-unnamed"},
+        {"file-unreadable", NEARLY, "description of 64 MB", [](Published &p) { QFile::resize(p.folder.path(u"www/en.html"_s), 64'000'000); }},
         {"file-unreadable", NEARLY, "picture of a description", [](Published &p) { QFile::setPermissions(p.folder.path(u"www/screen.png"_s), {}); }},
         {"size-differs", FAULT, "shorter", [](Published &p) { p.folder.write(u"www/Clock/main.lua"_s, "ab"); }},
         {"size-differs", FAULT, "longer", [](Published &p) { p.folder.write(u"www/Clock/lib/a.lua"_s, "a"); }},

@@ -1,6 +1,7 @@
 #include "check/catalogue.h"
 
 #include "io/csv.h"
+#include "io/platform.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
@@ -66,7 +67,7 @@ bool canRead(const QFileInfo &info)
 void addLeftOut(const QFileInfo &folder, const QDir &project, ListedPath *listed)
 {
     std::error_code error;
-    std::filesystem::directory_iterator entry(folder.filesystemFilePath(), error);
+    std::filesystem::directory_iterator entry(systemPath(folder.filePath()), error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         std::error_code unknown;
         const std::u8string bytes = entry->path().filename().u8string();

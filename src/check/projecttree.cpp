@@ -1,5 +1,7 @@
 #include "check/projecttree.h"
 
+#include "io/platform.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -174,7 +176,7 @@ bool isCircle(const QString &path)
         return false;
     if (!info.exists()) {
         std::error_code error;
-        (void)std::filesystem::status(info.filesystemFilePath(), error);
+        (void)std::filesystem::status(systemPath(path), error);
         return error == std::errc::too_many_symbolic_link_levels;
     }
     const QString target = info.canonicalFilePath();
@@ -191,5 +193,5 @@ bool isAbsoluteLink(const QString &path)
     if (!info.isSymLink())
         return false;
     std::error_code error;
-    return std::filesystem::read_symlink(info.filesystemFilePath(), error).is_absolute();
+    return std::filesystem::read_symlink(systemPath(path), error).is_absolute();
 }

@@ -176,13 +176,15 @@ void unreadable(const Catalogue &catalogue, const Row &row, const Report &report
         for (const QString &path : listed.unreadable)
             reportAt(row, report, {path});
     }
-    const QStringList paths = row.pages();
-    for (const QString &path : paths) {
-        const QString file = catalogue.tree.path(path);
-        if (!path.isEmpty() && !catalogue.tree.isOutside(path) && QFileInfo(file).isFile()
-            && !openProblem(file).isEmpty())
+    const auto reportFile = [&](const QString &path, bool isRead) {
+        if (!isRead && !catalogue.tree.isOutside(path) && QFileInfo(catalogue.tree.path(path)).isFile())
             reportAt(row, report, {path});
-    }
+    };
+    const QString &icon = row.app->icon;
+    if (!catalogue.tree.isOutside(icon))
+        reportFile(icon, openProblem(catalogue.tree.path(icon)).isEmpty());
+    for (const DescriptionFile &description : row.descriptions)
+        reportFile(description.path, description.page.has_value());
 }
 
 void twice(const Catalogue & /*catalogue*/, const Row &row, const Report &report)

@@ -143,7 +143,7 @@ private:
 
         const QJsonValue icon = object.value(QLatin1String("previewIcon"));
         if (icon.isString() && icon.toString() != repoUrl)
-            verifyNamed(icon.toString(), ICON);
+            verifyIcon(icon.toString());
         const QJsonObject descriptions = object.value(QLatin1String("description")).toObject();
         for (auto entry = descriptions.constBegin(); entry != descriptions.constEnd(); ++entry) {
             if (entry.value().isString())
@@ -230,24 +230,27 @@ private:
             say(HASH, {path});
     }
 
-    void verifyNamed(const QString &url, const Fault &missing)
+    void verifyIcon(const QString &url)
     {
         const std::optional<QString> path = pathOf(url);
-        if (path && isThere(*path, missing) && !openProblem(tree.path(*path)).isEmpty())
+        if (path && isThere(*path, ICON) && !openProblem(tree.path(*path)).isEmpty())
             say(UNREADABLE, {*path});
     }
 
     void verifyDescription(const QString &url)
     {
-        verifyNamed(url, DESCRIPTION);
-        if (!url.startsWith(repoUrl))
+        const std::optional<QString> path = pathOf(url);
+        if (!path)
             return;
-        const QString path = url.mid(repoUrl.size());
-        if (tree.isOutside(path))
+        const bool isNamed = isThere(*path, DESCRIPTION);
+        if (tree.isOutside(*path))
             return;
-        const QStringList pictures = readPage(tree.path(path)).value_or(Page()).pictures;
+        const std::optional<Page> page = readPage(tree.path(*path));
+        if (isNamed && !page)
+            say(UNREADABLE, {*path});
+        const QStringList pictures = page.value_or(Page()).pictures;
         for (const QString &picture : pictures)
-            tree.use(pictureFile(path, picture).value_or(QString()), &used);
+            tree.use(pictureFile(*path, picture).value_or(QString()), &used);
     }
 
     /// The path that a URL stands for; nothing, with a finding, when it stands for none in the folder.

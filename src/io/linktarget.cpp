@@ -1,6 +1,6 @@
 #include "io/linktarget.h"
 
-#include <QFileInfo>
+#include "io/platform.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -44,6 +44,13 @@ Path withoutLinks(const Path &path)
     return place;
 }
 
+// A name need not be in UTF-8, and the conversions of the standard library do not take another one.
+QString toText(const Path &path)
+{
+    const std::u8string bytes = path.u8string();
+    return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
 bool isBelow(const Path &place, const Path &folder)
 {
     return std::mismatch(folder.begin(), folder.end(), place.begin(), place.end()).first == folder.end();
@@ -54,14 +61,16 @@ bool isBelow(const Path &place, const Path &folder)
 QString targetOutside(const QString &link)
 {
     std::error_code error;
-    const Path path = std::filesystem::absolute(QFileInfo(link).filesystemFilePath(), error);
+    const Path path = std::filesystem::absolute(systemPath(link), error);
     if (!std::filesystem::is_symlink(path, error))
         return {};
     const Path folder = withoutLinks(path.parent_path());
     const Path target = withoutLinks(path);
-    if (target.empty() || isBelow(target, folder))
-        return {};
-    // A name need not be in UTF-8, and the conversions of the standard library do not take another one.
-    const std::u8string bytes = target.u8string();
-    return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    return target.empty() || isBelow(target, folder) ? QString() : toText(target);
+}
+
+QString behindLinks(const QString &path)
+{
+    std::error_code error;
+    return toText(withoutLinks(std::filesystem::absolute(systemPath(path), error)));
 }

@@ -75,6 +75,11 @@ int openRegular(const QString &path)
 
 } // namespace
 
+std::filesystem::path systemPath(const QString &path)
+{
+    return QFile::encodeName(path).toStdString();
+}
+
 QString openRegularFile(QFile *file)
 {
     // Devices do things when they are opened.
@@ -175,6 +180,11 @@ void holdStandardStreams()
 }
 
 #else
+
+std::filesystem::path systemPath(const QString &path)
+{
+    return QFileInfo(path).filesystemFilePath();
+}
 
 QString openRegularFile(QFile *file)
 {

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <filesystem>
 #include <functional>
 
 #ifndef Q_OS_UNIX
@@ -16,6 +17,9 @@ class QFileInfo;
 class QObject;
 
 // What is done in another way on each system, or only on some.
+
+/// A path for the standard library, which throws at texts that are not Unicode, such as halves of letters.
+[[nodiscard]] std::filesystem::path systemPath(const QString &path);
 
 /// Opens a regular file for reading, unbuffered and without waiting for anything; the file may forget its name. Returns
 /// the reason why it cannot be opened, which is empty when it is open.

@@ -1,10 +1,10 @@
 #include "io/replacefile.h"
 
 #include "io/history.h"
+#include "io/linktarget.h"
 #include "io/platform.h"
 
 #include <QDebug>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -18,22 +18,6 @@ constexpr qsizetype MAX_NAME = 248;
 bool writeAll(QFileDevice &file, const QByteArray &content)
 {
     return file.write(content) == content.size() && file.flush();
-}
-
-/// What a path leads to, which need not exist; nothing when its links lead in a circle.
-QString behindLinks(QString path)
-{
-    if (QFileInfo::exists(path))
-        return QFileInfo(path).canonicalFilePath();
-    constexpr int MAX_LINKS = 40; // the system gives up there too
-    for (int links = 0; links < MAX_LINKS; ++links) {
-        const QFileInfo info(path);
-        if (!info.isSymLink())
-            return path;
-        const QDir folder(QFileInfo(info.absolutePath()).canonicalFilePath());
-        path = QFile::symLinkTarget(folder.filePath(info.fileName()));
-    }
-    return {};
 }
 
 bool writeDirectly(const QFileInfo &file, const QByteArray &content)
@@ -54,7 +38,7 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
     const QFileInfo target(path);
     if (target.exists() && !target.isFile())
         return false;
-    const QString real = behindLinks(path);
+    const QString real = target.exists() ? target.canonicalFilePath() : behindLinks(path);
     if (real.isEmpty())
         return false;
 

@@ -65,6 +65,6 @@ QString openProblem(const QString &path)
 QString listProblem(const QString &folder)
 {
     std::error_code error;
-    const std::filesystem::directory_iterator entries(QFileInfo(folder).filesystemFilePath(), error);
+    const std::filesystem::directory_iterator entries(systemPath(folder), error);
     return error ? problemOf(folder, QString::fromStdString(error.message())) : QString();
 }
