@@ -16,6 +16,7 @@ private slots:
     void settingsAreRestored();
     void settingsAreWritten();
     void startsWithStoredProject();
+    void pathThatLooksLikeHtml();
     void startsWithProjectThatFails_data();
     void startsWithProjectThatFails();
 
@@ -85,6 +86,18 @@ void TestMainWindow::startsWithStoredProject()
     QVERIFY(child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QCOMPARE(child<QLineEdit>(*window, "appName1_1")->text(), QStringLiteral("Second"));
     QVERIFY(isUnmarked());
+}
+
+void TestMainWindow::pathThatLooksLikeHtml()
+{
+    const QString path = folder->path(QStringLiteral("a <img src='x'> b/Apps.csv"));
+    folder->write(QStringLiteral("a <img src='x'> b/Apps.csv"), TWO_APPS);
+    storeProject(path);
+    start();
+    const auto *label = child<QLabel>(*window, "appsLbl");
+    QCOMPARE(label->textFormat(), Qt::PlainText);
+    QCOMPARE(label->text(), QStringLiteral("Apps (%1): ").arg(path));
+    QCOMPARE(label->toolTip(), QStringLiteral("<qt>%1</qt>").arg(path.toHtmlEscaped()));
 }
 
 void TestMainWindow::startsWithProjectThatFails_data()

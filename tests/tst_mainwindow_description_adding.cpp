@@ -25,6 +25,7 @@ private slots:
 
     void languageIsRefused_data();
     void languageIsRefused();
+    void languageThatLooksLikeHtml();
     void fileDialogIsCancelled_data();
     void fileDialogIsCancelled();
     void fileOutsideIsRefused_data();
@@ -193,6 +194,20 @@ void TestMainWindowDescriptionAdding::languageIsRefused()
         QCOMPARE(box.buttons, QStringList(u"OK"_s));
     }
     compareUnchanged();
+}
+
+void TestMainWindowDescriptionAdding::languageThatLooksLikeHtml()
+{
+    open(R"({"<img src='x'>":"doc/cz.html"})");
+    answers->enterText(u"<img src='x'>"_s);
+    answers->answer([](QWidget *dialog) {
+        const auto *box = qobject_cast<QMessageBox *>(dialog);
+        const bool isShownAsTyped = box && box->textFormat() == Qt::PlainText
+                                    && box->text().contains(u"Language \"<img src='x'>\" already exists."_s);
+        QTest::keyClick(dialog, isShownAsTyped ? Qt::Key_Return : Qt::Key_unknown);
+    });
+    click(*window, "btnNewDescription");
+    QVERIFY(answers->allAnswered());
 }
 
 void TestMainWindowDescriptionAdding::fileDialogIsCancelled_data()

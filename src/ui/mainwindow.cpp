@@ -8,14 +8,11 @@
 
 #include <QCloseEvent>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QLocale>
 #include <QMessageBox>
 #include <QSettings>
 #include <QShortcut>
-#include <QStatusBar>
 
 #include <cmath>
 
@@ -71,52 +68,6 @@ QString unsavedMark()
 {
     return QStringLiteral(" (*)");
 }
-
-constexpr int MESSAGE_TIME = 8000; // milliseconds
-constexpr qint64 PROGRESS_INTERVAL = 100; // milliseconds
-
-/// That of the texts of the window.
-const QLocale ENGLISH(QLocale::English);
-
-QString counted(qint64 number, const QString &one, const QString &several)
-{
-    return ENGLISH.toString(number) + QLatin1Char(' ') + (number == 1 ? one : several);
-}
-
-/// Shows that the window is at work and what it does, as long as it lives. Everything is painted directly, as no event
-/// gets through meanwhile; a dialog that was closed is painted away.
-class BusyWindow
-{
-public:
-    BusyWindow(QMainWindow *window, const QString &message) : statusBar(window->statusBar())
-    {
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        statusBar->showMessage(message);
-        window->repaint();
-        sinceShown.start();
-    }
-
-    ~BusyWindow()
-    {
-        statusBar->clearMessage();
-        QGuiApplication::restoreOverrideCursor();
-    }
-
-    Q_DISABLE_COPY_MOVE(BusyWindow)
-
-    void showProgress(const QString &message)
-    {
-        if (sinceShown.elapsed() < PROGRESS_INTERVAL)
-            return;
-        sinceShown.start();
-        statusBar->showMessage(message);
-        statusBar->repaint();
-    }
-
-private:
-    QStatusBar *statusBar;
-    QElapsedTimer sinceShown;
-};
 
 } // namespace
 
@@ -211,29 +162,6 @@ QString MainWindow::projectFolder() const
     return QFileInfo(appPath).absoluteDir().canonicalPath();
 }
 
-void MainWindow::saveAppsCfg()
-{
-    if (appPath.isEmpty()) {
-        QMessageBox::warning(this, tr("Warning"), tr("First create a new project"));
-        return;
-    }
-    finishTableEdit();
-    const QString name = QFileInfo(appPath).fileName();
-    bool isSaved = false;
-    {
-        const BusyWindow busy(this, tr("Saving %1").arg(name));
-        saveCurrenDescription();
-        isSaved = model.save(appPath);
-    }
-    if (isSaved) {
-        work.removeDraft(appPath);
-        ui->statusBar->showMessage(tr("Saved %1").arg(name), MESSAGE_TIME);
-    } else {
-        QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
-    }
-    checkAsterisk();
-}
-
 void MainWindow::checkAsterisk()
 {
     const QString title = windowTitle();
@@ -302,95 +230,6 @@ void MainWindow::settleUnsavedWork()
         if (question.clickedButton() != again)
             return;
         work.tryAgain();
-    }
-}
-
-bool MainWindow::loadProject(const QString &path)
-{
-    setAppPath(path);
-    if (!model.load(appPath))
-        return false;
-    // A shorter list than before has no app where the current one was.
-    if (model.index >= model.apps.size())
-        model.setIndex(-1);
-    return true;
-}
-
-void MainWindow::on_actionNew_project_triggered()
-{
-    const QString path = QFileDialog::getSaveFileName(this, tr("New Apps.csv file"), projectPath(),
-                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
-    if (path.isEmpty())
-        return;
-    keepUnsavedRecords();
-    setAppPath(path);
-    model.clear();
-}
-
-void MainWindow::on_actionOpen_project_triggered()
-{
-    saveCurrenDescription();
-    setDescriptionPath({});
-    // The current row too, as a click on it would not open its file again. Of what is current the table would only
-    // toggle the selection while the Ctrl of a shortcut is held.
-    ui->tableWidget->selectionModel()->clear();
-    ui->descriptionEdit->clear();
-
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Apps.csv file"), projectPath(),
-                                                      tr("App configuration files (Apps.csv);;All files (*.*)"));
-    if (path.isEmpty())
-        return;
-    const QString name = QFileInfo(path).fileName();
-    bool isLoaded = false;
-    {
-        const BusyWindow busy(this, tr("Opening %1").arg(name));
-        keepUnsavedRecords();
-        isLoaded = loadProject(path);
-    }
-    if (isLoaded) {
-        ui->statusBar->showMessage(tr("Opened %1").arg(name), MESSAGE_TIME);
-    } else {
-        QMessageBox::critical(this, tr("Error"), tr("Error loading <b>Apps.csv</b> settings"));
-        model.clear();
-    }
-}
-
-void MainWindow::on_actionSave_triggered()
-{
-    saveAppsCfg();
-}
-
-void MainWindow::on_actionSave_generate_JSON_triggered()
-{
-    saveAppsCfg();
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save JSON repository"), INDEX_FILE_NAME,
-                                                      tr("JSON files (*.json);;All files (*.*)"));
-    if (!path.isEmpty())
-        publish(path);
-}
-
-void MainWindow::publish(const QString &path)
-{
-    const int appCount = static_cast<int>(model.apps.size());
-    IndexReport report;
-    {
-        BusyWindow busy(this, tr("Publishing"));
-        report.progress = [&](const IndexReport &now) {
-            busy.showProgress(tr("Publishing: %1 of %2, %3")
-                                  .arg(QString::number(now.apps), counted(appCount, tr("app"), tr("apps")),
-                                       ENGLISH.formattedDataSize(now.bytes, 0, QLocale::DataSizeSIFormat)));
-        };
-        // The index is written directly, so that what it takes the place of has to be kept before.
-        if (!isRepositoryIndex(path))
-            keepReplaced(path, {});
-        model.saveRepo(path, ui->repository->text(), projectFolder(), &report);
-    }
-    if (report.error.isEmpty()) {
-        ui->statusBar->showMessage(
-            tr("Published %1, %2, %3: %4")
-                .arg(counted(appCount, tr("app"), tr("apps")), counted(report.files, tr("file"), tr("files")),
-                     ENGLISH.formattedDataSize(report.bytes, 0, QLocale::DataSizeSIFormat), path),
-            MESSAGE_TIME);
     }
 }
 

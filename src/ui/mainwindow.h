@@ -27,7 +27,7 @@ extern const char *APP_NAME;
 
 /// The editor. Widgets show copies of the model's records; every edit goes through the model, whose signals
 /// refill the widgets. Each tab has a source file of its own: mainwindow_general, _files and _description; so have the
-/// drafts.
+/// project, which is opened, saved and published, and the drafts.
 ///
 /// The constructor restores the settings and reopens the last project, which may show a message box.
 class MainWindow : public QMainWindow
