@@ -222,7 +222,7 @@ void TestPackage::documents()
 void TestPackage::hardened_data()
 {
     QTest::addColumn<QString>("program");
-    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QRegularExpression>("pattern");
     const QList<std::pair<QString, QString>> properties{
         {u"position independent"_s, u"^ *Type: +DYN "_s},
         {u"stack not executable"_s, u"^ *GNU_STACK( +0x\\w+)+ RW +0x"_s},
@@ -232,22 +232,22 @@ void TestPackage::hardened_data()
     };
     for (const QString &program : {u"catalist"_s, u"catalist-cli"_s}) {
         for (const auto &[property, pattern] : properties)
-            QTest::newRow(qPrintable(program + u", "_s + property)) << program << pattern;
+            QTest::newRow(qPrintable(program + u", "_s + property))
+                << program << QRegularExpression(pattern, QRegularExpression::MultilineOption);
     }
 }
 
 void TestPackage::hardened()
 {
     QFETCH(QString, program);
-    QFETCH(QString, pattern);
+    QFETCH(QRegularExpression, pattern);
     if (!hasTool("readelf"))
         QSKIP("readelf is not installed (package binutils)");
     const QString file = installed + u"/bin/"_s + program;
     const Outcome read = runTool(
         u"readelf"_s, {u"--wide"_s, u"--file-header"_s, u"--program-headers"_s, u"--dynamic"_s, u"--dyn-syms"_s, file});
     QCOMPARE(read.code, 0);
-    const QRegularExpression property(pattern, QRegularExpression::MultilineOption);
-    QVERIFY2(QString::fromUtf8(read.out).contains(property), read.out.constData());
+    QVERIFY2(QString::fromUtf8(read.out).contains(pattern), read.out.constData());
 }
 
 void TestPackage::marksTargetsOfJumps()

@@ -165,7 +165,7 @@ void beforeTermination(QObject *context, const std::function<void()> &function)
             continue;
         action = {};
         action.sa_handler = sendTermination;
-        action.sa_flags = SA_RESETHAND | SA_RESTART;
+        action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
         ::sigaction(number, &action, nullptr);
     }
 }
