@@ -1,8 +1,8 @@
 #include "hostilepreviewtest.h"
+#include "memory.h"
 #include "testrunner.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QNetworkReply>
 #include <QTcpSocket>
 #include <QTimer>
@@ -45,28 +45,6 @@ QByteArray hugePicture(quint32 side)
     QByteArray header = "IHDR" + bigEndian(side) + bigEndian(side);
     header += QByteArray("\x08\x00\x00\x00\x00", 5);
     return "\x89PNG\r\n\x1a\n" + pngChunk(header) + pngChunk("IDAT" + qCompress(rows, 9).mid(4)) + pngChunk("IEND");
-}
-
-/// Starts the count of the peak anew where the system allows it.
-void forgetPeakMemory()
-{
-    QFile file(u"/proc/self/clear_refs"_s);
-    if (file.open(QIODevice::WriteOnly))
-        file.write("5");
-}
-
-/// In bytes; -1 where the system does not tell.
-qint64 memoryLine(const QByteArray &name)
-{
-    QFile file(u"/proc/self/status"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.startsWith(name))
-            return line.simplified().split(' ').value(1).toLongLong() * 1024;
-    }
-    return -1;
 }
 
 void drip(QTcpSocket *socket)
