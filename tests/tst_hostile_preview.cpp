@@ -51,23 +51,25 @@ void TestHostilePreview::deepHtml_data()
 {
     QTest::addColumn<QString>("opening");
     QTest::addColumn<QString>("closing");
-    QTest::newRow("blocks") << u"<div>\n"_s << u"</div>"_s;
-    QTest::newRow("bold") << u"<b>\n"_s << u"</b>"_s;
-    QTest::newRow("never closed") << u"<p><i>\n"_s << QString();
-    QTest::newRow("never opened") << u"a"_s << u"</div></table>\n"_s;
-    QTest::newRow("lists") << u"<ul><li>\n"_s << u"</li></ul>"_s;
-    QTest::newRow("quotations") << u"<blockquote>\n"_s << u"</blockquote>"_s;
-    QTest::newRow("tables") << u"<table><tr><td>\n"_s << u"</td></tr></table>"_s;
+    QTest::addColumn<bool>("shown");
+    QTest::newRow("blocks") << u"<div>\n"_s << u"</div>"_s << true;
+    QTest::newRow("bold") << u"<b>\n"_s << u"</b>"_s << true;
+    QTest::newRow("never closed") << u"<p><i>\n"_s << QString() << true;
+    QTest::newRow("never opened") << u"a"_s << u"</div></table>\n"_s << true;
+    QTest::newRow("lists") << u"<ul><li>\n"_s << u"</li></ul>"_s << true;
+    QTest::newRow("quotations") << u"<blockquote>\n"_s << u"</blockquote>"_s << true;
+    QTest::newRow("tables") << u"<table><tr><td>\n"_s << u"</td></tr></table>"_s << false;
 }
 
 void TestHostilePreview::deepHtml()
 {
-    constexpr int DEPTH = 10000;
+    constexpr int DEPTH = 1000;
     QFETCH(QString, opening);
     QFETCH(QString, closing);
+    QFETCH(bool, shown);
     const Pulse pulse;
     preview(opening.repeated(DEPTH) + u"deep"_s + closing.repeated(DEPTH));
-    QCOMPARE(viewer->toPlainText().startsWith(TOO_DEEP), opening != u"a"_s);
+    QCOMPARE(viewer->toPlainText().startsWith(TOO_DEEP), !shown);
     viewer->grab();
     QTest::keyClick(editor, 'x');
     QVERIFY(editor->toPlainText().startsWith(u'x'));

@@ -3,6 +3,8 @@
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetricsF>
 #include <QHash>
+#include <QList>
+#include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -10,286 +12,375 @@
 #include <QTextList>
 #include <QTextObjectInterface>
 #include <QTextTable>
-#include <QUrl>
-#include <QVarLengthArray>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <limits>
+#include <memory>
 
 namespace {
 
-constexpr qsizetype MOST_OPEN_ELEMENTS = 500;
-constexpr int MOST_NESTED_TABLES = 12;
-constexpr int MOST_COLUMNS = 1000;
-constexpr int MOST_FLOATING_OBJECTS = 500;
-constexpr qreal LARGEST_EXTENT = 8'000'000;
-constexpr qreal PLACEHOLDER_SIDE = 30;
+constexpr qint64 MOST_CELLS = 1'000'000; // with more than half a kilobyte for each
+constexpr qsizetype MOST_TABLES_OPEN = 100; // in the text; the parser takes minutes for a thousand
+constexpr int MOST_NESTED_TABLES = 20; // ten seconds
+constexpr qreal LARGEST_HEIGHT = 8'380'000;
+constexpr qreal PLACEHOLDER_SIDE = 16; // of the icon for a picture that is not there
 
-/// Elements that the parser ends by itself, at once or where the next of their kind begins.
-constexpr std::array ENDING_BY_THEMSELVES{
-    QLatin1String("p"),  QLatin1String("br"),  QLatin1String("li"),    QLatin1String("td"),    QLatin1String("th"),
-    QLatin1String("tr"), QLatin1String("dd"),  QLatin1String("dt"),    QLatin1String("tbody"), QLatin1String("thead"),
-    QLatin1String("hr"), QLatin1String("img"), QLatin1String("tfoot"), QLatin1String("meta"),
-};
-
-bool isSame(QStringView name, QStringView other)
-{
-    return name.compare(other, Qt::CaseInsensitive) == 0;
-}
-
-bool endsByItself(QStringView element)
-{
-    return element.startsWith(QLatin1Char('!'))
-           || std::any_of(ENDING_BY_THEMSELVES.begin(), ENDING_BY_THEMSELVES.end(),
-                          [element](QLatin1String name) { return element.compare(name, Qt::CaseInsensitive) == 0; });
-}
-
-/// Goes through the tags of HTML as the engine's parser does, which takes nearly anything for the name of an element.
-class Tags
+/// A table of the HTML text while its rows are counted, as Qt counts them.
+class CountedTable
 {
 public:
-    explicit Tags(QStringView text) : html(text) { }
+    bool isInCell = false;
 
-    QStringView name; ///< empty for a comment
-    bool isEnd = false;
-    bool endsAtOnce = false; ///< as <a name="x"/> does
-
-    bool next()
+    void startRow()
     {
-        position = html.indexOf(u'<', position);
-        if (position < 0)
-            return false;
-        name = {};
-        if (html.sliced(position).startsWith(QLatin1String("<!--"))) {
-            position = html.indexOf(QLatin1String("-->"), position);
-            return position >= 0;
-        }
-        ++position;
-        skip([](QChar character) { return character.isSpace(); });
-        isEnd = position < html.size() && html[position] == u'/';
-        position += isEnd ? 1 : 0;
-        const qsizetype start = position;
-        skip([](QChar character) { return !character.isSpace() && !QStringView(u"<>/=").contains(character); });
-        name = html.sliced(start, position - start);
-        skipAttributes();
-        return true;
+        ++rows;
+        isInCell = false;
+        columnsOfRow = 0;
+        for (Span &span : spans)
+            --span.rows;
+        spans.removeIf([](const Span &span) { return span.rows <= 0; });
+        for (const Span &span : std::as_const(spans))
+            columnsOfRow += span.columns;
     }
+
+    void addCell(qint64 columnSpan, qint64 rowSpan)
+    {
+        // A table in a cell without a row is none for Qt.
+        isInCell = rows > 0;
+        if (rows == 0)
+            startRow();
+        columnsOfRow += columnSpan;
+        columns = std::max(columns, columnsOfRow);
+        if (rowSpan > 1)
+            spans.append({rowSpan, columnSpan});
+    }
+
+    [[nodiscard]] qint64 cells() const { return rows * columns; }
 
 private:
-    template <typename Condition> void skip(Condition goesOn)
+    struct Span
     {
-        while (position < html.size() && goesOn(html[position]))
-            ++position;
-    }
+        qint64 rows;
+        qint64 columns;
+    };
 
-    void skipAttributes()
-    {
-        QChar before;
-        for (; position < html.size() && html[position] != u'<' && html[position] != u'>'; ++position) {
-            const QChar character = html[position];
-            if (before == u'=' && (character == u'"' || character == u'\'')) {
-                ++position;
-                skip([character](QChar inside) { return inside != character; });
-            }
-            if (!character.isSpace())
-                before = character;
-        }
-        endsAtOnce = before == u'/';
-    }
-
-    QStringView html;
-    qsizetype position = 0;
+    QList<Span> spans; // that reach into the rows below
+    qint64 rows = 0;
+    qint64 columns = 0;
+    qint64 columnsOfRow = 0;
 };
 
-/// Adds up the most that a document can take, in pixels.
-class Extent
+qint64 spanOf(const QString &attributes, const QRegularExpression &attribute)
+{
+    constexpr qint64 WIDEST = 20480; // Qt takes no more
+    const QRegularExpressionMatch match = attribute.match(attributes);
+    bool isNumber = false;
+    const qint64 span = match.capturedView(1).toLongLong(&isNumber);
+    return isNumber ? std::clamp(span, qint64(1), WIDEST) : 1;
+}
+
+qreal aroundCell(const QTextTableCellFormat &cell)
+{
+    return cell.topPadding() + cell.bottomPadding() + cell.topBorder() + cell.bottomBorder();
+}
+
+/// The height of a line in which that of the text and the pictures is given.
+qreal heightOfLine(const QTextBlockFormat &format, qreal content)
+{
+    return std::max(content, std::abs(format.lineHeight(content, 1)));
+}
+
+/// Whether a picture begins its line; in the middle of one it may raise two, that which it does not fit into as well.
+qreal linesRaised(const QTextBlock &block, int position)
+{
+    const bool begins =
+        position == block.position() || block.text().at(position - block.position() - 1) == QChar(QChar::LineSeparator);
+    return begins ? 1 : 2;
+}
+
+/// The height of a document, at most, without the pictures that do not state theirs.
+class Height
 {
 public:
-    Extent(QTextDocument &textDocument, const QFont &textFont, qreal width)
+    Height(const QTextDocument &textDocument, const QFont &textFont, qreal width)
         : document(textDocument),
           scale(QFontMetricsF(textFont).height() / QFontMetricsF(document.defaultFont()).height()),
-          lineWidth(std::max(width, 1.0)), rawText(document.toRawText()),
-          tabWidth(document.defaultTextOption().tabStopDistance()),
-          hasFrames(!document.rootFrame()->childFrames().isEmpty()),
-          images(textDocument.documentLayout()->handlerForObject(QTextFormat::ImageObject))
+          lineWidth(std::max(width, 1.0)), hasFrames(!document.rootFrame()->childFrames().isEmpty())
     {
         const QList<QTextFormat> formats = document.allFormats();
         for (const QTextFormat &format : formats) {
             if (format.isTableCellFormat())
-                widestCellFrame = std::max(widestCellFrame, cellFrame(format.toTableCellFormat()));
+                highestCellFrame = std::max(highestCellFrame, aroundCell(format.toTableCellFormat()));
         }
     }
 
-    [[nodiscard]] bool isBounded()
+    /// In one pass; in a cell a line counts as if it held a single letter.
+    [[nodiscard]] qreal roughly()
     {
-        addFrame(*document.rootFrame(), 0);
-        for (QTextBlock block = document.begin(); block.isValid() && fits(); block = block.next())
-            addBlock(block);
-        return fits();
+        qreal height = ofFrame(*document.rootFrame());
+        for (QTextBlock block = document.begin(); block.isValid() && height < std::numeric_limits<float>::max();
+             block = block.next()) {
+            const QTextBlockFormat format = block.blockFormat();
+            height += lines(block) * lineHeight(block) + ofPictures(block) + std::abs(format.topMargin())
+                      + std::abs(format.bottomMargin());
+        }
+        return height;
+    }
+
+    /// What tables put between and around all of their cells alike, as counted by roughly().
+    [[nodiscard]] qreal betweenCells() const { return aroundCells; }
+
+    /// Of the tallest text in a block.
+    [[nodiscard]] qreal lineHeight(const QTextBlock &block)
+    {
+        return heightOfLine(block.blockFormat(), tallestLetter(block));
+    }
+
+    /// All pictures of a block below each other.
+    [[nodiscard]] qreal ofPictures(const QTextBlock &block)
+    {
+        qreal height = 0;
+        for (auto part = block.begin(); !part.atEnd(); ++part) {
+            const QTextFragment fragment = part.fragment();
+            const QTextImageFormat image = fragment.charFormat().toImageFormat();
+            if (!image.isValid())
+                continue;
+            const qreal stated = std::max(PLACEHOLDER_SIDE, std::abs(image.height()));
+            for (int position = fragment.position(); position < fragment.position() + fragment.length(); ++position) {
+                height +=
+                    linesRaised(block, position) * heightOfLine(block.blockFormat(), stated) + 2 * lineHeight(block);
+            }
+        }
+        return height;
     }
 
 private:
-    static qreal cellFrame(const QTextTableCellFormat &cell)
-    {
-        return cell.leftPadding() + cell.rightPadding() + cell.topPadding() + cell.bottomPadding() + cell.leftBorder()
-               + cell.rightBorder() + cell.topBorder() + cell.bottomBorder();
-    }
-
     [[nodiscard]] qreal pixels(const QTextLength &length) const
     {
         return length.type() == QTextLength::VariableLength ? 0 : std::abs(length.value(lineWidth));
     }
 
-    [[nodiscard]] bool fits() const
-    {
-        return height < LARGEST_EXTENT && frameWidths + widestLine < LARGEST_EXTENT
-               && floatingObjects <= MOST_FLOATING_OBJECTS && deepestTable <= MOST_NESTED_TABLES
-               && widestTable <= MOST_COLUMNS;
-    }
-
-    void addFrame(const QTextFrame &frame, int depth)
+    [[nodiscard]] qreal ofFrame(const QTextFrame &frame)
     {
         const QTextFrameFormat format = frame.frameFormat();
-        const qreal around = 2 * (format.border() + format.padding());
-        height += around + std::abs(format.topMargin()) + std::abs(format.bottomMargin()) + pixels(format.height());
-        frameWidths += around + std::abs(format.leftMargin()) + std::abs(format.rightMargin()) + pixels(format.width());
-        if (format.position() != QTextFrameFormat::InFlow)
-            ++floatingObjects;
+        qreal height = 2 * (format.border() + format.padding()) + std::abs(format.topMargin())
+                       + std::abs(format.bottomMargin()) + pixels(format.height());
         if (const auto *table = qobject_cast<const QTextTable *>(&frame)) {
-            deepestTable = std::max(deepestTable, ++depth);
-            addCells(*table);
+            const QTextTableFormat cells = table->format();
+            const qreal around = table->rows() * (2 * (cells.cellPadding() + cells.border()) + cells.cellSpacing());
+            height += around + table->rows() * highestCellFrame;
+            aroundCells += around;
         }
         const QList<QTextFrame *> children = frame.childFrames();
-        for (const QTextFrame *child : children) {
-            if (fits())
-                addFrame(*child, depth);
-        }
+        for (const QTextFrame *child : children)
+            height += ofFrame(*child);
+        return height;
     }
 
-    void addCells(const QTextTable &table)
-    {
-        widestTable = std::max(widestTable, table.columns());
-        const QTextTableFormat format = table.format();
-        const qreal cell = widestCellFrame + 2 * (format.cellPadding() + format.border()) + format.cellSpacing();
-        height += cell * table.rows();
-        frameWidths += cell * table.columns();
-        const QList<QTextLength> widths = format.columnWidthConstraints();
-        for (const QTextLength &width : widths)
-            frameWidths += pixels(width);
-    }
-
-    void addBlock(const QTextBlock &block)
+    // Two lines together are wider than the room that they have, but in a cell a line may hold a single letter.
+    [[nodiscard]] qreal lines(const QTextBlock &block)
     {
         const QTextBlockFormat format = block.blockFormat();
+        const QString text = block.text();
         const QTextList *list = block.textList();
         const qreal indents =
             std::abs(qreal(format.indent())) + (list ? std::abs(qreal(list->format().indent())) : qreal(0));
         const qreal indent = std::abs(format.leftMargin()) + std::abs(format.rightMargin())
                              + std::abs(format.textIndent()) + document.indentWidth() * indents;
-
-        QSizeF letter = block.length() == 1 ? letterSize(block.charFormatIndex(), block.charFormat()) : QSizeF(0, 0);
-        qreal letters = 0;
-        QSizeF imageSizes(0, 0);
-        for (auto part = block.begin(); !part.atEnd(); ++part) {
-            const QTextFragment fragment = part.fragment();
-            const QTextCharFormat charFormat = fragment.charFormat();
-            const QSizeF size = letterSize(fragment.charFormatIndex(), charFormat);
-            letter = letter.expandedTo(size);
-            letters += size.width() * fragment.length();
-            if (charFormat.isImageFormat())
-                imageSizes += imageSize(fragment.position(), charFormat.toImageFormat()) * fragment.length();
-        }
-        const QStringView text = QStringView(rawText).mid(block.position(), block.length());
-        const qreal others = indent + imageSizes.width() + tabWidth * static_cast<qreal>(text.count(QChar::Tabulation));
-
-        // Two lines together are wider than the room that they have, but in a cell a line may hold a single letter.
-        // An image that does not fit into a line any more still makes it higher, besides its own.
         const auto length = static_cast<qreal>(text.size());
         const qreal room = lineWidth - indent;
         const bool inFlow = !hasFrames || QTextCursor(block).currentFrame() == document.rootFrame();
-        const qreal breaks = inFlow && room > 0 ? std::min(length, 2 * (letters + others) / room) : length;
-        const qreal lines = 1 + breaks + static_cast<qreal>(text.count(QChar::LineSeparator));
-        height += std::abs(lines * format.lineHeight(letter.height()))
-                  + std::abs(format.lineHeight(2 * imageSizes.height())) + std::abs(format.topMargin())
-                  + std::abs(format.bottomMargin());
-        widestLine = std::max(widestLine, others + letter.width() * static_cast<qreal>(longestLine(text)));
+        qreal breaks = length;
+        if (inFlow && room > 0) {
+            qreal letters =
+                indent
+                + document.defaultTextOption().tabStopDistance() * static_cast<qreal>(text.count(QChar::Tabulation));
+            for (auto part = block.begin(); !part.atEnd(); ++part) {
+                const QTextFragment fragment = part.fragment();
+                const QTextCharFormat letter = fragment.charFormat();
+                letters += fragment.length()
+                           * (letterHeight(fragment.charFormatIndex(), letter) + std::abs(letter.fontLetterSpacing())
+                              + std::abs(letter.fontWordSpacing()));
+            }
+            breaks = std::min(length, 2 * letters / room);
+        }
+        return 1 + breaks + static_cast<qreal>(text.count(QChar::LineSeparator));
     }
 
-    // For an image that is not there yet the toolkit looks in many places, and then shows a small square one.
-    QSizeF imageSize(int position, const QTextImageFormat &format)
+    [[nodiscard]] qreal tallestLetter(const QTextBlock &block)
     {
-        if (document.resource(QTextDocument::ImageResource, QUrl(format.name())).isValid())
-            return images->intrinsicSize(&document, position, format);
-        const qreal side = std::max({PLACEHOLDER_SIDE, std::abs(format.width()), std::abs(format.height())});
-        return {side, side};
+        const QString text = block.text();
+        const bool isOfOneFont = std::none_of(text.begin(), text.end(), [](QChar letter) {
+            return letter.unicode() > 0x24f && (letter.unicode() < 0x2000 || letter.unicode() > 0x206f)
+                   && letter != QChar::ObjectReplacementCharacter;
+        });
+        qreal tallest = text.isEmpty() ? letterHeight(block.charFormatIndex(), block.charFormat()) : qreal(0);
+        for (auto part = block.begin(); !part.atEnd(); ++part)
+            tallest = std::max(tallest, letterHeight(part.fragment().charFormatIndex(), part.fragment().charFormat()));
+        // Letters that the font has not got come from others, which may be taller.
+        return isOfOneFont ? tallest : 2 * tallest;
     }
 
-    static qsizetype longestLine(QStringView text)
+    // It is more than nearly every letter's width; of a monstrous font it overflows.
+    [[nodiscard]] qreal letterHeight(int formatIndex, const QTextCharFormat &format)
     {
-        qsizetype longest = 0;
-        for (const QStringView line : text.tokenize(QChar(QChar::LineSeparator)))
-            longest = std::max(longest, line.size());
-        return longest;
-    }
-
-    QSizeF letterSize(int formatIndex, const QTextCharFormat &format)
-    {
-        auto known = letterSizes.find(formatIndex);
-        if (known == letterSizes.end()) {
-            // The height of a line is more than nearly every letter's width; of a monstrous font it overflows.
-            const qreal lineHeight = scale * std::abs(QFontMetricsF(format.font()).height());
-            const qreal spacing = std::abs(format.fontLetterSpacing()) + std::abs(format.fontWordSpacing());
-            known = letterSizes.insert(formatIndex, QSizeF(lineHeight + spacing, lineHeight));
+        auto known = letterHeights.find(formatIndex);
+        if (known == letterHeights.end()) {
+            const QFontMetricsF font(format.font());
+            const qreal height = std::ceil(scale * std::abs(font.ascent()))
+                                 + std::ceil(scale * std::abs(font.descent()))
+                                 + std::ceil(scale * std::abs(font.leading()));
+            known = letterHeights.insert(formatIndex, height);
         }
         return *known;
     }
 
-    QTextDocument &document;
+    const QTextDocument &document;
     qreal scale; // of the font that is to be used to the one that the document has
     qreal lineWidth;
-    QString rawText;
-    qreal tabWidth;
     bool hasFrames;
-    QTextObjectInterface *images;
-    QHash<int, QSizeF> letterSizes; // by the index of the format
-    qreal widestCellFrame = 0;
-
-    qreal height = 0;
-    qreal frameWidths = 0;
-    qreal widestLine = 0;
-    int floatingObjects = 0;
-    int deepestTable = 0;
-    int widestTable = 0; // in columns
+    qreal highestCellFrame = 0;
+    qreal aroundCells = 0;
+    QHash<int, qreal> letterHeights; // by the index of the format
 };
+
+/// Pictures that are as wide as they are but have no height.
+class FlatPictures : public QObject, public QTextObjectInterface
+{
+    Q_OBJECT
+    Q_INTERFACES(QTextObjectInterface)
+
+public:
+    QSizeF intrinsicSize(QTextDocument * /*document*/, int /*position*/, const QTextFormat &format) override
+    {
+        return {std::max(PLACEHOLDER_SIDE, std::abs(format.toImageFormat().width())), 0};
+    }
+
+    void drawObject(QPainter * /*painter*/, const QRectF & /*rectangle*/, QTextDocument * /*document*/,
+                    int /*position*/, const QTextFormat & /*format*/) override
+    {
+    }
+};
+
+constexpr qreal SQUEEZE = 16;
+
+void squeezeFrame(QTextFrame *frame)
+{
+    QTextFrameFormat format = frame->frameFormat();
+    format.setTopMargin(format.topMargin() / SQUEEZE);
+    format.setBottomMargin(format.bottomMargin() / SQUEEZE);
+    if (format.height().type() == QTextLength::FixedLength)
+        format.setHeight(format.height().rawValue() / SQUEEZE);
+    frame->setFrameFormat(format);
+    const QList<QTextFrame *> children = frame->childFrames();
+    for (QTextFrame *child : children)
+        squeezeFrame(child);
+}
+
+/// Lets Qt lay out a copy with the same line breaks but a sixteenth of the height, which it comes to an end with.
+/// All pictures count as if they were below each other.
+qreal squeezedHeight(const QTextDocument &document, const QFont &font, qreal width, qreal narrower, Height *height)
+{
+    FlatPictures pictures;
+    const std::unique_ptr<QTextDocument> copy(document.clone());
+    copy->setUndoRedoEnabled(false);
+    copy->setPageSize({0, 0}); // which puts the layout off
+    copy->setDefaultFont(font);
+    copy->setDefaultTextOption(document.defaultTextOption());
+    copy->setIndentWidth(document.indentWidth());
+    copy->documentLayout()->registerHandler(QTextFormat::ImageObject, &pictures);
+    copy->documentLayout()->setPaintDevice(document.documentLayout()->paintDevice());
+
+    QTextCursor edit(copy.get());
+    edit.beginEditBlock();
+    squeezeFrame(copy->rootFrame());
+    QTextBlock original = document.begin();
+    qreal pictureHeight = 0;
+    for (QTextBlock block = copy->begin(); block.isValid(); block = block.next(), original = original.next()) {
+        QTextBlockFormat format = block.blockFormat();
+        pictureHeight += height->ofPictures(original);
+        format.setLineHeight(height->lineHeight(original) / SQUEEZE, QTextBlockFormat::FixedHeight);
+        format.setTopMargin(format.topMargin() / SQUEEZE);
+        format.setBottomMargin(format.bottomMargin() / SQUEEZE);
+        format.setPageBreakPolicy(QTextFormat::PageBreak_Auto);
+        QTextCursor(block).setBlockFormat(format);
+        QTextTable *table = QTextCursor(block).currentTable();
+        QTextTableCell cell = table ? table->cellAt(block.position()) : QTextTableCell();
+        if (cell.isValid() && cell.firstCursorPosition().block() == block) {
+            QTextTableCellFormat cellFormat = cell.format().toTableCellFormat();
+            cellFormat.setTopPadding(cellFormat.topPadding() / SQUEEZE);
+            cellFormat.setBottomPadding(cellFormat.bottomPadding() / SQUEEZE);
+            cell.setFormat(cellFormat);
+        }
+    }
+    edit.endEditBlock();
+    // Words are broken only where there is room for a letter, so that a narrower document may be lower.
+    copy->setTextWidth(narrower);
+    const qreal narrow = copy->size().height();
+    copy->setTextWidth(width);
+    return SQUEEZE * std::max(narrow, copy->size().height()) + pictureHeight;
+}
+
+int tableDepth(const QTextFrame &frame)
+{
+    int deepest = 0;
+    const QList<QTextFrame *> children = frame.childFrames();
+    for (const QTextFrame *child : children)
+        deepest = std::max(deepest, tableDepth(*child));
+    return deepest + (qobject_cast<const QTextTable *>(&frame) ? 1 : 0);
+}
 
 } // namespace
 
-bool nestsTooDeep(QStringView html)
+bool canBeParsed(const QString &html)
 {
-    // An end tag of something further out is passed over, which counts too many elements rather than too few.
-    constexpr qsizetype FARTHEST = 20;
-    QVarLengthArray<QStringView, MOST_OPEN_ELEMENTS> open;
-    Tags tag(html);
-    while (tag.next()) {
-        if (tag.name.isEmpty() || endsByItself(tag.name))
-            continue;
-        if (tag.isEnd) {
-            const auto last = open.crbegin() + std::min(open.size(), FARTHEST);
-            const auto begun =
-                std::find_if(open.crbegin(), last, [&tag](QStringView element) { return isSame(element, tag.name); });
-            if (begun != last)
-                open.resize(open.crend() - begun - 1);
-        } else if (!tag.endsAtOnce) {
-            if (open.size() == MOST_OPEN_ELEMENTS)
-                return true;
-            open.append(tag.name);
+    static const QRegularExpression tag(
+        QStringLiteral("<!--.*?-->|<\\s*(/?)(table|t[rdh])(?=[\\s<>/=])((?:=\\s*\"[^\"]*\"|=\\s*'[^']*'|[^<>])*+)"),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression columnSpan(QStringLiteral("\\bcolspan\\s*=\\s*[\"']?\\s*(\\d+)"),
+                                               QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression rowSpan(QStringLiteral("\\browspan\\s*=\\s*[\"']?\\s*(\\d+)"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    QList<CountedTable> open;
+    qint64 cells = 0;
+    for (auto tags = tag.globalMatch(html); tags.hasNext();) {
+        const QRegularExpressionMatch match = tags.next();
+        const QString name = match.captured(2).toLower();
+        const bool isEnd = match.capturedLength(1) > 0;
+        if (name == QLatin1String("table")) {
+            if (!open.isEmpty() && (isEnd || !open.constLast().isInCell))
+                open.removeLast();
+            if (!isEnd)
+                open.append(CountedTable());
+        } else if (!open.isEmpty()) {
+            CountedTable &table = open.last();
+            cells -= table.cells();
+            if (isEnd)
+                table.isInCell = false;
+            else if (name == QLatin1String("tr"))
+                table.startRow();
+            else
+                table.addCell(spanOf(match.captured(3), columnSpan), spanOf(match.captured(3), rowSpan));
+            cells += table.cells();
         }
+        if (open.size() > MOST_TABLES_OPEN || cells > MOST_CELLS)
+            return false;
     }
-    return false;
+    return true;
 }
 
-bool canBeLaidOut(QTextDocument &document, const QFont &font, qreal width)
+std::optional<qreal> heightForPictures(const QTextDocument &document, const QFont &font, qreal width, qreal narrower)
 {
-    return Extent(document, font, width).isBounded();
+    if (tableDepth(*document.rootFrame()) > MOST_NESTED_TABLES)
+        return std::nullopt;
+    Height height(document, font, narrower);
+    qreal most = height.roughly();
+    // Between cells there is as much in height as in width, which must stay.
+    const bool canBeSqueezed = most < SQUEEZE * LARGEST_HEIGHT && SQUEEZE * height.betweenCells() < LARGEST_HEIGHT;
+    if (most >= LARGEST_HEIGHT && canBeSqueezed)
+        most = squeezedHeight(document, font, width, narrower, &height);
+    return most < LARGEST_HEIGHT ? std::optional(LARGEST_HEIGHT - most) : std::nullopt;
 }
+
+#include "layoutlimits.moc"

@@ -1,17 +1,27 @@
 #pragma once
 
-#include <QStringView>
+#include <QString>
+
+#include <optional>
 
 class QFont;
 class QTextDocument;
 
-// What the toolkit's text engine can show in a bounded time. It counts lengths in fixed point: with more than 2^23
-// pixels in the height of a document or in one line its layout never ends. The time that it takes for nested tables
-// doubles with each level, and for elements, floating objects and columns it grows with the square of their number.
+// What Qt's text layout never comes to an end with:
+//
+// - A document of more than 2^23 pixels in height. The layout takes it for a page of that height and puts the first
+//   line that does not fit on the next one, but there is no next one, so it tries the same line for ever.
+// - Tables inside each other. Each level doubles the time, since a cell is laid out once to see how wide it wants to
+//   be, and once more.
+// - A table of millions of cells, which a few spans make, fills the memory before anything is laid out.
+//
+// Everything else ends, if late: nothing else is refused here.
 
-/// Whether the engine would parse @p html slowly, because hundreds of its elements are open at a time.
-[[nodiscard]] bool nestsTooDeep(QStringView html);
+/// Whether Qt can parse HTML in less than a gigabyte of memory.
+[[nodiscard]] bool canBeParsed(const QString &html);
 
-/// Whether the layout of a parsed document in @p font, in lines of @p width pixels, comes to an end.
-/// Counts with more room than a text needs. Asks the document for its pictures, as the layout would.
-[[nodiscard]] bool canBeLaidOut(QTextDocument &document, const QFont &font, qreal width);
+/// How many pixels pictures that do not state a height may add to a document in @p font and in lines of @p width
+/// pixels, or of @p narrower ones beside a scroll bar; nothing when its layout would not end without them.
+/// Asks the document for no picture.
+[[nodiscard]] std::optional<qreal> heightForPictures(const QTextDocument &document, const QFont &font, qreal width,
+                                                     qreal narrower);

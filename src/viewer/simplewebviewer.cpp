@@ -1,17 +1,16 @@
 #include "viewer/simplewebviewer.h"
 
+#include "io/wholefile.h"
 #include "viewer/layoutlimits.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QCoreApplication>
-#include <QImage>
+#include <QFileInfo>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QPixmap>
 #include <QResizeEvent>
 #include <QScrollBar>
+#include <QStringDecoder>
 #include <QStyle>
-#include <QThread>
 #include <QTimer>
 
 #include <chrono>
@@ -22,8 +21,7 @@ namespace {
 
 constexpr qsizetype MAX_DOWNLOADS = 5;
 constexpr auto DOWNLOAD_TIMEOUT = 5000ms;
-constexpr qint64 LARGEST_DOWNLOAD = 32LL * 1000 * 1000; // bytes; far more than an image of a description has
-constexpr qint64 LARGEST_CACHE = 512LL * 1000 * 1000; // bytes; with more nothing is downloaded any more
+constexpr auto RETRY_DELAY = 100ms; // while a window is being resized
 
 QString messagePage(const QString &message)
 {
@@ -31,30 +29,14 @@ QString messagePage(const QString &message)
         .arg(message);
 }
 
-QVariant decoded(const QByteArray &bytes)
+/// As the text browser reads the bytes of a page.
+QString textOf(const QVariant &page)
 {
-    // Pixmaps belong to the main thread.
-    if (QThread::currentThread() == QCoreApplication::instance()->thread()) {
-        QPixmap pixmap;
-        if (pixmap.loadFromData(bytes))
-            return pixmap;
-    } else {
-        const QImage image = QImage::fromData(bytes);
-        if (!image.isNull())
-            return image;
-    }
-    return bytes;
-}
-
-/// In bytes; a decoded picture has four for each point.
-qint64 bytesOf(const QVariant &cached)
-{
-    QSize picture(0, 0);
-    if (cached.metaType() == QMetaType::fromType<QPixmap>())
-        picture = cached.value<QPixmap>().size();
-    else if (cached.metaType() == QMetaType::fromType<QImage>())
-        picture = cached.value<QImage>().size();
-    return 4LL * picture.width() * picture.height() + cached.toByteArray().size();
+    if (page.metaType() != QMetaType::fromType<QByteArray>())
+        return page.toString();
+    const QByteArray bytes = page.toByteArray();
+    QStringDecoder decoder = QStringDecoder::decoderForHtml(bytes);
+    return decoder.isValid() ? decoder(bytes) : QString::fromUtf8(bytes);
 }
 
 int scrollValue(const QScrollBar *bar)
@@ -70,11 +52,15 @@ void setScrollValue(QScrollBar *bar, int value)
 
 } // namespace
 
-SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent)
+SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent), resources(new BoundedResources(this))
 {
     manager.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
     connect(&manager, &QNetworkAccessManager::finished, this, &SimpleWebViewer::onReplyFinished);
     connect(document(), &QTextDocument::contentsChange, this, &SimpleWebViewer::onContentsChange);
+    connect(this, &QTextBrowser::sourceChanged, this, &SimpleWebViewer::replaceWithheld);
+    retry.setSingleShot(true);
+    retry.setInterval(RETRY_DELAY);
+    connect(&retry, &QTimer::timeout, this, &SimpleWebViewer::tryAgain);
     setOpenExternalLinks(true);
 }
 
@@ -86,23 +72,58 @@ SimpleWebViewer::~SimpleWebViewer()
 
 QVariant SimpleWebViewer::loadResource(int type, const QUrl &name)
 {
-    if (name.isLocalFile())
-        return QTextBrowser::loadResource(type, name);
-
-    const QUrl url = source().isEmpty() && name.isRelative() ? foundInSearchPaths(name) : name;
     QVariant value;
-    const auto cached = cache.find(url);
-    if (cached == cache.end()) {
-        downloadResource(url);
+    if (name.isLocalFile()) {
+        value = localFile(name);
     } else {
-        if (type == QTextDocument::ImageResource && cached->metaType() == QMetaType::fromType<QByteArray>())
-            setCached(url, decoded(cached->toByteArray()));
-        value = *cached;
+        const QUrl url = source().isEmpty() && name.isRelative() ? foundInSearchPaths(name) : name;
+        const auto cached = cache.find(url);
+        if (cached == cache.end()) {
+            downloadResource(url);
+        } else {
+            if (type == QTextDocument::ImageResource && cached->metaType() == QMetaType::fromType<QByteArray>())
+                decode(url, cached->toByteArray());
+            value = *cached;
+        }
+        if (type == QTextDocument::HtmlResource && cache.size() == 1 && !value.isValid())
+            return messagePage(tr("Loading..."));
     }
 
-    if (type == QTextDocument::HtmlResource && cache.size() == 1 && !value.isValid())
-        return messagePage(tr("Loading..."));
+    if (type == QTextDocument::HtmlResource && !canBeParsed(textOf(value)))
+        return messagePage(tooLarge());
+    if (type == QTextDocument::MarkdownResource && !canBeParsed(textOf(value)))
+        return tooLarge();
     return value;
+}
+
+// What the text browser finds, but read as a regular file of a bounded size.
+QVariant SimpleWebViewer::localFile(const QUrl &name) const
+{
+    QString path = name.toLocalFile();
+    if (QFileInfo(path).isRelative()) {
+        const QStringList folders = searchPaths();
+        for (QString folder : folders) {
+            if (!folder.endsWith(QLatin1Char('/')))
+                folder += QLatin1Char('/');
+            if (QFileInfo(folder + path).isReadable()) {
+                path.prepend(folder);
+                break;
+            }
+        }
+    }
+    const auto content = readWholeFile(path, LARGEST_RESOURCE);
+    return content ? QVariant(*content) : QVariant();
+}
+
+void SimpleWebViewer::decode(const QUrl &url, const QByteArray &bytes)
+{
+    // The picture takes the place of its bytes.
+    const qint64 room = resources->room() + bytes.size();
+    const QVariant picture = decodedPicture(bytes, room);
+    if (picture.isValid())
+        setCached(url, picture);
+    else if (const qint64 needed = decodedBytes(bytes); needed > room && needed <= LARGEST_CACHE)
+        isFull = true;
 }
 
 QUrl SimpleWebViewer::foundInSearchPaths(const QUrl &name) const
@@ -121,7 +142,7 @@ QUrl SimpleWebViewer::foundInSearchPaths(const QUrl &name) const
 
 void SimpleWebViewer::downloadResource(const QUrl &url)
 {
-    if (replies.size() >= MAX_DOWNLOADS || cachedBytes > LARGEST_CACHE)
+    if (replies.size() >= MAX_DOWNLOADS || isFull || resources->room() < 0)
         return;
 
     cache.insert(url, QVariant());
@@ -130,7 +151,7 @@ void SimpleWebViewer::downloadResource(const QUrl &url)
 
     if (!url.isLocalFile()) {
         connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received) {
-            if (received > LARGEST_DOWNLOAD)
+            if (received > LARGEST_RESOURCE)
                 reply->abort();
         });
     }
@@ -171,7 +192,7 @@ void SimpleWebViewer::store(const QNetworkReply &reply, const QVariant &value)
 void SimpleWebViewer::setCached(const QUrl &url, const QVariant &value)
 {
     QVariant &cached = cache[url];
-    cachedBytes += bytesOf(value) - bytesOf(cached);
+    resources->cachedBytes += bytesOf(value) - bytesOf(cached);
     cached = value;
 }
 
@@ -187,7 +208,8 @@ void SimpleWebViewer::clear()
     QTextBrowser::clear();
     replies.clear();
     cache.clear();
-    cachedBytes = 0;
+    resources->cachedBytes = 0;
+    isFull = false;
 }
 
 void SimpleWebViewer::reload()
@@ -195,7 +217,7 @@ void SimpleWebViewer::reload()
     const int vertical = scrollValue(verticalScrollBar());
     const int horizontal = scrollValue(horizontalScrollBar());
     if (source().isEmpty())
-        setHtml(toHtml());
+        setHtml(isRefused ? shownHtml : toHtml());
     else
         QTextBrowser::reload();
     setScrollValue(verticalScrollBar(), vertical);
@@ -209,23 +231,21 @@ void SimpleWebViewer::doSetSource(const QUrl &name, QTextDocument::ResourceType 
         clear();
     }
     QTextBrowser::doSetSource(name, type);
-    replaceWithheld();
 }
 
 void SimpleWebViewer::setHtml(const QString &html)
 {
-    if (nestsTooDeep(html)) {
-        showTooLarge();
-    } else {
-        QTextBrowser::setHtml(html);
-        replaceWithheld();
-    }
+    shownHtml = html;
+    QTextBrowser::setHtml(canBeParsed(html) ? html : messagePage(tooLarge()));
+    replaceWithheld();
 }
 
-// Both lay the document out anew, in lines of another length or in another font.
+// Both lay the document out again, in lines of another length or in another font.
 void SimpleWebViewer::resizeEvent(QResizeEvent *event)
 {
-    if (!canBeLaidOut())
+    if (isRefused)
+        retry.start();
+    else if (!canBeLaidOut())
         showTooLarge();
     QTextBrowser::resizeEvent(event);
 }
@@ -233,26 +253,45 @@ void SimpleWebViewer::resizeEvent(QResizeEvent *event)
 void SimpleWebViewer::changeEvent(QEvent *event)
 {
     const bool changesFont = event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange;
-    if (changesFont && !canBeLaidOut())
+    if (changesFont && isRefused)
+        retry.start();
+    else if (changesFont && !canBeLaidOut())
         showTooLarge();
     QTextBrowser::changeEvent(event);
 }
 
-bool SimpleWebViewer::canBeLaidOut() const
+void SimpleWebViewer::tryAgain()
+{
+    if (isRefused)
+        reload();
+}
+
+QString SimpleWebViewer::tooLarge()
+{
+    return tr("Too large or too deeply nested to be shown.");
+}
+
+bool SimpleWebViewer::canBeLaidOut()
 {
     // Scroll bars come and go in the midst of a layout, which cannot be withheld any more.
-    const int margins = 2 * (frameWidth() + style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this));
-    return ::canBeLaidOut(*document(), font(), width() - margins);
+    const int inside = width() - 2 * frameWidth();
+    const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+    const auto height = heightForPictures(*document(), font(), inside, inside - bar);
+    resources->setHeightForPictures(height.value_or(0));
+    return height.has_value();
 }
 
 // New content is parsed, but not yet laid out.
 void SimpleWebViewer::onContentsChange()
 {
-    if (!withheldPageSize && !canBeLaidOut())
+    if (withheldPageSize)
+        return;
+    isRefused = !canBeLaidOut();
+    if (isRefused)
         withholdLayout();
 }
 
-// A document without a page has no layout, of which nobody is to be told.
+// A document without a page has no layout, of which nobody must hear.
 void SimpleWebViewer::withholdLayout()
 {
     withheldPageSize = document()->pageSize();
@@ -264,7 +303,7 @@ void SimpleWebViewer::replaceWithheld()
 {
     if (!withheldPageSize)
         return;
-    QTextBrowser::setHtml(messagePage(tr("Too large or too deeply nested to be shown.")));
+    QTextBrowser::setHtml(messagePage(tooLarge()));
     document()->documentLayout()->blockSignals(false);
     document()->setPageSize(*withheldPageSize);
     withheldPageSize.reset();
@@ -272,6 +311,7 @@ void SimpleWebViewer::replaceWithheld()
 
 void SimpleWebViewer::showTooLarge()
 {
+    isRefused = true;
     withholdLayout();
     replaceWithheld();
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "viewer/boundedresources.h"
+
 #include <QMap>
-#include <QNetworkAccessManager>
 #include <QSet>
 #include <QTextBrowser>
+#include <QTimer>
 #include <QUrl>
 #include <QVariant>
 
@@ -16,7 +18,7 @@ class QNetworkReply;
 /// What a render asks for and is not there yet shows as nothing; when the last pending download has
 /// finished, the document is rendered once more at the same scroll position. Everything is fetched once
 /// and kept until clear(); at most five downloads run at a time, each for at most five seconds and
-/// of at most 32 MB, and none begins any more once 512 MB are kept.
+/// of at most 32 MB. With pictures decoded, at most 512 MB are kept; what is more does not show.
 class SimpleWebViewer : public QTextBrowser
 {
     Q_OBJECT
@@ -35,10 +37,10 @@ public:
     /// Aborts every pending download; each counts as failed.
     void abort();
 
-    /// Shows HTML; a message in its place where the toolkit could not lay it out in a bounded time.
+    /// Shows HTML; a message in its place where Qt's layout of it would not end.
     void setHtml(const QString &html);
 
-    /// Renders anew and keeps the scroll position.
+    /// Renders again and keeps the scroll position.
     void reload() override;
 
 public slots:
@@ -55,18 +57,26 @@ private slots:
     void onReplyFinished(QNetworkReply *reply);
 
 private:
+    [[nodiscard]] QVariant localFile(const QUrl &name) const;
+    void decode(const QUrl &url, const QByteArray &bytes);
     [[nodiscard]] QUrl foundInSearchPaths(const QUrl &name) const;
     void store(const QNetworkReply &reply, const QVariant &value);
     void setCached(const QUrl &url, const QVariant &value);
-    [[nodiscard]] bool canBeLaidOut() const;
-    void onContentsChange();
+    [[nodiscard]] static QString tooLarge();
+    bool canBeLaidOut();
     void withholdLayout();
     void replaceWithheld();
     void showTooLarge();
+    void onContentsChange();
+    void tryAgain();
 
     QSet<QNetworkReply *> replies; // pending; owned by the manager
-    QNetworkAccessManager manager;
+    BoundedNetwork manager;
     QMap<QUrl, QVariant> cache; // invalid while pending or failed, else bytes, a decoded picture or a page
-    qint64 cachedBytes = 0; // in the cache
+    BoundedResources *resources;
+    bool isFull = false; // a picture did not fit into what may be kept
+    QString shownHtml; // as it was set
+    bool isRefused = false; // the message shows in the place of what was set
+    QTimer retry; // of what was refused, in another width or font
     std::optional<QSizeF> withheldPageSize; // of the document, while its content is not to be laid out
 };
