@@ -33,6 +33,7 @@ private slots:
     void exportOutThroughALink();
     void exportThroughALink_data();
     void exportThroughALink();
+    void exportToAPipe();
     void exportBesideTheSources_data();
     void exportBesideTheSources();
     void exportWithoutAllFiles();
@@ -201,7 +202,6 @@ void TestCliExport::exportOutThroughALink_data()
     QTest::newRow("through the folder above") << u"elsewhere/../precious"_s << u"precious"_s << index;
     QTest::newRow("link with another folder on its way")
         << u"../precious"_s << u"precious"_s << u"out/elsewhere/../out/index.json"_s;
-    QTest::newRow("device") << u"/dev/null"_s << u"/dev/null"_s << index;
 }
 
 void TestCliExport::exportOutThroughALink()
@@ -239,6 +239,18 @@ void TestCliExport::exportThroughALink_data()
     QTest::newRow("out and in again") << u"../out/old.json"_s << u"out/index.json"_s << u"out/old.json"_s;
     QTest::newRow("in the folder of a link") << u"old.json"_s << u"alias/index.json"_s << u"out/old.json"_s;
     QTest::newRow("only the folder is a link") << u"old.json"_s << u"alias/sub/old.json"_s << u"out/sub/old.json"_s;
+}
+
+void TestCliExport::exportToAPipe()
+{
+#ifdef Q_OS_LINUX
+    makeClock();
+    const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, u"/dev/stdout"_s});
+    QCOMPARE(outcome.code, 0);
+    QVERIFY(outcome.out.startsWith("{\n    \"applications\": [\n"));
+#else
+    QSKIP("There is no such device on this system");
+#endif
 }
 
 void TestCliExport::exportThroughALink()

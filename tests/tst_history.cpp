@@ -81,6 +81,9 @@ private slots:
     void otherFilesInTheFolderStay();
     void oneDraftOfEachFile();
     void draftOfAnEarlierProcess();
+    void draftIsLeftWhileNothingIsWritten();
+    void draftTakesNoOthersPlace();
+    void draftThroughADanglingLink();
     void lastDraftTakesItsFolderAlong();
     void sameUnsavedTextIsKeptOnce();
 
@@ -360,14 +363,59 @@ void TestHistory::draftOfAnEarlierProcess()
     drafts.remove(file());
     QCOMPARE(keptContents(file()), QList<QByteArray>{"typed before"});
 
-    // One that was restored meanwhile is nobody's loss.
+    // One that was restored meanwhile is no longer needed.
     {
         Drafts ofAProcessThatDied;
         ofAProcessThatDied.keep(folder->path(u"other.txt"_s), "restored");
     }
     folder->write(u"other.txt"_s, "restored");
-    Drafts().remove(folder->path(u"other.txt"_s));
+    Drafts().removeSaved(folder->path(u"other.txt"_s));
     QVERIFY(originPath(folder->path(u"other.txt"_s)).isEmpty());
+}
+
+void TestHistory::draftIsLeftWhileNothingIsWritten()
+{
+    Drafts ofAnotherProcess;
+    ofAnotherProcess.keep(file(), "typed");
+    Drafts().remove(file());
+    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Draft);
+    Drafts().removeSaved(file());
+    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Unsaved);
+}
+
+void TestHistory::draftTakesNoOthersPlace()
+{
+    // A draft is there whenever a save prunes, and is removed after it.
+    keepUnsaved(file(), "precious");
+    for (int i = 0; i < 55; ++i) {
+        Drafts drafts;
+        drafts.keep(file(), "draft");
+        folder->write(u"file.txt"_s, QByteArray::number(i));
+        keepReplaced(file(), "next");
+        drafts.removeSaved(file());
+    }
+    QVERIFY(keptContents(file()).contains("precious"));
+
+    folder->write(u"only.txt"_s, "the only version");
+    const QString only = folder->path(u"only.txt"_s);
+    keepReplaced(only, "next");
+    Drafts drafts;
+    drafts.keep(only, "draft");
+    makeSparse(versionPath(file(), nameOf(today().addDays(1))), 300'000'000);
+    keepUnsaved(folder->path(u"other.txt"_s), "prunes");
+    drafts.remove(only);
+    QCOMPARE(keptContents(only), QList<QByteArray>{"the only version"});
+}
+
+void TestHistory::draftThroughADanglingLink()
+{
+    folder->link(folder->path(u"real/file.txt"_s), u"link.txt"_s);
+    folder->makeFolder(u"real"_s);
+    Drafts drafts;
+    drafts.keep(folder->path(u"link.txt"_s), "draft");
+    folder->write(u"real/file.txt"_s, "saved");
+    drafts.removeSaved(folder->path(u"link.txt"_s));
+    QCOMPARE(countInHistory(), 0);
 }
 
 void TestHistory::lastDraftTakesItsFolderAlong()

@@ -219,7 +219,7 @@ void TestMainWindowApps::shorterProjectHasNoCurrentApp()
     openShorterProject();
     QCOMPARE(listedApps(), QStringList({u"Clock"_s, u"Lamp"_s}));
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
-    // What is typed into a form of nobody is stored nowhere.
+    // What is typed into the form of no app is not stored.
     QVERIFY(!isEnabled("tabWidget"));
     for (const char *field : {"appName1_1", "author", "version", "icon"})
         QCOMPARE(text(field), QString());

@@ -34,8 +34,8 @@ private slots:
     void descriptionIsDrafted();
     void recordsAreDrafted();
     void draftIsReplaced();
-    void draftGoesWhenTheFileIsSaved_data();
-    void draftGoesWhenTheFileIsSaved();
+    void draftIsRemovedWhenTheFileIsSaved_data();
+    void draftIsRemovedWhenTheFileIsSaved();
     void lookingLeavesNoDraft();
     void undoneTextLeavesNoDraft();
     void draftOfRecordsThatWereSavedMeanwhile();
@@ -128,7 +128,7 @@ void TestMainWindowDrafts::draftIsReplaced()
     QCOMPARE(reasons(page), QStringList{u"draft"_s});
 }
 
-void TestMainWindowDrafts::draftGoesWhenTheFileIsSaved_data()
+void TestMainWindowDrafts::draftIsRemovedWhenTheFileIsSaved_data()
 {
     QTest::addColumn<QString>("route");
     QTest::newRow("Save") << u"save"_s;
@@ -137,7 +137,7 @@ void TestMainWindowDrafts::draftGoesWhenTheFileIsSaved_data()
     QTest::newRow("another app") << u"app"_s;
 }
 
-void TestMainWindowDrafts::draftGoesWhenTheFileIsSaved()
+void TestMainWindowDrafts::draftIsRemovedWhenTheFileIsSaved()
 {
     QFETCH(QString, route);
     open();
@@ -261,7 +261,7 @@ void TestMainWindowDrafts::endOfTheProcess()
     const QString typedInto = folder->path(u"project/de.html"_s);
     QProcess editor;
     startEditor(&editor, u"typist"_s);
-    // Nothing is left to be written when a process is killed, so the drafts have to be there before.
+    // A process that is killed writes nothing any more, so the drafts have to be there before.
     if (number == SIGKILL)
         QTRY_VERIFY_WITH_TIMEOUT(keptContents(csv).size() == 1 && keptContents(typedInto).size() == 1, LONGEST_WAIT);
     QCOMPARE(::kill(static_cast<pid_t>(editor.processId()), number), 0);

@@ -42,6 +42,8 @@ private slots:
     void publishThroughLink();
     void publishOverAFileOfTheCatalogue_data();
     void publishOverAFileOfTheCatalogue();
+    void publishOverAListedIndex();
+    void publishOverAFileThatCannotBeKept();
     void publishOverAFormerIndex();
 
     void saysWhatWasDone();
@@ -370,6 +372,29 @@ void TestMainWindowProject::publishOverAFileOfTheCatalogue()
     QCOMPARE(keptContents(folder->path(QStringLiteral("project/") + file)), QList<QByteArray>{content});
 }
 
+// It may be the data of an app.
+void TestMainWindowProject::publishOverAListedIndex()
+{
+    const QByteArray data = "{\n    \"applications\": [\n        my own data\n";
+    startWith(TWO_APPS);
+    folder->write(QStringLiteral("project/a.txt"), data);
+    answers->chooseFile(folder->path(QStringLiteral("project/a.txt")));
+    answers->press(QMessageBox::Yes);
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(keptContents(folder->path(QStringLiteral("project/a.txt"))), QList<QByteArray>{data});
+}
+
+void TestMainWindowProject::publishOverAFileThatCannotBeKept()
+{
+    startWith(TWO_APPS);
+    QVERIFY(QFile::resize(folder->path(QStringLiteral("project/a.txt")), 200'000'001));
+    answers->chooseFile(folder->path(QStringLiteral("project/a.txt")));
+    answers->press(QMessageBox::Yes);
+    clickTool(*window, "actionSave_generate_JSON");
+    QCOMPARE(QFileInfo(folder->path(QStringLiteral("project/a.txt"))).size(), 200'000'001);
+    QCOMPARE(window->statusBar()->currentMessage(), QString());
+}
+
 void TestMainWindowProject::publishOverAFormerIndex()
 {
     startWith(TWO_APPS);
@@ -443,6 +468,16 @@ void TestMainWindowProject::saysNothingAfterASilentFailure()
     clickTool(*window, "actionSave_generate_JSON");
     QCOMPARE(window->statusBar()->currentMessage(), QString());
     QVERIFY(!QGuiApplication::overrideCursor());
+
+    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    showTab(*window, "tabDescription");
+    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("x"));
+    QVERIFY(QFile::remove(folder->path(QStringLiteral("project/en.html"))));
+    folder->makeFolder(QStringLiteral("project/en.html"));
+    clickTool(*window, "actionSave");
+    QCOMPARE(window->statusBar()->currentMessage(), QString());
+    QCOMPARE(keptContents(folder->path(QStringLiteral("project/en.html"))), QList<QByteArray>{"x<p>text</p>"});
 }
 
 void TestMainWindowProject::repositoryUrl_data()

@@ -3,6 +3,8 @@
 #include "historyfiles.h"
 #include "testrunner.h"
 
+#include <QScopeGuard>
+
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +22,9 @@ private slots:
     void textIsSavedLater();
     void closing_data();
     void closing();
+    void draftIsTriedAgain();
+    void closingWithoutAHistory();
+    void lookingAtAFileHoldsNothing();
     void closingAfterRecordsThatCouldNotBeSaved();
     void closingWithNo();
     void recordsOfAnotherProject();
@@ -75,6 +80,8 @@ void TestMainWindowUnsaved::textIsSavedLater_data()
     QTest::newRow("another row, closing") << u"row"_s << u"close"_s;
     QTest::newRow("Auto-save, closing") << u"auto-save"_s << u"close"_s;
     QTest::newRow("Save, closing") << u"save"_s << u"close"_s;
+    QTest::newRow("another row, end of the process") << u"row"_s << u"signal"_s;
+    QTest::newRow("another row, nothing more") << u"row"_s << u"wait"_s;
 }
 
 void TestMainWindowUnsaved::textIsSavedLater()
@@ -95,7 +102,9 @@ void TestMainWindowUnsaved::textIsSavedLater()
             click(*window, "btnAutosave");
         else if (route == u"save")
             clickTool(*window, "actionSave");
-        else
+        else if (route == u"signal")
+            window->writeDrafts();
+        else if (route == u"close")
             window->close();
     };
     if (failing == u"save")
@@ -105,7 +114,7 @@ void TestMainWindowUnsaved::textIsSavedLater()
     QVERIFY(!autoSaveIsEnabled());
     freeTheDisk();
     go(later);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), "typed " + CZ);
+    QTRY_COMPARE(folder->read(u"doc/cz.html"_s), "typed " + CZ);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
     QVERIFY(answers->shown.isEmpty());
 }
@@ -165,6 +174,50 @@ void TestMainWindowUnsaved::closing()
     }
     if (triesAgain)
         QCOMPARE(folder->read(u"doc/cz.html"_s), "typed " + CZ);
+}
+
+void TestMainWindowUnsaved::draftIsTriedAgain()
+{
+    open();
+    openFile(0);
+    fillTheDisk();
+    typeText(u"typed "_s);
+    window->writeDrafts();
+    QVERIFY(keptContents(page()).isEmpty());
+    freeTheDisk();
+    QTRY_COMPARE(keptContents(page()), QList<QByteArray>{"typed " + CZ});
+    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+}
+
+// Only the history is broken: whoever tries again wants the text in its file.
+void TestMainWindowUnsaved::closingWithoutAHistory()
+{
+    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
+    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
+    folder->write(u"data"_s, "no folder");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    open();
+    openFile(0);
+    typeText(u"typed "_s);
+    answers->answer([this](QWidget *box) {
+        QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
+        QTest::keyClick(box, Qt::Key_Return);
+    });
+    QVERIFY(window->close());
+    QCOMPARE(answers->shown.size(), 1);
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "typed " + CZ);
+}
+
+void TestMainWindowUnsaved::lookingAtAFileHoldsNothing()
+{
+    folder->write(u"doc/cz.html"_s, "a\r\nb\r\n");
+    open();
+    openFile(0);
+    fillTheDisk();
+    openFile(1);
+    QVERIFY(window->close());
+    QVERIFY(answers->shown.isEmpty());
+    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("a\r\nb\r\n"));
 }
 
 void TestMainWindowUnsaved::closingAfterRecordsThatCouldNotBeSaved()

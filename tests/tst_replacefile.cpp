@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QTest>
 #include <QThread>
 
@@ -253,10 +254,18 @@ void TestReplaceFile::fileOfSomebodyElseInAStickyFolder()
     QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
     QCOMPARE(::chmod(path.constData(), 0666), 0);
     QCOMPARE(::chmod(QFile::encodeName(folder.path(QStringLiteral("sticky"))).constData(), 01777), 0);
-    {
+    folder.makeFolder(QStringLiteral("data"));
+    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("data")), QFile::Permissions(0x7777)));
+    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
+    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
+    for (const bool hasHistory : {false, true}) {
+        // Written directly it could be torn, so that its old content has to be somewhere.
+        qputenv("XDG_DATA_HOME", QFile::encodeName(folder.path(hasHistory ? QStringLiteral("data")
+                                                                          : QStringLiteral("sticky/file.txt"))));
         const OrdinaryUser user;
         QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
-        QVERIFY(replaceFile(QFile::decodeName(path), "new", LineEnds::AsGiven));
+        QCOMPARE(replaceFile(QFile::decodeName(path), "new", LineEnds::AsGiven), hasHistory);
+        QCOMPARE(readFile(QFile::decodeName(path)), hasHistory ? QByteArray("new") : QByteArray("old"));
     }
     QCOMPARE(folder.read(QStringLiteral("sticky/file.txt")), QByteArray("new"));
     QCOMPARE(QFileInfo(QFile::decodeName(path)).ownerId(), 12345U);

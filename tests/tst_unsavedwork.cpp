@@ -28,6 +28,7 @@ private slots:
     void laterCopyOfAnotherFile();
     void laterDraftOfAnotherFile();
     void copyThatWaitsForRoom();
+    void copyThatIsSavedLater();
     void newerTextTakesThePlace();
     void fileOfSomebodyElse();
     void draftIsRemoved();
@@ -114,7 +115,7 @@ void TestUnsavedWork::laterCopyOfAnotherFile()
     refuseHistory();
     QVERIFY(!work.save(file(), "text"));
     allowHistory();
-    work.copy(other(), "other");
+    work.copy(other(), "other", UnsavedWork::Later::Copy);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
     QCOMPARE(keptContents(other()), QList<QByteArray>{"other"});
     QVERIFY(work.heldFiles().isEmpty());
@@ -135,12 +136,24 @@ void TestUnsavedWork::copyThatWaitsForRoom()
 {
     folder->write(u"file.html"_s, "saved");
     refuseHistory();
-    work.copy(file(), "not to be saved");
+    work.copy(file(), "not to be saved", UnsavedWork::Later::Copy);
     QCOMPARE(work.heldFiles(), QStringList{file()});
     allowHistory();
     work.tryAgain();
     QCOMPARE(folder->read(u"file.html"_s), QByteArray("saved"));
     QCOMPARE(keptContents(file()), QList<QByteArray>{"not to be saved"});
+    QVERIFY(work.heldFiles().isEmpty());
+}
+
+void TestUnsavedWork::copyThatIsSavedLater()
+{
+    folder->write(u"file.html"_s, "saved");
+    refuseHistory();
+    work.copy(file(), "to be saved after all", UnsavedWork::Later::Save);
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("saved"));
+    QCOMPARE(work.heldFiles(), QStringList{file()});
+    work.tryAgain();
+    QCOMPARE(folder->read(u"file.html"_s), QByteArray("to be saved after all"));
     QVERIFY(work.heldFiles().isEmpty());
 }
 
@@ -152,7 +165,7 @@ void TestUnsavedWork::newerTextTakesThePlace()
     QVERIFY(!work.save(file(), "newer"));
     QCOMPARE(work.held(file()), QByteArray("newer"));
     // A text that was to be saved once still is when it is only to be copied the next time.
-    work.copy(file(), "newest");
+    work.copy(file(), "newest", UnsavedWork::Later::Copy);
     QCOMPARE(work.held(file()), QByteArray("newest"));
     allowSaving();
     work.tryAgain();
@@ -184,7 +197,7 @@ void TestUnsavedWork::draftIsRemoved()
     QCOMPARE(countInHistory(), 0);
 
     work.keepDraft(file(), "draft");
-    work.copy(file(), "copied");
+    work.copy(file(), "copied", UnsavedWork::Later::Copy);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"copied"});
 
     QVERIFY(QFile::remove(file()));

@@ -52,23 +52,19 @@ QString systemReason(int error)
 /// Why an index must not be written to a file: it is one that the catalogue is made of.
 QString sourceProblem(const QString &output, const AppConfigModel &model, const QString &project)
 {
-    const QString target = QFileInfo(output).canonicalFilePath();
-    const QDir folder(QFileInfo(project).absoluteDir().canonicalPath());
-    if (!QFileInfo(target).isFile())
+    if (!isSourceOfIndex(output, model.apps, project))
         return {};
-    if (target == QFileInfo(project).canonicalFilePath())
-        return output + QStringLiteral(": Is the catalogue itself");
-    // With the whole folder its former index is listed too.
-    const bool isFormerIndex = target == folder.filePath(INDEX_FILE_NAME);
-    return !isFormerIndex && isNamedByIndex(output, model.apps, folder.path())
-               ? output + QStringLiteral(": Is a file of the catalogue")
-               : QString();
+    const bool isProject = QFileInfo(output).canonicalFilePath() == QFileInfo(project).canonicalFilePath();
+    return output
+           + (isProject ? QStringLiteral(": Is the catalogue itself") : QStringLiteral(": Is a file of the catalogue"));
 }
 
 /// Why an index must not be written through a link, which a catalogue may have brought along.
 QString linkProblem(const QString &output)
 {
-    const QString target = targetOutside(output);
+    const QFileInfo file(output);
+    const bool isDevice = file.exists() && !file.isFile();
+    const QString target = isDevice ? QString() : targetOutside(output);
     return target.isEmpty() ? QString()
                             : output + QStringLiteral(": Is a link that leads out of its folder, to ") + target;
 }

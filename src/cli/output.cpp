@@ -89,8 +89,7 @@ QString asText(const QList<ProjectVersion> &versions)
     for (const ProjectVersion &one : versions) {
         text += QStringLiteral("%1  %2  %3  %4  %5\n")
                     .arg(one.version.time.toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
-                         reasonName(one.version.reason).leftJustified(8),
-                         visible(one.entry()), visible(one.place));
+                         reasonName(one.version.reason).leftJustified(8), visible(one.entry()), visible(one.place));
     }
     return text;
 }

@@ -1,5 +1,6 @@
 #include "io/history.h"
 
+#include "io/linktarget.h"
 #include "io/platform.h"
 #include "io/wholefile.h"
 
@@ -32,8 +33,8 @@ QString canonical(const QString &path)
     QString known = info.canonicalFilePath();
     if (!known.isEmpty())
         return known;
-    const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
-    return folder.isEmpty() ? info.absoluteFilePath() : QDir(folder).filePath(info.fileName());
+    const QString target = behindLinks(path);
+    return target.isEmpty() ? info.absoluteFilePath() : target;
 }
 
 /// Leaves room for the time and the reason in a name of 255 bytes.
@@ -151,16 +152,20 @@ Reason reasonOf(const QString &versionName)
     return Reason::Replaced;
 }
 
-/// Tells the newest version and the newest unsaved text of each file, which may be all that is left of somebody's work.
-/// To be asked for every version, the newest first.
-class Newest
+/// What is never removed: drafts, and of each file the newest version and the newest unsaved text, which may be all
+/// that is left of somebody's work. To be asked for every version, the newest first.
+class Lasting
 {
 public:
-    bool contains(const QFileInfo &version)
+    bool add(const QFileInfo &version)
     {
+        const Reason reason = reasonOf(version.fileName());
+        // A draft is no version yet: the next one takes its place.
+        if (reason == Reason::Draft)
+            return true;
         const QString folder = version.path();
         const bool isNewest = isFirst(folder, &newest);
-        return (reasonOf(version.fileName()) != Reason::Replaced && isFirst(folder, &newestUnsaved)) || isNewest;
+        return (reason == Reason::Unsaved && isFirst(folder, &newestUnsaved)) || isNewest;
     }
 
 private:
@@ -178,21 +183,21 @@ private:
 // By their order only: a date may come from a clock that was wrong.
 void removeOld(const QString &fileFolder)
 {
-    Newest ofFile;
+    Lasting ofFile;
     qsizetype count = 0;
     const QFileInfoList versionsOfFile = versions(fileFolder);
     for (const QFileInfo &version : versionsOfFile) {
-        if (!ofFile.contains(version) && count >= MAX_VERSIONS)
+        if (!ofFile.add(version) && count >= MAX_VERSIONS)
             removeVersion(version);
         ++count;
     }
 
-    Newest ofAll;
+    Lasting ofAll;
     qint64 bytes = 0;
     const QFileInfoList all = versions(historyFolder());
     for (const QFileInfo &version : all) {
         bytes += version.size();
-        if (!ofAll.contains(version) && bytes > MAX_BYTES)
+        if (!ofAll.add(version) && bytes > MAX_BYTES)
             removeVersion(version);
     }
 }
@@ -288,32 +293,37 @@ bool keepUnsaved(const QString &path, const QByteArray &content)
     return holds(path, content) || isLastUnsaved(file, content) || keep(file, content, Reason::Unsaved, Pruning::Now);
 }
 
-void Drafts::keep(const QString &path, const QByteArray &content)
+bool Drafts::keep(const QString &path, const QByteArray &content)
 {
     const QString file = canonical(path);
     keepThoseOfOthers(file);
     const QString draft = keepInFolder(file, content, Reason::Draft);
     if (draft.isEmpty())
-        return;
+        return false;
     const QString before = std::exchange(own[file], draft);
     if (!before.isEmpty())
         QFile::remove(before);
+    return true;
 }
 
 void Drafts::remove(const QString &path)
 {
-    const QString file = canonical(path);
-    keepThoseOfOthers(file);
-    const QString draft = std::exchange(own[file], QString());
+    const QString draft = own.take(canonical(path));
     if (!draft.isEmpty())
         removeVersion(QFileInfo(draft));
 }
 
+void Drafts::removeSaved(const QString &path)
+{
+    keepThoseOfOthers(canonical(path));
+    remove(path);
+}
+
 void Drafts::keepThoseOfOthers(const QString &file)
 {
-    if (own.contains(file))
+    if (settled.contains(file))
         return;
-    own.insert(file, QString());
+    settled.insert(file);
     const QFileInfoList all = versions(folderOf(file));
     for (const QFileInfo &version : all) {
         const QString name = version.fileName();

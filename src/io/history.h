@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -11,8 +12,8 @@
 // project, in the user's data folder, readable by the owner only; docs/reliability.md says where and how to get
 // a file back. A history that cannot be written is passed over with a debug message.
 //
-// Of each file the newest 50 versions are kept, and 200 MB in all; the newest version and the newest unsaved text of
-// each file stay in any case.
+// Of each file the newest 50 versions are kept, and 200 MB in all. Drafts, the newest version and the newest unsaved
+// text of each file stay in any case.
 
 /// The folder of the history. It need not exist.
 [[nodiscard]] QString historyFolder();
@@ -37,16 +38,20 @@ bool keepUnsaved(const QString &path, const QByteArray &content);
 class Drafts
 {
 public:
-    /// Replaces the draft of a file. Where that fails, the one before stays.
-    void keep(const QString &path, const QByteArray &content);
+    /// Replaces the draft of a file. False when that failed; the one before then stays.
+    bool keep(const QString &path, const QByteArray &content);
 
-    /// To be called when the content is saved, or kept in another way.
+    /// For a file that has nothing unsaved any more.
     void remove(const QString &path);
+
+    /// For a file that was saved.
+    void removeSaved(const QString &path);
 
 private:
     void keepThoseOfOthers(const QString &file);
 
-    QHash<QString, QString> own; ///< by the file's canonical path; empty when it has none
+    QHash<QString, QString> own; ///< by the file's canonical path
+    QSet<QString> settled; ///< canonical paths of files whose drafts are all of this window
 };
 
 enum class Reason {

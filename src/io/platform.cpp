@@ -59,7 +59,7 @@ void sendTermination(int number)
 }
 
 /// Opens what is a regular file, even when it has just taken the place of another one; -1 when that fails.
-/// Of a pipe the writer would be waited for, and some files of the system are read like one.
+/// Opening a pipe would wait for its writer, and some files of the system are like a pipe.
 int openRegular(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);

@@ -21,8 +21,8 @@ class QObject;
 /// A path for the standard library, which throws at texts that are not Unicode, such as halves of letters.
 [[nodiscard]] std::filesystem::path systemPath(const QString &path);
 
-/// Opens a regular file for reading, unbuffered and without waiting for anything; the file may forget its name. Returns
-/// the reason why it cannot be opened, which is empty when it is open.
+/// Opens a regular file for reading, unbuffered and without waiting for anything; fileName() may be empty afterwards.
+/// Returns the reason why it cannot be opened, which is empty when it is open.
 [[nodiscard]] QString openRegularFile(QFile *file);
 
 /// A regular file that is read once, from its beginning to its end. Where there is POSIX the toolkit's own is not used:

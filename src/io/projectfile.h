@@ -45,7 +45,7 @@ class ProjectBuilder
 public:
     explicit ProjectBuilder(QList<AppConfig> records);
 
-    /// False when there is no other line.
+    /// False when there is no further line.
     bool addLine();
 
     QByteArray content;

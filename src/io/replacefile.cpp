@@ -57,11 +57,10 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         if (!writeAll(staged, bytes) || !reachedDisk(staged))
             return false;
         // Only now, so that the copy cannot take the last room on the disk.
-        if (replaced == Replaced::IsKept)
-            keepReplaced(path, bytes);
+        const bool isKept = replaced == Replaced::IsKeptAlready || keepReplaced(path, bytes);
         if (staged.commit())
             return namesReachedDisk(file.path());
-        return file.exists() && writeDirectly(file, bytes);
+        return isKept && file.exists() && writeDirectly(file, bytes);
     }
 
     if ((!isNameTooLong && QFileInfo(file.path()).isWritable()) || (file.exists() && !file.isWritable()))

@@ -194,6 +194,15 @@ bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QSt
     return isNamed;
 }
 
+bool isSourceOfIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectFile)
+{
+    const QString target = QFileInfo(file).canonicalFilePath();
+    const QString folder = QFileInfo(projectFile).absoluteDir().canonicalPath();
+    if (!QFileInfo(target).isFile() || target == folder + QLatin1Char('/') + INDEX_FILE_NAME)
+        return false;
+    return target == QFileInfo(projectFile).canonicalFilePath() || isNamedByIndex(target, apps, folder);
+}
+
 bool isRepositoryIndex(const QString &file)
 {
     const QByteArray begin = "{\n    \"applications\": [";

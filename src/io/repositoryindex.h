@@ -45,6 +45,10 @@ void walkListedPath(const QString &listed, const QString &projectDir, const Walk
 /// is published, under its own name or through a link. The folder's path is canonical.
 [[nodiscard]] bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir);
 
+/// Whether an existing file is one that the catalogue is made of: the project file, or one that the index names. A
+/// former index is none, though it may be listed with the whole project folder.
+[[nodiscard]] bool isSourceOfIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectFile);
+
 /// Whether a file begins as every index does.
 [[nodiscard]] bool isRepositoryIndex(const QString &file);
 

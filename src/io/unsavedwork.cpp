@@ -2,38 +2,36 @@
 
 #include "io/replacefile.h"
 
-#include <utility>
-
 bool UnsavedWork::save(const QString &path, const QByteArray &content)
 {
     nowhere.remove(path);
     tryAgain();
     if (replaceFile(path, content, LineEnds::AsGiven)) {
-        drafts.remove(path);
+        drafts.removeSaved(path);
         return true;
     }
     if (keepUnsaved(path, content))
         drafts.remove(path);
     else
-        nowhere.insert(path, {content, true});
+        nowhere.insert(path, {content, Later::Save});
     return false;
 }
 
-void UnsavedWork::copy(const QString &path, const QByteArray &content)
+void UnsavedWork::copy(const QString &path, const QByteArray &content, Later later)
 {
     // It is saved all the same when that was wanted before, and failed.
-    const Held work{content, nowhere.take(path).isToBeSaved};
+    const Held before = nowhere.take(path);
     tryAgain();
-    if (isOnDisk(path, work))
+    if (before.later == Later::Save ? writeHeld(path, {content, Later::Save}) : keepUnsaved(path, content))
         drafts.remove(path);
     else
-        nowhere.insert(path, work);
+        nowhere.insert(path, {content, before.later == Later::Save ? Later::Save : later});
 }
 
-void UnsavedWork::keepDraft(const QString &path, const QByteArray &content)
+bool UnsavedWork::keepDraft(const QString &path, const QByteArray &content)
 {
     tryAgain();
-    drafts.keep(path, content);
+    return drafts.keep(path, content);
 }
 
 void UnsavedWork::removeDraft(const QString &path)
@@ -41,18 +39,23 @@ void UnsavedWork::removeDraft(const QString &path)
     drafts.remove(path);
 }
 
+void UnsavedWork::fileWasSaved(const QString &path)
+{
+    drafts.removeSaved(path);
+}
+
 void UnsavedWork::stopSaving(const QString &path)
 {
     const auto found = nowhere.find(path);
     if (found != nowhere.end())
-        found->isToBeSaved = false;
+        found->later = Later::Copy;
 }
 
 void UnsavedWork::tryAgain()
 {
     QMap<QString, Held> still;
     for (auto work = nowhere.cbegin(); work != nowhere.cend(); ++work) {
-        if (isOnDisk(work.key(), *work))
+        if (writeHeld(work.key(), *work))
             drafts.remove(work.key());
         else
             still.insert(work.key(), *work);
@@ -60,9 +63,10 @@ void UnsavedWork::tryAgain()
     nowhere = still;
 }
 
-bool UnsavedWork::isOnDisk(const QString &path, const Held &work)
+bool UnsavedWork::writeHeld(const QString &path, const Held &work)
 {
-    return (work.isToBeSaved && replaceFile(path, work.content, LineEnds::AsGiven)) || keepUnsaved(path, work.content);
+    return (work.later == Later::Save && replaceFile(path, work.content, LineEnds::AsGiven))
+           || keepUnsaved(path, work.content);
 }
 
 std::optional<QByteArray> UnsavedWork::held(const QString &path) const

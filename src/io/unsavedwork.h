@@ -9,25 +9,34 @@
 
 #include <optional>
 
-/// Sees to it that what was typed in one window is somewhere on the disk: in its file, or else in the history. What
-/// got into neither is held in memory under the path of its file, and is tried again whenever something else is saved
-/// or copied.
+/// Makes sure that what was typed in one window is somewhere on the disk: in its file, or else in the history. What
+/// could be written to neither is held in memory under the path of its file, and is tried again whenever something else
+/// is saved, copied or drafted.
 class UnsavedWork
 {
 public:
+    enum class Later {
+        Copy,
+        Save,
+    };
+
     /// Replaces a file's content. False when that failed; the content is then in the history, or held.
     bool save(const QString &path, const QByteArray &content);
 
-    /// Copies into the history what a file is not to be saved with now, or holds it until there is room for the copy.
-    void copy(const QString &path, const QByteArray &content);
+    /// Copies into the history what a file is not to be saved with now. Without room for the copy it is held, and
+    /// then copied or saved later.
+    void copy(const QString &path, const QByteArray &content, Later later);
 
-    /// Keeps what a file would be saved with, for the case that the process ends.
-    void keepDraft(const QString &path, const QByteArray &content);
+    /// Keeps what a file would be saved with, for the case that the process ends. False when that failed.
+    bool keepDraft(const QString &path, const QByteArray &content);
 
-    /// To be called when the content was saved, or copied, elsewhere.
+    /// For a file that has nothing unsaved any more.
     void removeDraft(const QString &path);
 
-    /// Somebody else gives a file another content: what is held of it is only to be copied from now on.
+    /// For a file that was saved in another way.
+    void fileWasSaved(const QString &path);
+
+    /// For a file that gets another content: what is held of it is only to be copied from now on.
     void stopSaving(const QString &path);
 
     /// Tries once more to save or to copy what is held.
@@ -43,10 +52,10 @@ private:
     struct Held
     {
         QByteArray content;
-        bool isToBeSaved = false;
+        Later later = Later::Copy;
     };
 
-    bool isOnDisk(const QString &path, const Held &work);
+    bool writeHeld(const QString &path, const Held &work);
 
     QMap<QString, Held> nowhere;
     Drafts drafts;

@@ -10,7 +10,7 @@ inline constexpr qint64 LARGEST_RESOURCE = 32'000'000; ///< a picture or style s
 inline constexpr qint64 LARGEST_DESCRIPTION = 64'000'000;
 inline constexpr qint64 LARGEST_CATALOGUE = 1'000'000'000; ///< Apps.csv, an index, a version in the history
 
-/// The content of a regular file; nothing when it cannot be opened or not be read to its end, or has more bytes than
+/// The content of a regular file; nothing when it cannot be opened, or not read to its end, or has more bytes than
 /// @p most. The problem is then "FILE: WHY", with the system's reason where it gave one.
 /// Nothing is waited for: pipes and devices are refused.
 [[nodiscard]] std::optional<QByteArray> readWholeFile(const QString &path, qint64 most, QString *problem = nullptr);

@@ -7,6 +7,8 @@
 #include <QPushButton>
 #include <QShortcut>
 
+#include <algorithm>
+
 FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget *parent)
     : QDialog(parent), folderMode(filters.isEmpty()), ui(std::make_unique<Ui::FileDialog>())
 {
@@ -26,9 +28,12 @@ FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget 
         ui->treeView->setModel(model);
         ui->treeView->setRootIndex(model->index(model->rootPath()));
         // Qt's width has room for the first letters of most names.
-        connect(
-            model, &QFileSystemModel::directoryLoaded, ui->treeView,
-            [this] { ui->treeView->resizeColumnToContents(0); }, Qt::SingleShotConnection);
+        const auto showWholeNames = [view = ui->treeView] {
+            const int width = view->columnWidth(0);
+            view->resizeColumnToContents(0);
+            view->setColumnWidth(0, std::max(width, view->columnWidth(0)));
+        };
+        connect(model, &QFileSystemModel::directoryLoaded, ui->treeView, showWholeNames, Qt::SingleShotConnection);
     }
     const auto *space = new QShortcut(Qt::Key_Space, ui->treeView, nullptr, nullptr, Qt::WidgetShortcut);
     connect(space, &QShortcut::activated, ui->treeView,

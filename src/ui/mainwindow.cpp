@@ -177,6 +177,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
     writeSettings();
     event->accept();
     finishTableEdit();
+    work.tryAgain();
     if (model.modified) {
         const auto answer = QMessageBox::question(this, tr("Save data"), tr("Save application data before quitting?"),
                                                   QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
@@ -209,12 +210,11 @@ void MainWindow::keepRecordsThatFailed()
 void MainWindow::keepUnsavedRecords()
 {
     if (model.modified)
-        work.copy(projectPath(), projectContent(model.apps));
+        work.copy(projectPath(), projectContent(model.apps), UnsavedWork::Later::Copy);
 }
 
 void MainWindow::settleUnsavedWork()
 {
-    work.tryAgain();
     while (!work.heldFiles().isEmpty()) {
         QStringList files;
         for (const QString &file : work.heldFiles())

@@ -93,7 +93,7 @@ private:
     void readSettings();
     void writeSettings();
     void setAppPath(const QString &path);
-    /// A text for a tool tip, which would take it for HTML if it looked like that.
+    /// Escapes a text that a tool tip would show as HTML.
     [[nodiscard]] static QString plainToolTip(const QString &text);
     /// The path of the project file, or the name that it has when there is none yet.
     [[nodiscard]] QString projectPath() const;
@@ -121,13 +121,13 @@ private:
 
     void showDescriptions(const AppConfig &app);
     void setDescriptionPath(const QString &path);
-    void saveCurrenDescription();
+    /// False when the open file could not be saved.
+    bool saveCurrenDescription();
     void keepUnsavedDescription();
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
     /// A code that is still being typed in the table belongs to what is saved.
     void finishTableEdit();
-    /// Closes what a table that was filled again has made current. To be called once the event that changed the code
-    /// is over.
+    /// Makes no row current after a code was edited. To be called once the event that ended the editing is over.
     void leaveCode();
     void showPreview();
     /// Fetches the pictures and style sheets of the preview again.
@@ -153,7 +153,7 @@ private:
     std::unique_ptr<Ui::MainWindow> ui;
     bool isLeavingCode = false; ///< from the change of a code in the table to the end of the event that made it
     UnsavedWork work;
-    QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft
+    QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft, or something is held
     QTimer recordsDraftTimer; ///< the same for the records
     QTimer recordsDraftStep;
     std::optional<RecordsDraft> recordsDraft;

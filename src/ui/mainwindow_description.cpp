@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QScrollBar>
 #include <QSignalBlocker>
 
 #include <optional>
@@ -75,20 +76,31 @@ void MainWindow::setDescriptionPath(const QString &path)
     ui->descriptionEdit->setReadOnly(path.isEmpty());
 }
 
-void MainWindow::saveCurrenDescription()
+bool MainWindow::saveCurrenDescription()
 {
-    if (descriptionPath.isEmpty())
+    bool isSaved = true;
+    const QByteArray text = ui->descriptionEdit->toPlainText().toUtf8();
+    if (descriptionPath.isEmpty()) {
         work.tryAgain();
-    else if (work.save(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8()))
-        ui->descriptionEdit->document()->setModified(false);
+    } else if (!ui->descriptionEdit->document()->isModified()) {
+        // The file holds all of it already, so that nothing is lost when this fails.
+        work.tryAgain();
+        isSaved = replaceFile(descriptionPath, text, LineEnds::AsGiven);
+    } else {
+        isSaved = work.save(descriptionPath, text);
+        ui->descriptionEdit->document()->setModified(!isSaved);
+    }
+    if (!work.heldFiles().isEmpty())
+        descriptionDraftTimer.start();
     ui->btnAutosave->setEnabled(false);
+    return isSaved;
 }
 
 void MainWindow::keepUnsavedDescription()
 {
     // After a save that failed the button is dark.
     if (!descriptionPath.isEmpty() && ui->descriptionEdit->document()->isModified())
-        work.copy(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
+        work.copy(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8(), UnsavedWork::Later::Save);
 }
 
 QMap<QString, QString> MainWindow::tableDescriptions() const
@@ -230,8 +242,11 @@ void MainWindow::showPreview()
 
 void MainWindow::refreshPreview()
 {
+    QScrollBar *bar = ui->descriptionView->verticalScrollBar();
+    const int position = bar->value();
     ui->descriptionView->clear();
     showPreview();
+    bar->setValue(position);
 }
 
 void MainWindow::on_descriptionEdit_textChanged()
@@ -256,7 +271,7 @@ void MainWindow::descriptionUpdated(int row, int column)
         QMetaObject::invokeMethod(this, &MainWindow::leaveCode, Qt::QueuedConnection);
         const QWidget *focus = QApplication::focusWidget();
         if (!focus || ui->tableWidget->viewport()->isAncestorOf(focus)) {
-            // It was a key, which is done with when the editor is closed.
+            // The key that ended the editing does nothing more once the editor is closed.
             connect(ui->tableWidget->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, &MainWindow::leaveCode,
                     Qt::SingleShotConnection);
             // With its editor the focus would leave the table.

@@ -36,14 +36,16 @@ void MainWindow::saveAppsCfg()
     finishTableEdit();
     const QString name = QFileInfo(appPath).fileName();
     bool isSaved = false;
+    bool isDescriptionSaved = false;
     {
         const BusyWindow busy(this, tr("Saving %1").arg(name));
-        saveCurrenDescription();
+        isDescriptionSaved = saveCurrenDescription();
         isSaved = model.save(appPath);
     }
     if (isSaved) {
-        work.removeDraft(appPath);
-        ui->statusBar->showMessage(tr("Saved %1").arg(name), MESSAGE_TIME);
+        work.fileWasSaved(appPath);
+        if (isDescriptionSaved)
+            ui->statusBar->showMessage(tr("Saved %1").arg(name), MESSAGE_TIME);
     } else {
         QMessageBox::critical(this, tr("Error"), tr("Error saving <b>Apps.csv</b> settings"));
     }
@@ -76,8 +78,8 @@ void MainWindow::on_actionOpen_project_triggered()
 {
     saveCurrenDescription();
     setDescriptionPath({});
-    // The current row too, as a click on it would not open its file again. Of what is current the table would only
-    // toggle the selection while the Ctrl of a shortcut is held.
+    // The current row too, as a click on it would not open its file again. While the Ctrl of a shortcut is held, the
+    // table would only toggle the selection of the current cell.
     ui->tableWidget->selectionModel()->clear();
     ui->descriptionEdit->clear();
 
@@ -126,8 +128,9 @@ void MainWindow::publish(const QString &path)
                                        english().formattedDataSize(now.bytes, 0, QLocale::DataSizeSIFormat)));
         };
         // The index is written directly, so that what it takes the place of has to be kept before.
-        if (!isRepositoryIndex(path))
-            keepReplaced(path, {});
+        const bool isSource = isSourceOfIndex(path, model.apps, appPath);
+        if ((isSource || !isRepositoryIndex(path)) && !keepReplaced(path, {}) && isSource)
+            return;
         model.saveRepo(path, ui->repository->text(), projectFolder(), &report);
     }
     if (report.error.isEmpty()) {
