@@ -72,8 +72,8 @@ bool writeNew(const QString &path, const QByteArray &content)
     return false;
 }
 
-// It gets its name when it is whole. It need not outlive the system, so nobody waits for the disk while the author
-// types.
+// The draft gets its name when it is whole. It need not survive the system, so that the author does not wait for the
+// disk while typing.
 bool writeDraft(const QString &path, const QByteArray &content)
 {
     const QString staged = QFileInfo(path).path() + QStringLiteral("/draft");
@@ -189,7 +189,7 @@ void removeOld(const QString &fileFolder)
     for (const QFileInfo &version : versionsOfFile) {
         if (!ofFile.add(version) && count >= MAX_VERSIONS)
             removeVersion(version);
-        ++count;
+        count += reasonOf(version.fileName()) == Reason::Draft ? 0 : 1;
     }
 
     Lasting ofAll;

@@ -96,7 +96,7 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
     widenToTitle(ui->tableWidget->horizontalHeader(), 0);
     setDescriptionPath({});
     prepareDrafts();
-    const auto *refresh = new QShortcut(QKeySequence::Refresh, this);
+    const auto *refresh = new QShortcut(Qt::Key_F5, this);
     connect(refresh, &QShortcut::activated, this, &MainWindow::refreshPreview);
     ui->appsLbl->setTextFormat(Qt::PlainText);
 
