@@ -222,7 +222,7 @@ QString keepIn(const QString &folder, const QString &path, const QByteArray &con
                                  .arg(time)
                                  .arg(attempt, 2, 10, QLatin1Char('0'))
                                  .arg(reasonName(reason), shortened(QFileInfo(path).fileName()));
-        const QString version = folder + QLatin1Char('/') + name;
+        QString version = folder + QLatin1Char('/') + name;
         if (write(version, content))
             return version;
         if (!QFile::exists(version))

@@ -20,7 +20,7 @@ QString problemOf(const QString &path, const QString &reason)
 QString readAll(QFile *file, qint64 most, QByteArray *content)
 {
     constexpr qint64 STEP = 65536;
-    const QString tooLarge = QStringLiteral("Is larger than %1 bytes").arg(most);
+    QString tooLarge = QStringLiteral("Is larger than %1 bytes").arg(most);
     if (file->size() > most)
         return tooLarge;
     // The size is what the file had a moment ago; some files of the system report none at all.

@@ -96,6 +96,8 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
     widenToTitle(ui->tableWidget->horizontalHeader(), 0);
     setDescriptionPath({});
     prepareDrafts();
+    leaveCodeTimer.setSingleShot(true);
+    connect(&leaveCodeTimer, &QTimer::timeout, this, &MainWindow::leaveCode);
     const auto *refresh = new QShortcut(Qt::Key_F5, this);
     connect(refresh, &QShortcut::activated, this, &MainWindow::refreshPreview);
     ui->appsLbl->setTextFormat(Qt::PlainText);

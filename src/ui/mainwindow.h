@@ -152,6 +152,7 @@ private:
     QString descriptionPath; ///< of the file in the description editor; empty when none is open
     std::unique_ptr<Ui::MainWindow> ui;
     bool isLeavingCode = false; ///< from the change of a code in the table to the end of the event that made it
+    QTimer leaveCodeTimer; ///< ends with that event
     UnsavedWork work;
     QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft, or something is held
     QTimer recordsDraftTimer; ///< the same for the records

@@ -268,7 +268,7 @@ void MainWindow::descriptionUpdated(int row, int column)
         // The key or the click that ends the editing may go on to another row, whose file is not to be opened in
         // passing.
         isLeavingCode = true;
-        QMetaObject::invokeMethod(this, &MainWindow::leaveCode, Qt::QueuedConnection);
+        leaveCodeTimer.start();
         const QWidget *focus = QApplication::focusWidget();
         if (!focus || ui->tableWidget->viewport()->isAncestorOf(focus)) {
             // The key that ended the editing does nothing more once the editor is closed.

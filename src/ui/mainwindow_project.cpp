@@ -17,7 +17,7 @@ constexpr int MESSAGE_TIME = 8000; // milliseconds
 /// Numbers are written as the texts around them.
 QLocale english()
 {
-    return QLocale(QLocale::English);
+    return {QLocale::English};
 }
 
 QString counted(qint64 number, const QString &one, const QString &several)
