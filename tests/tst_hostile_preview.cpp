@@ -63,7 +63,7 @@ void TestHostilePreview::deepHtml_data()
 
 void TestHostilePreview::deepHtml()
 {
-    constexpr int DEPTH = 1000;
+    constexpr int DEPTH = 400;
     QFETCH(QString, opening);
     QFETCH(QString, closing);
     QFETCH(bool, shown);
