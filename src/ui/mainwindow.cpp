@@ -100,7 +100,6 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
     connect(&leaveCodeTimer, &QTimer::timeout, this, &MainWindow::leaveCode);
     const auto *refresh = new QShortcut(Qt::Key_F5, this);
     connect(refresh, &QShortcut::activated, this, &MainWindow::refreshPreview);
-    ui->appsLbl->setTextFormat(Qt::PlainText);
 
     ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
     ui->descriptionView->setPalette(previewPalette());
