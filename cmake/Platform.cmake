@@ -75,7 +75,7 @@ function(catalist_window target)
     endif()
 endfunction()
 
-# catalist_install_programs(WINDOW COMMAND): where the system looks for them. Where it does not have the toolkit's
+# catalist_install_programs(WINDOW COMMAND): where the system looks for them. Where it does not have Qt's
 # libraries, they come along.
 function(catalist_install_programs window command)
     install(TARGETS ${window} BUNDLE DESTINATION .)

@@ -47,7 +47,7 @@ struct Row
     int line = 0;
     QStringList cells; ///< as they stand
     std::optional<AppConfig> app; ///< nothing when the line cannot be understood
-    bool isHeader = false; ///< or is passed over like one
+    bool isHeader = false; ///< or is skipped like one
     QList<ListedPath> listed;
     QList<DescriptionFile> descriptions;
 

@@ -102,7 +102,7 @@ ExitCode runProgram(const QStringList &words)
 int main(int argc, char *argv[])
 {
     holdStandardStreams();
-    // The messages of the toolkit are meant for the developer; this program has its own.
+    // Qt's messages are meant for the developer; this program has its own.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QCoreApplication application(argc, argv);
     return runProgram(QCoreApplication::arguments());

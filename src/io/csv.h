@@ -26,6 +26,6 @@ inline constexpr QLatin1String DATE_FORMAT("dd-MM-yyyy");
 /// it stands; other double quotes become U+201D. False when the file cannot be opened; later errors go unnoticed.
 [[nodiscard]] bool writeCSV(QList<QStringList> rows, const QString &path);
 
-/// The first match of: RFC 2822, the toolkit's text form, ISO 8601, the locale's long form, dd-MM-yyyy.
+/// The first match of: RFC 2822, Qt's text form, ISO 8601, the locale's long form, dd-MM-yyyy.
 /// Invalid when none matches. Surrounding white space is not removed.
 [[nodiscard]] QDate toDate(const QString &text);

@@ -20,7 +20,7 @@ class FileHasher::Digest
 {
 public:
     class Libcrypto;
-    class Toolkit;
+    class QtDigest;
 
     Digest() = default;
     virtual ~Digest() = default;
@@ -31,10 +31,10 @@ public:
     [[nodiscard]] virtual QByteArray result() = 0; ///< empty at an error
 };
 
-class FileHasher::Digest::Toolkit : public Digest
+class FileHasher::Digest::QtDigest : public Digest
 {
 public:
-    explicit Toolkit(QCryptographicHash::Algorithm algorithm) : hash(algorithm) { }
+    explicit QtDigest(QCryptographicHash::Algorithm algorithm) : hash(algorithm) { }
 
     bool begin() override
     {
@@ -55,7 +55,7 @@ private:
 };
 
 #ifdef CATALIST_LIBCRYPTO
-/// SHA-1 with the processor's own instructions for it, which the toolkit's does without.
+/// SHA-1 with the processor's own instructions for it, which Qt's does not use.
 class FileHasher::Digest::Libcrypto : public Digest
 {
 public:
@@ -97,7 +97,7 @@ FileHasher::FileHasher(QCryptographicHash::Algorithm algorithm) : block(BLOCK_SI
     // A system may be set up to refuse it.
     if (!digest || !digest->begin())
 #endif
-        digest = std::make_unique<Digest::Toolkit>(algorithm);
+        digest = std::make_unique<Digest::QtDigest>(algorithm);
 }
 
 FileHasher::~FileHasher() = default;

@@ -10,7 +10,7 @@
 
 // What an author's files held before they were replaced, and what was never saved to them. It lies outside the
 // project, in the user's data folder, readable by the owner only; docs/reliability.md says where and how to get
-// a file back. A history that cannot be written is passed over with a debug message.
+// a file back. A history that cannot be written is ignored, with a debug message.
 //
 // Of each file the newest 50 versions are kept, and 200 MB in all. Drafts, the newest version and the newest unsaved
 // text of each file stay in any case.

@@ -25,9 +25,8 @@ class QObject;
 /// Returns the reason why it cannot be opened, which is empty when it is open.
 [[nodiscard]] QString openRegularFile(QFile *file);
 
-/// A regular file that is read once, from its beginning to its end. Where there is POSIX the toolkit's own is not used:
-/// it asks the system twice what it is about to read, and once more whether the end is the end, which small files
-/// notice.
+/// Reads a regular file once, from start to end. On POSIX systems it makes fewer system calls for each file than QFile,
+/// which counts for many small files.
 class SequentialFile
 {
 public:
@@ -52,16 +51,16 @@ private:
 /// Where the system has no such call, true.
 [[nodiscard]] bool reachedDisk(const QFileDevice &file);
 
-/// Waits until the disk has the names in a folder. A folder that cannot be opened is passed over.
+/// Waits until the disk has the names in a folder. A folder that cannot be opened is ignored.
 [[nodiscard]] bool namesReachedDisk(const QString &folder);
 
 /// Gives an open file to the owner and the group of another one, or to the group alone where the system allows no more.
 /// False when neither was possible.
 bool giveToOwnerOf(const QFileInfo &other, const QFileDevice &file);
 
-/// To be called before long work on strings or bytes. On recent processors the toolkit leaves the upper halves of the
-/// vector registers in use whenever it has hashed a string, and until they are cleared all code is slower that uses the
-/// lower halves, as most of the toolkit's and SHA-1 do.
+/// Call this before long work on strings or bytes. On recent processors Qt leaves the upper halves of the vector
+/// registers in use after hashing a string. Until they are cleared, code that uses the lower halves is slower, as most
+/// of Qt's and SHA-1 do.
 void clearVectorRegisters();
 
 /// A text with line feeds, with the line ends that the system uses.

@@ -22,7 +22,7 @@ namespace {
 constexpr QLatin1Char CELL_SEPARATOR(';');
 constexpr QLatin1Char LIST_SEPARATOR(',');
 
-/// Whether a text stands in JSON as it is. What the toolkit escapes, or halves of characters, is left to it.
+/// Whether JSON holds a text unescaped. Texts that Qt escapes, or that hold half of a character, are left to Qt.
 bool isPlain(QStringView text)
 {
     return std::none_of(text.cbegin(), text.cend(), [](QChar character) {
@@ -77,7 +77,7 @@ bool plainMapFromCell(QStringView cell, QMap<QString, QString> *map)
 
 bool mapFromCell(const QString &cell, QMap<QString, QString> *map)
 {
-    // The toolkit's parser would cost as much as the rest of the row.
+    // Qt's parser would cost as much as the rest of the row.
     if (plainMapFromCell(cell, map))
         return true;
     map->clear();

@@ -26,7 +26,7 @@ enum ProjectColumn {
     MinVersionColumn,
 };
 inline constexpr qsizetype REQUIRED_COLUMNS = IconColumn; ///< a line has at least the cells before this one
-inline constexpr qsizetype COLUMN_COUNT = MinVersionColumn + 1; ///< further cells are passed over
+inline constexpr qsizetype COLUMN_COUNT = MinVersionColumn + 1; ///< further cells are ignored
 
 /// As the header has it.
 [[nodiscard]] QString columnTitle(ProjectColumn column);

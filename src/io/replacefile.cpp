@@ -53,7 +53,7 @@ bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEn
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)
             staged.setPermissions(permissions);
-        // QSaveFile flushes to the disk too, but passes over the answer.
+        // QSaveFile flushes to the disk too, but ignores the result.
         if (!writeAll(staged, bytes) || !reachedDisk(staged))
             return false;
         // Only now, so that the copy cannot take the last room on the disk.

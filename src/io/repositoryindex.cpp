@@ -15,7 +15,7 @@
 
 namespace {
 
-// By name ignoring case, as the toolkit sorts a folder; the toolkit leaves names that differ only in
+// By name ignoring case, as Qt sorts a folder; Qt leaves names that differ only in
 // case in the order of the disk, here the code points decide, so that the index is the same everywhere.
 QStringList entryNames(const QString &folder)
 {

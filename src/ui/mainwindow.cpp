@@ -43,8 +43,8 @@ QPalette previewPalette()
     return palette;
 }
 
-/// Between two whole scales the toolkit stretches the picture of the lower one. That of the higher one, made smaller,
-/// stays sharp.
+/// At a scale between two whole ones Qt enlarges the picture of the lower one. The picture of the higher one, made
+/// smaller, stays sharp.
 QIcon sharpAt(qreal scale, const QIcon &icon, QSize size)
 {
     const QSize wanted = size * scale;
@@ -58,7 +58,7 @@ QIcon sharpAt(qreal scale, const QIcon &icon, QSize size)
     return sharp;
 }
 
-/// The toolkit's width has no room for the title in a large font.
+/// Qt's width has no room for the title in a large font.
 void widenToTitle(QHeaderView *header, int section)
 {
     header->resizeSection(section, std::max(header->sectionSize(section), header->sectionSizeHint(section)));
