@@ -256,6 +256,14 @@ void TestLayoutLimits::content_data()
         << u"<table>"_s + row(u"<td title=\">\" colspan='1000' ROWSPAN = 1000>x</td>"_s).repeated(200) << false;
     QTest::newRow("too many spans in tables inside of each other")
         << (u"<table>"_s + row(u"<td colspan=20000>x</td>"_s).repeated(30) + u"<tr><td>"_s).repeated(2) << false;
+    for (const QString &cell :
+         {u"<td colspan=\"&#50;0000\">"_s, u"<td colspan=1 colspan=20000>"_s, u"<td colspan=20000 colspan='&#49;'>"_s,
+          u"<td colspan=+20000>"_s, u"<td title=\"colspan=1\" colspan=20000>"_s, u"<td \">\" colspan=20000>"_s,
+          u"<td title='\\'>' colspan=20000>"_s, u"<'td' 'colspan'=20000>"_s, u"<&#116;d &#99;olspan=20000>"_s})
+        QTest::addRow("too many spans in %s", qPrintable(cell)) << u"<table>"_s + row(cell).repeated(100) << false;
+    for (const QString &tag : {u"<p title='<table>'>"_s, u"</table/x>"_s, u"<!DOCTYPE <table>"_s, u"< !--<table>-->"_s})
+        QTest::addRow("too many spans after %s", qPrintable(tag))
+            << u"<table>"_s + row(u"<td>"_s).repeated(100) + tag + row(u"<td colspan=20000>"_s) << false;
     QTest::newRow("spans in a comment") << u"<!-- <table>"_s
                                                + row(u"<td colspan=1000 rowspan=1000>x</td>"_s).repeated(200)
                                                + u"--><p>end</p>"_s

@@ -1,6 +1,7 @@
 #include "check/page.h"
 
 #include "check/projecttree.h"
+#include "io/html.h"
 #include "io/wholefile.h"
 
 #include <QDir>
@@ -9,54 +10,10 @@
 #include <QStringDecoder>
 #include <QUrl>
 
+#include <algorithm>
 #include <array>
 
 namespace {
-
-/// The value of an attribute of a tag; nothing when it has none.
-std::optional<QString> attribute(const QString &tag, QLatin1String name)
-{
-    static const QRegularExpression attributes(
-        QStringLiteral(R"re(([^\s=>"'/]+)(?:\s*=\s*(?:"([^"]*)"|'([^']*)'|([^\s>"']+)))?)re"));
-    for (auto match = attributes.globalMatch(tag); match.hasNext();) {
-        const QRegularExpressionMatch found = match.next();
-        if (found.captured(1).compare(name, Qt::CaseInsensitive) == 0 && found.lastCapturedIndex() > 1)
-            return found.captured(found.lastCapturedIndex());
-    }
-    return std::nullopt;
-}
-
-QString withoutEntities(const QString &text)
-{
-    static const QRegularExpression number(QStringLiteral("&#(?:[xX]([0-9A-Fa-f]{1,6})|([0-9]{1,7}));?"));
-    QString decoded;
-    qsizetype end = 0;
-    for (auto match = number.globalMatch(text); match.hasNext();) {
-        const QRegularExpressionMatch found = match.next();
-        const bool isHex = found.lastCapturedIndex() == 1;
-        const char32_t character = found.captured(found.lastCapturedIndex()).toUInt(nullptr, isHex ? 16 : 10);
-        decoded += QStringView(text).sliced(end, found.capturedStart() - end);
-        decoded += QString::fromUcs4(&character, 1);
-        end = found.capturedEnd();
-    }
-    decoded += QStringView(text).sliced(end);
-    struct Name
-    {
-        QLatin1String entity;
-        QLatin1String character;
-    };
-    static constexpr std::array<Name, 5> NAMES{{
-        {QLatin1String("&quot;"), QLatin1String("\"")},
-        {QLatin1String("&apos;"), QLatin1String("'")},
-        {QLatin1String("&lt;"), QLatin1String("<")},
-        {QLatin1String("&gt;"), QLatin1String(">")},
-        // The last one, as it may begin the name of another.
-        {QLatin1String("&amp;"), QLatin1String("&")},
-    }};
-    for (const Name &name : NAMES)
-        decoded.replace(name.entity, name.character);
-    return decoded;
-}
 
 QStringList stylePictures(const QString &style)
 {
@@ -72,23 +29,14 @@ QStringList stylePictures(const QString &style)
     return found;
 }
 
-// Nothing is looked at twice, however a page is broken.
-QStringList pictures(const QString &html)
+bool isSource(const QString &tag, const QString &attribute)
 {
-    static const QRegularExpression comment(QStringLiteral("<!--.*?(-->|$)"),
-                                            QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression element(
-        QStringLiteral(R"re(<([a-z][a-z0-9]*+)(?=[\s/])((?:[^>"']++|"[^"]*+"|'[^']*+'|["'])*+))re"),
-        QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression sheet(QStringLiteral("<style[^>]*+>(.*?)(?:</style|$)"),
-                                          QRegularExpression::CaseInsensitiveOption
-                                              | QRegularExpression::DotMatchesEverythingOption);
     struct Source
     {
         QLatin1String tag;
         QLatin1String attribute;
     };
-    static const std::array<Source, 9> sources{{
+    static constexpr std::array<Source, 9> SOURCES{{
         {QLatin1String("img"), QLatin1String("src")},
         {QLatin1String("input"), QLatin1String("src")},
         {QLatin1String("body"), QLatin1String("background")},
@@ -99,24 +47,28 @@ QStringList pictures(const QString &html)
         {QLatin1String("video"), QLatin1String("poster")},
         {QLatin1String("object"), QLatin1String("data")},
     }};
+    return std::any_of(SOURCES.begin(), SOURCES.end(),
+                       [&](const Source &source) { return source.tag == tag && source.attribute == attribute; });
+}
+
+QStringList pictures(const QString &html)
+{
     QStringList found;
-    static const QRegularExpression script(QStringLiteral("<script[\\s>].*?(</script|$)"),
-                                           QRegularExpression::CaseInsensitiveOption
-                                               | QRegularExpression::DotMatchesEverythingOption);
-    const QString shown = QString(html).remove(comment).remove(script);
-    for (auto match = element.globalMatch(shown); match.hasNext();) {
-        const QRegularExpressionMatch tag = match.next();
-        for (const Source &source : sources) {
-            if (tag.captured(1).compare(source.tag, Qt::CaseInsensitive) != 0)
-                continue;
-            const std::optional<QString> value = attribute(tag.captured(2), source.attribute);
-            if (value)
-                found.append(withoutEntities(*value).trimmed());
+    HtmlReader reader(html);
+    while (const std::optional<HtmlTag> tag = reader.nextTag()) {
+        while (const std::optional<HtmlAttribute> attribute = reader.nextAttribute()) {
+            if (attribute->name == QLatin1String("style"))
+                found += stylePictures(attribute->value);
+            else if (isSource(tag->name, attribute->name))
+                found.append(attribute->value.trimmed());
         }
-        found += stylePictures(withoutEntities(attribute(tag.captured(2), QLatin1String("style")).value_or(QString())));
+        if (tag->isEnd)
+            continue;
+        if (tag->name == QLatin1String("script"))
+            reader.textUntilEnd(QLatin1String("script"));
+        else if (tag->name == QLatin1String("style"))
+            found += stylePictures(reader.textUntilEnd(QLatin1String("style")).toString());
     }
-    for (auto match = sheet.globalMatch(shown); match.hasNext();)
-        found += stylePictures(match.next().captured(1));
     return found;
 }
 

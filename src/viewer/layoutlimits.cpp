@@ -1,10 +1,11 @@
 #include "viewer/layoutlimits.h"
 
+#include "io/html.h"
+
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetricsF>
 #include <QHash>
 #include <QList>
-#include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -71,13 +72,21 @@ private:
     qint64 columnsOfRow = 0;
 };
 
-qint64 spanOf(const QString &attributes, const QRegularExpression &attribute)
+/// The cell whose tag the reader is in.
+void addCell(CountedTable *table, HtmlReader *reader)
 {
-    constexpr qint64 WIDEST = 20480; // Qt takes no more
-    const QRegularExpressionMatch match = attribute.match(attributes);
-    bool isNumber = false;
-    const qint64 span = match.capturedView(1).toLongLong(&isNumber);
-    return isNumber ? std::clamp(span, qint64(1), WIDEST) : 1;
+    constexpr int WIDEST = 20480; // Qt takes no more
+    int columns = 1;
+    int rows = 1;
+    while (const std::optional<HtmlAttribute> attribute = reader->nextAttribute()) {
+        // The widest of several. Qt takes the last one, but some that the reader decodes are no numbers for Qt.
+        const int span = std::min(attribute->value.toInt(), WIDEST);
+        if (attribute->name == QLatin1String("colspan"))
+            columns = std::max(columns, span);
+        else if (attribute->name == QLatin1String("rowspan"))
+            rows = std::max(rows, span);
+    }
+    table->addCell(columns, rows);
 }
 
 qreal aroundCell(const QTextTableCellFormat &cell)
@@ -335,33 +344,25 @@ int tableDepth(const QTextFrame &frame)
 
 bool canBeParsed(const QString &html)
 {
-    static const QRegularExpression tag(
-        QStringLiteral("<!--.*?-->|<\\s*(/?)(table|t[rdh])(?=[\\s<>/=])((?:=\\s*\"[^\"]*\"|=\\s*'[^']*'|[^<>])*+)"),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression columnSpan(QStringLiteral("\\bcolspan\\s*=\\s*[\"']?\\s*(\\d+)"),
-                                               QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression rowSpan(QStringLiteral("\\browspan\\s*=\\s*[\"']?\\s*(\\d+)"),
-                                            QRegularExpression::CaseInsensitiveOption);
     QList<CountedTable> open;
     qint64 cells = 0;
-    for (auto tags = tag.globalMatch(html); tags.hasNext();) {
-        const QRegularExpressionMatch match = tags.next();
-        const QString name = match.captured(2).toLower();
-        const bool isEnd = match.capturedLength(1) > 0;
-        if (name == QLatin1String("table")) {
-            if (!open.isEmpty() && (isEnd || !open.constLast().isInCell))
+    HtmlReader reader(html);
+    while (const std::optional<HtmlTag> tag = reader.nextTag()) {
+        const bool isRow = tag->name == QLatin1String("tr");
+        if (tag->name == QLatin1String("table")) {
+            if (!open.isEmpty() && (tag->isEnd || !open.constLast().isInCell))
                 open.removeLast();
-            if (!isEnd)
+            if (!tag->isEnd)
                 open.append(CountedTable());
-        } else if (!open.isEmpty()) {
+        } else if (!open.isEmpty() && (isRow || tag->name == QLatin1String("td") || tag->name == QLatin1String("th"))) {
             CountedTable &table = open.last();
             cells -= table.cells();
-            if (isEnd)
+            if (tag->isEnd)
                 table.isInCell = false;
-            else if (name == QLatin1String("tr"))
+            else if (isRow)
                 table.startRow();
             else
-                table.addCell(spanOf(match.captured(3), columnSpan), spanOf(match.captured(3), rowSpan));
+                addCell(&table, &reader);
             cells += table.cells();
         }
         if (open.size() > MOST_TABLES_OPEN || cells > MOST_CELLS)
