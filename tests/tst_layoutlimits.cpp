@@ -264,6 +264,11 @@ void TestLayoutLimits::content_data()
     for (const QString &tag : {u"<p title='<table>'>"_s, u"</table/x>"_s, u"<!DOCTYPE <table>"_s, u"< !--<table>-->"_s})
         QTest::addRow("too many spans after %s", qPrintable(tag))
             << u"<table>"_s + row(u"<td>"_s).repeated(100) + tag + row(u"<td colspan=20000>"_s) << false;
+    QTest::newRow("too many spans without a table") << row(u"<td colspan=20000>"_s).repeated(100) << false;
+    QTest::newRow("too many spans in a table in a cell before its first row")
+        << u"<table>"_s + row(u"<td>"_s).repeated(100) + u"<tr><td><table><td colspan=20000>"_s << false;
+    QTest::newRow("too many rows of tags without a name")
+        << u"<table>"_s + row(u"<td colspan=20000>"_s) + u"<>"_s.repeated(100) + u"<tr>"_s << false;
     QTest::newRow("spans in a comment") << u"<!-- <table>"_s
                                                + row(u"<td colspan=1000 rowspan=1000>x</td>"_s).repeated(200)
                                                + u"--><p>end</p>"_s

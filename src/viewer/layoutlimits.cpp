@@ -47,16 +47,24 @@ public:
 
     void addCell(qint64 columnSpan, qint64 rowSpan)
     {
-        // A table in a cell without a row is none for Qt.
-        isInCell = rows > 0;
         if (rows == 0)
             startRow();
+        isInCell = true;
         columnsOfRow += columnSpan;
         columns = std::max(columns, columnsOfRow);
         if (rowSpan > 1)
             spans.append({rowSpan, columnSpan});
     }
 
+    /// Qt makes a row or a cell of a tag without a name.
+    void addNameless()
+    {
+        ++rows;
+        ++columnsOfRow;
+        columns = std::max(columns, columnsOfRow);
+    }
+
+    [[nodiscard]] bool hasRows() const { return rows > 0; }
     [[nodiscard]] qint64 cells() const { return rows * columns; }
 
 private:
@@ -354,10 +362,19 @@ bool canBeParsed(const QString &html)
                 open.removeLast();
             if (!tag->isEnd)
                 open.append(CountedTable());
-        } else if (!open.isEmpty() && (isRow || tag->name == QLatin1String("td") || tag->name == QLatin1String("th"))) {
+        } else if (isRow || tag->name.isEmpty() || tag->name == QLatin1String("td")
+                   || tag->name == QLatin1String("th")) {
+            // For Qt, a table in a cell is none before its first row.
+            if (!isRow && open.size() > 1 && !open.constLast().hasRows())
+                open.removeLast();
+            // Qt makes a table for a cell outside of one.
+            if (open.isEmpty())
+                open.append(CountedTable());
             CountedTable &table = open.last();
             cells -= table.cells();
-            if (tag->isEnd)
+            if (tag->name.isEmpty())
+                table.addNameless();
+            else if (tag->isEnd)
                 table.isInCell = false;
             else if (isRow)
                 table.startRow();
