@@ -35,7 +35,7 @@ struct Input
     QString page; ///< name of a description in its folder
 };
 
-/// Until the toolkit has nothing left to do: layout and painting belong to what the user waits for.
+/// Until Qt has nothing left to do: layout and painting belong to what the user waits for.
 void settle()
 {
     while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) { }
@@ -164,8 +164,8 @@ double addingAFile(const Input &input)
     return static_cast<double>(sincePicked.nsecsElapsed()) / 1e9;
 }
 
-/// Types a letter in the middle of the page. The toolkit would lay out the invisible part of a long page by and by,
-/// and how much of it before the time is taken is chance, so all of it counts.
+/// Types a letter in the middle of the page. Qt would lay out the invisible part of a long page later, bit by bit. How
+/// much of it is done when the clock stops is chance, so all of it counts.
 double keystrokeIn(QPlainTextEdit *editor, const QTextBrowser *view)
 {
     QTextCursor cursor = editor->textCursor();
@@ -231,7 +231,7 @@ double keystrokeFloor(const Input &input)
     editor.setGeometry({{0, 0}, shownEditor->size()});
     editor.setPlainText(shownEditor->toPlainText());
     view.setGeometry({{0, editor.height()}, shownView->size()});
-    // It would lay the page out once more when the bar comes.
+    // Otherwise the page is laid out once more when the bar appears.
     view.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     view.setSearchPaths({QFileInfo(input.project).path()});
     view.document()->setDefaultStyleSheet(shownView->document()->defaultStyleSheet());
@@ -266,7 +266,7 @@ constexpr std::array<Case, 7> CASES{{
 /// second time, in seconds.
 int main(int argc, char *argv[])
 {
-    // The toolkit waits a little before it paints, which is no work.
+    // Qt waits a little before it paints, which is no work.
     qputenv("QT_QPA_UPDATE_IDLE_TIME", "0");
     qputenv("QT_LOGGING_RULES", "*=false");
     const ScratchHome home;
