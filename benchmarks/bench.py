@@ -1,40 +1,62 @@
 """Measures the program beside others: ./dev bench [--quick] [--record]
 
 --quick   two runs of each instead of seven, to see that everything works
---record  writes the machine, the goals and the table into docs/performance.md
+--record  writes docs/performance.json, the picture, and what docs/performance.md says of them
 """
 
 import json
+import math
+import re
 import sys
 from pathlib import Path
 
 from data import APP_COUNTS, KB, PAGE_SIZES, PICTURES, make_data, page_name
-from measuring import OURS, Contender, Laboratory, told_times
-from report import Goals, has_sha_instructions, machine, milliseconds, record, table
+from measuring import OURS, Contender, Laboratory, printed_times
+from picture import BLUE, GREY, ORANGE, draw
+from report import CORES, PICTURE, Goals, has_sha_instructions, machine, page_part, put_into, write_data
 
 HERE = Path(__file__).resolve().parent
 BUILD = HERE.parent / "build" / "release"
 DATA = BUILD / "benchmarks" / "data"
 SCRATCH = BUILD / "benchmarks" / "scratch"
 CLI = BUILD / "src" / "catalist-cli"
-DOCUMENT = HERE.parent / "docs" / "performance.md"
+DOCS = HERE.parent / "docs"
 NO_SHA_INSTRUCTIONS = "OPENSSL_ia32cap=:~0x20000000"  # what libcrypto does not see on this kind of processor
 URL = "https://apps.example.org/"
 TREES = {
-    "large": "2 files of 300 MB",
-    "many": "20,000 files of 0 to 16 KB",
-    "even": "5,000 files of 20 KB",
-    "listed": "200 apps with 50 files",
+    "large": ("2 files of 300 MB", 2),
+    "many": ("20,000 files of 0 to 16 KB", 20_000),
+    "even": ("5,000 files of 20 KB", 5_000),
+    "listed": ("200 apps with 50 files", 10_000),
 }
-OTHERS = ("rhash", "sha1sum", "hashdeep", "openssl")
+# Each with its command, and in how many parts xargs gives a core its share of the files, which is where it was fastest.
+OTHERS = {
+    "rhash": ("rhash --sha1", 8),
+    "openssl": ("openssl dgst -sha1 -r", 4),
+    "sha1sum": ("sha1sum", 8),
+    "hashdeep": ("hashdeep -c sha1", 4),
+}
+WALKERS = ("rhash", "hashdeep")  # those that find the files of a folder themselves
+TEARERS = ("openssl", "hashdeep")  # those whose lines are torn when several write to the same file
 FLOOR = "plain widgets"
-PART = "a part of it"
-PARTS = ("its hashes alone", "its JSON alone")
 PLAIN = "Catalist without SHA instructions"
+
+WHY_LARGE = ("**Publishing large files** is nearly all SHA-1 on one core, as it is for the others. All that use "
+             "SHA instructions of the processor are about equally fast, and chance decides which of them is first.")
+WHY_SMALL = ("**Publishing small files** is more than hashing them. Catalist also builds an index of all files and "
+             "writes it as JSON, on the same core. The others only print a line for each file.")
+WHY_APPLY = ("**Apply** fills the list of apps again. With many apps nearly all of the time is Qt's, which lays out "
+             "the list. Plain widgets wait for that too.")
+WHY_KEYSTROKE = ("**A keystroke** renders the whole description again. With long ones nearly all of the time is Qt's, "
+                 "which reads the page and lays it out. Plain widgets wait for that too.")
 
 
 def publishing(tree):
-    return f"Publishing {TREES[tree]}"
+    return f"Publishing {TREES[tree][0]}"
+
+
+def on_all_cores(name):
+    return f"{name} on {CORES} cores"
 
 
 def project(count, action):
@@ -56,42 +78,43 @@ def export_hashes(index):
     return read
 
 
-def listed_hashes(catalogue, split):
-    """Hashes by path, from lines that are split into both."""
+def listed_hashes(catalogue):
+    """Hashes by path, from lines that have the hash before the path, and from those of the parts, if there are any."""
+    line = re.compile(rf"^(?:\d+,)?([0-9a-f]{{40}})(?:,|  | \*){re.escape(str(catalogue))}/(.*)$", re.MULTILINE)
+
     def read(output):
-        pairs = (split(line) for line in output.splitlines() if line[0] not in "%#")
-        return {path.removeprefix(f"{catalogue}/"): digest for digest, path in pairs}
+        for part in SCRATCH.glob("part.*"):
+            output += part.read_text(encoding="utf-8")
+            part.unlink()
+        return {path: digest for digest, path in line.findall(output)}
     return read
 
 
-def before_path(line):
-    return line[:40], line[42:]  # a mark and a blank, or two blanks, between them
-
-
-def hashdeep_line(line):
-    _size, digest, path = line.split(",", 2)
-    return digest, path
+def hashers(catalogue, count):
+    """The others, first one process of each, and then as many at a time as there are cores."""
+    files = catalogue / "tree"
+    find = f"find '{files}' -type f -print0 | xargs -0"
+    part = f"""sh -c 'exec "$@" >"$0.$$"' '{SCRATCH}/part'"""
+    result = listed_hashes(catalogue)
+    one, all_cores = [], []
+    for name, (command, parts) in OTHERS.items():
+        one.append(Contender(name, [*command.split(), "-r", files] if name in WALKERS else
+                             ["sh", "-c", f"{find} {command}"], result=result))
+        at_once = f"-P {CORES} -n {math.ceil(count / CORES / parts)} {part if name in TEARERS else ''}"
+        all_cores.append(Contender(on_all_cores(name), ["sh", "-c", f"{find} {at_once} {command}"], result=result))
+    return one + all_cores
 
 
 def publish(laboratory):
     rows = []
-    for tree in TREES:
+    for tree, (_title, count) in TREES.items():
         catalogue = DATA / tree
-        files = catalogue / "tree"
         index = SCRATCH / "Apps.json"
         export = [CLI, "export", catalogue, "--url", URL, "--output", index]
-        found = f"find '{files}' -type f -print0 | xargs -0"
-        hashes = listed_hashes(catalogue, before_path)
         rows += laboratory.compare(publishing(tree), [
             Contender(OURS, export, result=export_hashes(index)),
-            Contender("rhash", ["rhash", "--sha1", "-r", files], result=hashes),
-            Contender("sha1sum", ["sh", "-c", f"{found} sha1sum"], result=hashes),
-            Contender("hashdeep", ["hashdeep", "-c", "sha1", "-r", files],
-                      result=listed_hashes(catalogue, hashdeep_line)),
-            Contender("openssl", ["sh", "-c", f"{found} openssl dgst -sha1 -r"], result=hashes),
+            *hashers(catalogue, count),
             Contender(PLAIN, ["env", NO_SHA_INSTRUCTIONS, *export], result=export_hashes(index)),
-            Contender(PART, [BUILD / "benchmarks" / "catalist_bench_index", index, catalogue], told_times,
-                      export_hashes(index)),
         ])
     return rows
 
@@ -109,8 +132,8 @@ def open_and_save(laboratory):
         file = DATA / f"apps-{count}" / "Apps.csv"
         rows += laboratory.compare(f"{count:,} apps", [
             Contender(OURS, [*script, BUILD / "benchmarks" / "catalist_bench_project", file],
-                      told_times, content),
-            Contender("Python", [*script, sys.executable, HERE / "read_apps.py", file], told_times, content),
+                      printed_times, content),
+            Contender("Python", [*script, sys.executable, HERE / "read_apps.py", file], printed_times, content),
         ])
     return rows
 
@@ -121,7 +144,7 @@ def use_window(laboratory):
 
     def compare(action, what, cases, *arguments):
         rows.extend(laboratory.compare(window(action, what), [
-            Contender(who, [program, case, *arguments], told_times) for who, case in cases.items()
+            Contender(who, [program, case, *arguments], printed_times) for who, case in cases.items()
         ]))
 
     for count in APP_COUNTS[:3]:
@@ -141,56 +164,72 @@ def goals(rows):
     goals = Goals(rows)
     for tree in TREES:
         if has_sha_instructions():
-            goals.ratio(publishing(tree), 1.0, OTHERS)
+            goals.ratio(publishing(tree), 1.0, OTHERS, why=WHY_LARGE if tree == "large" else WHY_SMALL)
     for tree in TREES:
         goals.ratio(publishing(tree), 1.1, ["sha1sum"], PLAIN)
     few = goals.row(publishing("large"))
-    goals.limit("Memory for publishing 2 files of 300 MB", 30, few.peak / 1e6, " MB")
-    for tree, count in (("many", 20_000), ("listed", 10_000)):
-        goals.limit(f"Memory for each of {TREES[tree]}", 3, (goals.row(publishing(tree)).peak - few.peak) / count / KB,
-                    " KB")
+    goals.limit("Memory for publishing 2 files of 300 MB", 30, few.peak / 1e6, "MB")
+    for tree in ("many", "listed"):
+        title, count = TREES[tree]
+        goals.limit(f"Memory for each of {title}", 3, (goals.row(publishing(tree)).peak - few.peak) / count / KB, "KB")
     for action in ("opening", "saving"):
         goals.ratio(project(APP_COUNTS[-1], action), 0.5, ["Python"])
         for count in APP_COUNTS[2:]:
             once, tenfold = (goals.row(project(apps, action)).median for apps in (count // 10, count))
             goals.limit(f"{count:,} apps, {action}, to a tenth of them", 11, tenfold / once)
     goals.time(window("Selecting", "10,000 apps"), 50)
-    goals.time(window("Apply", "10,000 apps"), 50)
+    goals.time(window("Apply", "10,000 apps"), 50, WHY_APPLY)
     goals.ratio(window("Apply", "10,000 apps"), 1.2, [FLOOR])
     for pictures in (0, PICTURES):
-        goals.time(window("Keystroke", page(100, pictures)), 50)
+        goals.time(window("Keystroke", page(100, pictures)), 50, WHY_KEYSTROKE)
         goals.ratio(window("Keystroke", page(100, pictures)), 1.2, [FLOOR])
-    return goals
+    return goals.all
 
 
-def parts(rows):
-    """What of publishing is neither hashing nor JSON, and how the two alone compare with the fastest of the others."""
-    goals = Goals(rows)
-    lines = ["| of publishing | hashes ms | JSON ms | the rest ms | hashes and JSON | to |",
-             "| --- | ---: | ---: | ---: | ---: | --- |"]
-    for tree in TREES:
-        whole = goals.row(publishing(tree))
-        hashes, document = (goals.row(f"{publishing(tree)}, {part}", PART) for part in PARTS)
-        fastest = goals.fastest(publishing(tree), OTHERS)
-        both = hashes.median + document.median
-        figures = map(milliseconds, (hashes.median, document.median, whole.median - both))
-        lines.append(f"| {TREES[tree]} | {' | '.join(figures)} | {both / fastest.median:.2f} | {fastest.who} |")
-    return "\n".join(lines) + "\n"
+def draw_rows(path, rows):
+    def group(what, *others):
+        times = {row.who: row.median for row in rows if row.what == what}
+        bars = [(OURS, BLUE, 1, f"{times[OURS] * 1000:,.0f} ms")]
+        for who in others:
+            multiple = times[who] / times[OURS]
+            bars.append((who, GREY if who in (*OTHERS, "Python", FLOOR) else ORANGE, multiple, f"{multiple:.2f}"))
+        return what, bars
+
+    hashers = (*OTHERS, *map(on_all_cores, OTHERS))
+    draw(path, "Times as multiples of Catalist's. What ends left of the line is faster than Catalist.",
+         [(OURS, BLUE), ("others", GREY), (f"others, {CORES} processes at a time", ORANGE)],
+         [[group(publishing("large"), *hashers), group(publishing("even"), *hashers),
+           group(project(APP_COUNTS[-1], "opening"), "Python"), group(window("Apply", "10,000 apps"), FLOOR)],
+          [group(publishing("many"), *hashers), group(publishing("listed"), *hashers),
+           group(project(APP_COUNTS[-1], "saving"), "Python"), group(window("Keystroke", page(100, 0)), FLOOR)]])
 
 
 def main():
     options = sys.argv[1:]
     if set(options) - {"--quick", "--record"} or len(options) > 1:
         raise SystemExit(__doc__)
-    begin = machine(CLI)
+    laboratory = Laboratory(SCRATCH, 2 if "--quick" in options else 7)
+    about = machine(CLI) | {"runs": laboratory.runs}
     print("Making the data" if not DATA.is_dir() else "Measuring", file=sys.stderr)
     make_data(DATA)
-    laboratory = Laboratory(SCRATCH, 2 if "--quick" in options else 7)
     rows = publish(laboratory) + open_and_save(laboratory) + use_window(laboratory)
-    text = f"{begin}\n{goals(rows)}\n{parts(rows)}\n{table(rows)}"
-    print(text)
+    figures = goals(rows)
+    for row in rows:
+        print(f"{row.median * 1000:10,.1f} ms  {row.what}: {row.who}")
+    part = page_part(about, figures)
+    print(f"\n{part}")
+    for goal in figures:
+        if not goal.get("why", "known"):
+            print(f"Please give bench.py a reason why this is missed: {goal['what']}", file=sys.stderr)
+
+    folder = DOCS if "--record" in options else SCRATCH
+    (folder / PICTURE).parent.mkdir(exist_ok=True)
+    draw_rows(folder / PICTURE, rows)
+    write_data(folder / "performance.json", about, figures, rows)
     if "--record" in options:
-        record(DOCUMENT, text)
+        put_into(DOCS / "performance.md", part)
+    else:
+        print(f"The picture and the data are in {SCRATCH}.")
 
 
 main()

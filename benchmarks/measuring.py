@@ -14,8 +14,8 @@ def elapsed_time(_output, elapsed):
     return {"": elapsed}
 
 
-def told_times(output, _elapsed):
-    """What a program says of itself: lines that end in seconds, after what took them."""
+def printed_times(output, _elapsed):
+    """What a program prints: lines with the name of a measure, if there are several, and its seconds."""
     return {" ".join(words[:-1]): float(words[-1]) for words in map(str.split, output.splitlines())}
 
 
@@ -36,7 +36,7 @@ class Row:
 
     @property
     def median(self):
-        return statistics.median(self.seconds)
+        return round(statistics.median(self.seconds), 6)
 
 
 class Laboratory:

@@ -1,5 +1,6 @@
-"""The table of a run, what the figures should be, and the machine that they are of."""
+"""What a run has found, as data and as a part of a page: the machine, the goals, the rows."""
 
+import json
 import os
 import platform
 import re
@@ -14,26 +15,8 @@ from measuring import OURS
 BEGIN = "<!-- Written by ./dev bench --record -->\n"
 END = "<!-- The end of what is written -->\n"
 PACKAGES = ("libqt6core6", "libssl3", "coreutils", "rhash", "hashdeep", "openssl", "g++")
-
-
-def milliseconds(seconds):
-    return f"{seconds * 1000:,.1f}" if seconds < 0.1 else f"{seconds * 1000:,.0f}"
-
-
-def megabytes(size):
-    return f"{size / 1e6:.1f}"
-
-
-def table(rows):
-    ours = {row.what: row.median for row in rows if row.who == OURS}
-    lines = ["| what | who | min ms | median ms | max ms | Catalist to it | peak MB |",
-             "| --- | --- | ---: | ---: | ---: | ---: | ---: |"]
-    for row in rows:
-        figures = map(milliseconds, (min(row.seconds), row.median, max(row.seconds)))
-        compared = row.who != OURS and row.what in ours
-        ratio = f"{ours[row.what] / row.median:.2f}" if compared else ""
-        lines.append(f"| {row.what} | {row.who} | {' | '.join(figures)} | {ratio} | {megabytes(row.peak)} |")
-    return "\n".join(lines) + "\n"
+PICTURE = Path("pictures") / "performance.svg"
+CORES = len(os.sched_getaffinity(0))
 
 
 class Goals:
@@ -41,29 +24,25 @@ class Goals:
 
     def __init__(self, rows):
         self.rows = rows
-        self.lines = ["| what it should be | at most | is | |", "| --- | ---: | ---: | --- |"]
+        self.all = []
 
     def row(self, what, who=OURS):
         return next(row for row in self.rows if row.what == what and row.who == who)
 
-    def fastest(self, what, names):
-        return min((self.row(what, name) for name in names), key=lambda row: row.median)
+    def limit(self, what, most, value, unit="", why=""):
+        """Why it is missed, if it is."""
+        is_met = value <= most
+        goal = {"what": what, "limit": most, "value": round(value, 3), "unit": unit, "met": is_met}
+        self.all.append(goal if is_met else goal | {"why": why})
 
-    def limit(self, what, most, value, unit=""):
-        verdict = "" if value <= most else "**falls short**"
-        self.lines.append(f"| {what} | {most:g}{unit} | {value:.2f}{unit} | {verdict} |")
-
-    def ratio(self, what, most, others, who=OURS):
+    def ratio(self, what, most, others, who=OURS, why=""):
         """To the fastest of the others."""
-        fastest = self.fastest(what, others)
+        fastest = min((self.row(what, name) for name in others), key=lambda row: row.median)
         subject = what if who == OURS else f"{what}, {who}"
-        self.limit(f"{subject}, to {fastest.who}", most, self.row(what, who).median / fastest.median)
+        self.limit(f"{subject}, to {fastest.who}", most, self.row(what, who).median / fastest.median, why=why)
 
-    def time(self, what, most):
-        self.limit(what, most, self.row(what).median * 1000, " ms")
-
-    def __str__(self):
-        return "\n".join(self.lines) + "\n"
+    def time(self, what, most, why=""):
+        self.limit(what, most, self.row(what).median * 1000, "ms", why)
 
 
 def first_match(path, pattern):
@@ -77,31 +56,64 @@ def has_sha_instructions():
 
 def installed(package):
     if not shutil.which("dpkg-query"):
-        return f"{package} of its own"
+        return "not a package"
     found = subprocess.run(["dpkg-query", "--show", "--showformat=${Version}", package],
                            capture_output=True, text=True, check=False)
-    return f"{package} {found.stdout or 'of its own'}"
+    return found.stdout or "not a package"
 
 
 def sha1_of(program):
     libraries = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
-    return "libcrypto" if "libcrypto" in libraries else "the toolkit"
+    return "libcrypto" if "libcrypto" in libraries else "Qt"
 
 
 def machine(program):
-    memory = int(first_match("/proc/meminfo", r"^MemTotal:\s+(\d+)")) / 1e6
-    lines = (
-        f"- {date.today().isoformat()}, load {os.getloadavg()[0]:.1f} at the beginning",
-        f"- {first_match('/proc/cpuinfo', r'^model name.*: (.*)')}, {os.cpu_count()} cores, "
-        f"{'with' if has_sha_instructions() else 'without'} SHA instructions; {memory:.0f} GB of memory",
-        f"- {first_match('/etc/os-release', r'^PRETTY_NAME=.(.*?).$')}, {platform.system()} {platform.release()}",
-        f"- {', '.join(map(installed, PACKAGES))}, Python {platform.python_version()}",
-        f"- Catalist takes SHA-1 from {sha1_of(program)}",
-    )
-    return "".join(textwrap.fill(line, 120, subsequent_indent="  ", break_on_hyphens=False) + "\n" for line in lines)
+    return {
+        "date": date.today().isoformat(),
+        "load_at_start": round(os.getloadavg()[0], 1),
+        "processor": first_match("/proc/cpuinfo", r"^model name.*: (.*)"),
+        "cores": CORES,
+        "sha_instructions": has_sha_instructions(),
+        "memory_gb": round(int(first_match("/proc/meminfo", r"^MemTotal:\s+(\d+)")) * 1024 / 1e9, 1),
+        "system": first_match("/etc/os-release", r"^PRETTY_NAME=.(.*?).$"),
+        "kernel": f"{platform.system()} {platform.release()}",
+        "versions": {package: installed(package) for package in PACKAGES} | {"Python": platform.python_version()},
+        "sha1_from": sha1_of(program),
+    }
 
 
-def record(document, text):
+def write_data(path, machine, goals, rows):
+    figures = [{name: goal[name] for name in goal if name != "why"} for goal in goals]
+    data = {"machine": machine, "goals": figures, "rows": [{
+        "what": row.what,
+        "who": row.who,
+        "min_seconds": round(min(row.seconds), 6),
+        "median_seconds": row.median,
+        "max_seconds": round(max(row.seconds), 6),
+        "peak_bytes": row.peak,
+    } for row in rows]}
+    path.write_text(json.dumps(data, indent=2, ensure_ascii=False, sort_keys=True) + "\n", encoding="utf-8")
+
+
+def page_part(machine, goals):
+    missed = [goal for goal in goals if not goal["met"]]
+    about = (f"{machine['date']}: {machine['processor']}, {machine['cores']} cores, "
+             f"{'with' if machine['sha_instructions'] else 'without'} SHA instructions; "
+             f"{machine['memory_gb']:.0f} GB of memory; {machine['system']}; load {machine['load_at_start']} at the "
+             f"start; medians of {machine['runs']} runs. {len(goals) - len(missed)} of {len(goals)} goals are met.")
+    paragraphs = [textwrap.fill(about, 120), f"![Bars: the times of the others as multiples of Catalist's]({PICTURE})"]
+    if missed:
+        table = ["| missed goal | at most | is |", "| --- | ---: | ---: |"]
+        for goal in missed:
+            unit = f" {goal['unit']}".rstrip()
+            table.append(f"| {goal['what']} | {goal['limit']:g}{unit} | {goal['value']:.2f}{unit} |")
+        paragraphs.append("\n".join(table))
+    reasons = dict.fromkeys(goal["why"] for goal in missed if goal["why"])
+    paragraphs += [textwrap.fill(why, 120, break_on_hyphens=False) for why in reasons]
+    return "\n\n".join(paragraphs) + "\n"
+
+
+def put_into(document, text):
     """Puts the text between the two marks of the document."""
     before, _, rest = document.read_text(encoding="utf-8").partition(BEGIN)
     document.write_text(before + BEGIN + "\n" + text + "\n" + END + rest.partition(END)[2], encoding="utf-8")
