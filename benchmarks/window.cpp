@@ -26,16 +26,18 @@
 #include <cstdio>
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// What is measured with, as the command line gives it.
+/// The input of the command line.
 struct Input
 {
     QString project; ///< path of an Apps.csv
     QString page; ///< name of a description in its folder
 };
 
-/// Until Qt has nothing left to do: layout and painting belong to what the user waits for.
+/// Waits until Qt has nothing left to do, as the user waits for layout and painting, too.
 void settle()
 {
     while (QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents)) { }
@@ -50,7 +52,7 @@ double seconds(const std::function<void()> &action)
     return static_cast<double>(clock.nsecsElapsed()) / 1e9;
 }
 
-/// The second time that something is done: the first one loads what later ones find loaded.
+/// The time of the second run, as the first one also fills caches.
 double secondTime(const std::function<void()> &action)
 {
     action();
@@ -66,7 +68,7 @@ std::unique_ptr<MainWindow> openProject(const QString &project)
     return window;
 }
 
-/// In the middle of the list, where an author would scroll to.
+/// In the middle of the list.
 QListWidget *selectApp(const MainWindow &window)
 {
     auto *list = child<QListWidget>(window, "listApps");
@@ -82,7 +84,7 @@ QStringList appNames(const QString &project)
         qFatal("Cannot load %s", qPrintable(project));
     QStringList names;
     for (const AppConfig &app : std::as_const(model.apps))
-        names.append(app.names.value(QStringLiteral("en")));
+        names.append(app.names.value(u"en"_s));
     return names;
 }
 
@@ -150,7 +152,7 @@ double addingAFile(const Input &input)
     const auto add = [&] {
         answers.answer([&sincePicked](QWidget *dialog) {
             auto *tree = child<QTreeView>(*dialog, "treeView");
-            const QModelIndex file = treeEntry(tree, QStringLiteral("new.lua"));
+            const QModelIndex file = treeEntry(tree, u"new.lua"_s);
             QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(file).center());
             settle();
             sincePicked.start();
@@ -164,8 +166,8 @@ double addingAFile(const Input &input)
     return static_cast<double>(sincePicked.nsecsElapsed()) / 1e9;
 }
 
-/// Types a letter in the middle of the page. Qt would lay out the invisible part of a long page later, bit by bit. How
-/// much of it is done when the clock stops is chance, so all of it counts.
+/// Types a letter in the middle of the page. Qt lays out the invisible part of a long page later, in steps. All of it
+/// counts, as the number of steps until the clock stops is random.
 double keystrokeIn(QPlainTextEdit *editor, const QTextBrowser *view)
 {
     QTextCursor cursor = editor->textCursor();
@@ -174,7 +176,7 @@ double keystrokeIn(QPlainTextEdit *editor, const QTextBrowser *view)
     editor->setFocus();
     settle();
     return secondTime([editor, view] {
-        type(editor, QStringLiteral("x"));
+        type(editor, u"x"_s);
         (void)view->document()->size();
     });
 }
@@ -231,7 +233,7 @@ double keystrokeFloor(const Input &input)
     editor.setGeometry({{0, 0}, shownEditor->size()});
     editor.setPlainText(shownEditor->toPlainText());
     view.setGeometry({{0, editor.height()}, shownView->size()});
-    // Otherwise the page is laid out once more when the bar appears.
+    // Otherwise the page is laid out again when the scroll bar appears.
     view.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     view.setSearchPaths({QFileInfo(input.project).path()});
     view.document()->setDefaultStyleSheet(shownView->document()->defaultStyleSheet());
@@ -262,11 +264,10 @@ constexpr std::array<Case, 7> CASES{{
 
 } // namespace
 
-/// Does one thing in the window, or with plain widgets what it cannot do without, and prints how long it took the
-/// second time, in seconds.
+/// Runs one action in the window, or on plain widgets, and prints the time of the second run in seconds.
 int main(int argc, char *argv[])
 {
-    // Qt waits a little before it paints, which is no work.
+    // Without the delay of Qt before painting.
     qputenv("QT_QPA_UPDATE_IDLE_TIME", "0");
     qputenv("QT_LOGGING_RULES", "*=false");
     const ScratchHome home;

@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The size of a folder is an empty cell, and the line edit in a combo box goes by the name of the box.
+/// Empty cells of a tree need no name, and the line edit in a combo box has that of the box.
 bool needsName(const QAccessibleInterface *control)
 {
     const QAccessibleInterface *parent = control->parent();
@@ -31,8 +31,8 @@ bool needsName(const QAccessibleInterface *control)
     return control->role() != QAccessible::TreeItem && !(isInBox && control->role() == QAccessible::EditableText);
 }
 
-/// What a screen reader would stop at without a word to say, somewhere below a control.
-QStringList nameless(QAccessibleInterface *control)
+/// The focusable controls below a control that have no name for a screen reader.
+QStringList controlsWithoutName(QAccessibleInterface *control)
 {
     QStringList found;
     const QAccessible::State state = control->state();
@@ -45,14 +45,14 @@ QStringList nameless(QAccessibleInterface *control)
     }
     for (int i = 0; i < control->childCount(); ++i) {
         if (QAccessibleInterface *part = control->child(i))
-            found += nameless(part);
+            found += controlsWithoutName(part);
     }
     return found;
 }
 
-QStringList nameless(QWidget *window)
+QStringList controlsWithoutName(QWidget *window)
 {
-    return nameless(QAccessible::queryAccessibleInterface(window));
+    return controlsWithoutName(QAccessible::queryAccessibleInterface(window));
 }
 
 int focusableControls(QAccessibleInterface *control)
@@ -65,22 +65,22 @@ int focusableControls(QAccessibleInterface *control)
     return count;
 }
 
-QRect place(const QWidget *widget)
+QRect globalRect(const QWidget *widget)
 {
     return {widget->mapToGlobal(QPoint()), widget->size()};
 }
 
-bool shareRows(const QRect &first, const QRect &second)
+bool overlapInHeight(const QRect &first, const QRect &second)
 {
     return first.top() <= second.bottom() && second.top() <= first.bottom();
 }
 
-bool shareColumns(const QRect &first, const QRect &second)
+bool overlapInWidth(const QRect &first, const QRect &second)
 {
     return first.left() <= second.right() && second.left() <= first.right();
 }
 
-/// Where the tab key stops, from a widget on, in its order.
+/// The widgets at which the tab key stops, in its order.
 QList<QWidget *> stopsFrom(QWidget *first)
 {
     QList<QWidget *> stops;
@@ -93,18 +93,17 @@ QList<QWidget *> stopsFrom(QWidget *first)
     return stops;
 }
 
-/// Two stops of which the later one comes first to the eye, which reads rows from the left and columns from the top;
-/// empty when there are none.
+/// Names two stops that are not in reading order, from left to right and from top to bottom; empty when there are none.
 QString outOfOrder(const QList<QWidget *> &stops)
 {
     for (qsizetype i = 0; i < stops.size(); ++i) {
-        const QRect earlier = place(stops.at(i));
+        const QRect earlier = globalRect(stops.at(i));
         for (qsizetype j = i + 1; j < stops.size(); ++j) {
-            const QRect later = place(stops.at(j));
+            const QRect later = globalRect(stops.at(j));
             if (earlier.contains(later)) // the tab widget is around its pages
                 continue;
-            if ((shareRows(earlier, later) && earlier.left() >= later.left())
-                || (shareColumns(earlier, later) && earlier.top() >= later.top()))
+            if ((overlapInHeight(earlier, later) && earlier.left() >= later.left())
+                || (overlapInWidth(earlier, later) && earlier.top() >= later.top()))
                 return stops.at(i)->objectName() + u" comes before "_s + stops.at(j)->objectName();
         }
     }
@@ -114,7 +113,7 @@ QString outOfOrder(const QList<QWidget *> &stops)
 /// Presses the tab key until a control has the focus.
 bool tabTo(QWidget &window, const char *name)
 {
-    // After a dialog that is up to the window manager, and there is none.
+    // Without a window manager nothing activates the window again after a dialog.
     window.activateWindow();
     if (!QTest::qWaitForWindowActive(&window))
         return false;
@@ -131,7 +130,7 @@ void press(Qt::Key key)
 
 } // namespace
 
-/// What people need who do not see the window, or have no mouse.
+/// The window for people who use a screen reader, or no mouse.
 class TestAccessibility : public WindowTest
 {
     Q_OBJECT
@@ -141,7 +140,7 @@ private slots:
 
     void controlsHaveNames_data();
     void controlsHaveNames();
-    void languageBoxesSayWhatTheyAreFor();
+    void languageBoxesAreDescribed();
     void picker_data();
     void picker();
     void dialogs_data();
@@ -149,7 +148,7 @@ private slots:
     void tabOrderFollowsTheEye_data();
     void tabOrderFollowsTheEye();
 
-    void choosesAnAppAndATab();
+    void selectsAnAppAndATabWithKeys();
     void appliesWithKeys();
     void opensThePickerAndDeletesWithKeys();
     void describesWithKeys();
@@ -173,7 +172,7 @@ void TestAccessibility::showPage(const QString &page) const
 
 void TestAccessibility::controlsHaveNames_data()
 {
-    QTest::addColumn<int>("least"); // how many controls there are at the very least
+    QTest::addColumn<int>("least"); // number of controls
     QTest::newRow("tabGeneral") << 36;
     QTest::newRow("tabAppFiles") << 11;
     QTest::newRow("tabDescription") << 14;
@@ -183,19 +182,19 @@ void TestAccessibility::controlsHaveNames()
 {
     QFETCH(int, least);
     showPage(QString::fromLatin1(QTest::currentDataTag()));
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     if (child<QTableWidget>(*window, "tableWidget")->isVisible())
         clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    QCOMPARE(nameless(window.get()).join(u", "_s), QString());
+    QCOMPARE(controlsWithoutName(window.get()).join(u", "_s), QString());
     const int controls = focusableControls(QAccessible::queryAccessibleInterface(window.get()));
     QVERIFY2(controls >= least, qPrintable(QString::number(controls)));
-    // The walk does see what has no name.
+    // A missing name is found.
     child<QWidget>(*window, "listApps")->setAccessibleName({});
-    QCOMPARE(nameless(window.get()), QStringList{u"QListWidget listApps"_s});
+    QCOMPARE(controlsWithoutName(window.get()), QStringList{u"QListWidget listApps"_s});
 }
 
-// Of a box without a label of its own Qt announces the current text as the name.
-void TestAccessibility::languageBoxesSayWhatTheyAreFor()
+// The name of a box without a label is its current text.
+void TestAccessibility::languageBoxesAreDescribed()
 {
     const QStringList which{u"second"_s, u"third"_s, u"fourth"_s};
     const std::array boxes{"lng1_2", "lng1_3", "lng1_4"};
@@ -222,7 +221,7 @@ void TestAccessibility::picker()
     dialog.show();
     auto *tree = child<QTreeView>(dialog, "treeView");
     QVERIFY(treeEntry(tree, u"Altimeter/lib"_s).isValid());
-    QCOMPARE(nameless(&dialog).join(u", "_s), QString());
+    QCOMPARE(controlsWithoutName(&dialog).join(u", "_s), QString());
 
     const QList<QWidget *> stops = stopsFrom(tree);
     QCOMPARE(stops.size(), 2); // the tree and Cancel; OK waits for a click
@@ -243,7 +242,7 @@ void TestAccessibility::dialogs()
     QFETCH(QString, opener);
     QStringList found{u"no dialog"_s};
     answers->answer([&found](QWidget *dialog) {
-        found = nameless(dialog);
+        found = controlsWithoutName(dialog);
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
     if (opener == u"close") {
@@ -277,7 +276,7 @@ void TestAccessibility::tabOrderFollowsTheEye()
     QCOMPARE(outOfOrder(stops), QString());
 }
 
-void TestAccessibility::choosesAnAppAndATab()
+void TestAccessibility::selectsAnAppAndATabWithKeys()
 {
     press(Qt::Key_Down);
     QCOMPARE(child<QLineEdit>(*window, "appName1_1")->text(), u"Flight Timer"_s);
@@ -343,7 +342,7 @@ void TestAccessibility::describesWithKeys()
 
 void TestAccessibility::savesWithKeys()
 {
-    // The action has no key of its own, but the menu has.
+    // The action has no shortcut, but the menu has.
     answers->chooseFile(folder->path(u"Apps.json"_s));
     auto *menu = child<QMenu>(*window, "menuFile");
     QTest::keyPress(window.get(), Qt::Key_Alt);

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestAppConfig : public QObject
 {
     Q_OBJECT
@@ -83,7 +85,7 @@ void TestAppConfig::hardwareIds()
 void TestAppConfig::compatibility_data()
 {
     QTest::addColumn<QList<int>>("hardware");
-    QTest::addColumn<QList<int>>("types"); // all that the app runs on
+    QTest::addColumn<QList<int>>("types"); // of all compatible transmitters
 
     QTest::newRow("none") << QList<int>{} << QList<int>{};
     QTest::newRow("empty cell of the file") << QList<int>{0} << QList<int>{};
@@ -112,12 +114,12 @@ void TestAppConfig::firmware_data()
     QTest::addColumn<QVersionNumber>("version");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("none") << QVersionNumber() << QStringLiteral("0.00");
-    QTest::newRow("one segment") << QVersionNumber(5) << QStringLiteral("5.00");
-    QTest::newRow("padded") << QVersionNumber(5, 3) << QStringLiteral("5.03");
-    QTest::newRow("two digits") << QVersionNumber(4, 12) << QStringLiteral("4.12");
-    QTest::newRow("three digits") << QVersionNumber(4, 123) << QStringLiteral("4.123");
-    QTest::newRow("further segments") << QVersionNumber(4, 10, 2) << QStringLiteral("4.10");
+    QTest::newRow("none") << QVersionNumber() << u"0.00"_s;
+    QTest::newRow("one segment") << QVersionNumber(5) << u"5.00"_s;
+    QTest::newRow("padded") << QVersionNumber(5, 3) << u"5.03"_s;
+    QTest::newRow("two digits") << QVersionNumber(4, 12) << u"4.12"_s;
+    QTest::newRow("three digits") << QVersionNumber(4, 123) << u"4.123"_s;
+    QTest::newRow("further segments") << QVersionNumber(4, 10, 2) << u"4.10"_s;
 }
 
 void TestAppConfig::firmware()
@@ -129,15 +131,15 @@ void TestAppConfig::firmware()
 void TestAppConfig::copiesAndMoves()
 {
     AppConfig app;
-    app.names.insert(QStringLiteral("en"), QStringLiteral("Name"));
-    app.author = QStringLiteral("Author");
+    app.names.insert(u"en"_s, u"Name"_s);
+    app.author = u"Author"_s;
     app.version = QVersionNumber(1, 2);
     app.date = QDate(2024, 2, 29);
-    app.icon = QStringLiteral("icon.png");
+    app.icon = u"icon.png"_s;
     app.minTxVersion = QVersionNumber(5, 3);
     app.hardware = {674};
-    app.descriptions.insert(QStringLiteral("en"), QStringLiteral("en.html"));
-    app.files = QStringList{QStringLiteral("Lua")};
+    app.descriptions.insert(u"en"_s, u"en.html"_s);
+    app.files = QStringList{u"Lua"_s};
 
     const AppConfig copy(app);
     QVERIFY(copy == app);

@@ -7,12 +7,14 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 AppConfig named(const QString &name)
 {
     AppConfig app;
-    app.names.insert(QStringLiteral("en"), name);
+    app.names.insert(u"en"_s, name);
     return app;
 }
 
@@ -20,11 +22,11 @@ QStringList names(const AppConfigModel &model)
 {
     QStringList list;
     for (const AppConfig &app : model.apps)
-        list.append(app.names.value(QStringLiteral("en")));
+        list.append(app.names.value(u"en"_s));
     return list;
 }
 
-const QStringList THREE{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+const QStringList THREE{u"a"_s, u"b"_s, u"c"_s};
 
 } // namespace
 
@@ -50,16 +52,14 @@ private slots:
     void replacesLists();
     void removes_data();
     void removes();
-    void removesTheOnlyOne();
     void clears();
     void loadKeepsIndex();
     void failedLoadSaysNothing();
-    void savesAndClearsMark();
-    void failedSaveKeepsMark();
+    void onlyASaveClearsTheMark();
     void publishingIsNotSaving();
 
 private:
-    void fill(int index);
+    void fill(int index, const QStringList &apps = THREE);
 
     std::unique_ptr<AppConfigModel> model;
     std::unique_ptr<QSignalSpy> indexSpy;
@@ -80,9 +80,9 @@ void TestAppConfigModel::cleanup()
     model.reset();
 }
 
-void TestAppConfigModel::fill(int index)
+void TestAppConfigModel::fill(int index, const QStringList &apps)
 {
-    for (const QString &name : THREE)
+    for (const QString &name : apps)
         model->apps.append(named(name));
     model->index = index;
 }
@@ -120,7 +120,7 @@ void TestAppConfigModel::setIndexTakesAnything()
 void TestAppConfigModel::currentRecord()
 {
     fill(1);
-    QCOMPARE(model->getCurrentCfg().names.value(QStringLiteral("en")), QStringLiteral("b"));
+    QCOMPARE(model->getCurrentCfg().names.value(u"en"_s), u"b"_s);
     QCOMPARE(model->getAppCfg(2), &model->apps.at(2));
     QVERIFY(!model->getAppCfg(3));
     QVERIFY(!model->getAppCfg(-1));
@@ -135,7 +135,7 @@ void TestAppConfigModel::createsNew()
 {
     model->createNew();
     QCOMPARE(model->apps.size(), 1);
-    QVERIFY(model->apps.constFirst() == named(QStringLiteral("[New App]")));
+    QVERIFY(model->apps.constFirst() == named(u"[New App]"_s));
     QCOMPARE(model->index, 0);
     QVERIFY(model->modified);
     QCOMPARE(appsSpy->size(), 1);
@@ -150,24 +150,23 @@ void TestAppConfigModel::createsNew()
 void TestAppConfigModel::applies()
 {
     fill(1);
-    model->apps[1].descriptions.insert(QStringLiteral("en"), QStringLiteral("en.html"));
-    model->apps[1].files = QStringList{QStringLiteral("Lua")};
-    model->applyChanges({{QStringLiteral("en"), QStringLiteral("New")}, {QStringLiteral("de"), QStringLiteral("Neu")}},
-                        QStringLiteral("Author"), QStringLiteral("1.2.3"), QDate(2024, 2, 29),
-                        QStringLiteral("icon.png"), QStringLiteral("5.03"), {5, 12});
+    model->apps[1].descriptions.insert(u"en"_s, u"en.html"_s);
+    model->apps[1].files = QStringList{u"Lua"_s};
+    model->applyChanges({{u"en"_s, u"New"_s}, {u"de"_s, u"Neu"_s}}, u"Author"_s, u"1.2.3"_s, QDate(2024, 2, 29),
+                        u"icon.png"_s, u"5.03"_s, {5, 12});
 
     AppConfig expected;
-    expected.names = {{QStringLiteral("en"), QStringLiteral("New")}, {QStringLiteral("de"), QStringLiteral("Neu")}};
-    expected.author = QStringLiteral("Author");
+    expected.names = {{u"en"_s, u"New"_s}, {u"de"_s, u"Neu"_s}};
+    expected.author = u"Author"_s;
     expected.version = QVersionNumber(1, 2, 3);
     expected.date = QDate(2024, 2, 29);
-    expected.icon = QStringLiteral("icon.png");
+    expected.icon = u"icon.png"_s;
     expected.minTxVersion = QVersionNumber(5, 3);
     expected.hardware = {678, 3859};
-    expected.descriptions.insert(QStringLiteral("en"), QStringLiteral("en.html"));
-    expected.files = QStringList{QStringLiteral("Lua")};
+    expected.descriptions.insert(u"en"_s, u"en.html"_s);
+    expected.files = QStringList{u"Lua"_s};
     QVERIFY(model->apps.at(1) == expected);
-    QVERIFY(model->apps.at(0) == named(QStringLiteral("a")));
+    QVERIFY(model->apps.at(0) == named(u"a"_s));
     QVERIFY(model->modified);
     QCOMPARE(appsSpy->size(), 1);
     QCOMPARE(indexSpy->size(), 0);
@@ -177,11 +176,11 @@ void TestAppConfigModel::appliesVersions_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QVersionNumber>("version");
-    QTest::newRow("three segments") << QStringLiteral("1.2.3") << QVersionNumber(1, 2, 3);
+    QTest::newRow("three segments") << u"1.2.3"_s << QVersionNumber(1, 2, 3);
     QTest::newRow("empty") << QString() << QVersionNumber();
-    QTest::newRow("suffix") << QStringLiteral("1.2-beta") << QVersionNumber(1, 2);
-    QTest::newRow("no number") << QStringLiteral("v1.2") << QVersionNumber();
-    QTest::newRow("padded") << QStringLiteral("5.03") << QVersionNumber(5, 3);
+    QTest::newRow("suffix") << u"1.2-beta"_s << QVersionNumber(1, 2);
+    QTest::newRow("no number") << u"v1.2"_s << QVersionNumber();
+    QTest::newRow("padded") << u"5.03"_s << QVersionNumber(5, 3);
 }
 
 void TestAppConfigModel::appliesVersions()
@@ -226,11 +225,11 @@ void TestAppConfigModel::changesNothingWithoutCurrent()
     fill(index);
     const QList<AppConfig> before = model->apps;
 
-    model->applyChanges({{QStringLiteral("en"), QStringLiteral("x")}}, {}, {}, {}, {}, {}, {1});
+    model->applyChanges({{u"en"_s, u"x"_s}}, {}, {}, {}, {}, {}, {1});
     QCOMPARE(appsSpy->size(), 0);
-    model->setAppFiles({QStringLiteral("x")});
+    model->setAppFiles({u"x"_s});
     QCOMPARE(appsSpy->size(), 1);
-    model->setDescriptionFiles({{QStringLiteral("en"), QStringLiteral("x")}});
+    model->setDescriptionFiles({{u"en"_s, u"x"_s}});
     QCOMPARE(appsSpy->size(), 2);
 
     QVERIFY(model->apps == before);
@@ -241,14 +240,14 @@ void TestAppConfigModel::changesNothingWithoutCurrent()
 void TestAppConfigModel::replacesLists()
 {
     fill(2);
-    const QStringList files{QStringLiteral("Lua"), QStringLiteral("Lua"), QStringLiteral("a.lua")};
+    const QStringList files{u"Lua"_s, u"Lua"_s, u"a.lua"_s};
     model->setAppFiles(files);
     QCOMPARE(model->apps.at(2).files, files);
     QVERIFY(model->modified);
     QCOMPARE(appsSpy->size(), 1);
 
     model->modified = false;
-    const QMap<QString, QString> descriptions{{QStringLiteral("de"), QStringLiteral("de.html")}};
+    const QMap<QString, QString> descriptions{{u"de"_s, u"de.html"_s}};
     model->setDescriptionFiles(descriptions);
     QCOMPARE(model->apps.at(2).descriptions, descriptions);
     QVERIFY(model->modified);
@@ -258,36 +257,27 @@ void TestAppConfigModel::replacesLists()
 
 void TestAppConfigModel::removes_data()
 {
+    QTest::addColumn<QStringList>("apps");
     QTest::addColumn<int>("index");
     QTest::addColumn<QStringList>("left");
     QTest::addColumn<int>("newIndex");
-    QTest::newRow("first") << 0 << QStringList{THREE[1], THREE[2]} << 0;
-    QTest::newRow("middle") << 1 << QStringList{THREE[0], THREE[2]} << 1;
-    QTest::newRow("last") << 2 << QStringList{THREE[0], THREE[1]} << 1;
-    QTest::newRow("none") << -1 << THREE << -1;
-    QTest::newRow("at the end") << 3 << THREE << 2;
-    QTest::newRow("past the end") << 9 << THREE << 2;
+    QTest::newRow("first") << THREE << 0 << QStringList{THREE[1], THREE[2]} << 0;
+    QTest::newRow("middle") << THREE << 1 << QStringList{THREE[0], THREE[2]} << 1;
+    QTest::newRow("last") << THREE << 2 << QStringList{THREE[0], THREE[1]} << 1;
+    QTest::newRow("only one") << QStringList{THREE[0]} << 0 << QStringList() << -1;
+    QTest::newRow("none") << THREE << -1 << THREE << -1;
+    QTest::newRow("at the end") << THREE << 3 << THREE << 2;
+    QTest::newRow("past the end") << THREE << 9 << THREE << 2;
 }
 
 void TestAppConfigModel::removes()
 {
+    QFETCH(QStringList, apps);
     QFETCH(int, index);
-    fill(index);
+    fill(index, apps);
     model->removeCurrent();
     QTEST(names(*model), "left");
     QTEST(model->index, "newIndex");
-    QVERIFY(model->modified);
-    QCOMPARE(appsSpy->size(), 1);
-    QCOMPARE(indexSpy->size(), 0);
-}
-
-void TestAppConfigModel::removesTheOnlyOne()
-{
-    model->apps.append(named(THREE[0]));
-    model->index = 0;
-    model->removeCurrent();
-    QVERIFY(model->apps.isEmpty());
-    QCOMPARE(model->index, -1);
     QVERIFY(model->modified);
     QCOMPARE(appsSpy->size(), 1);
     QCOMPARE(indexSpy->size(), 0);
@@ -308,11 +298,11 @@ void TestAppConfigModel::clears()
 void TestAppConfigModel::loadKeepsIndex()
 {
     const Folder folder;
-    folder.write(QStringLiteral("Apps.csv"), "{\"en\":\"One\"};;;;;{};\n");
+    folder.write(u"Apps.csv"_s, "{\"en\":\"One\"};;;;;{};\n");
     fill(2);
     model->modified = true;
-    QVERIFY(model->load(folder.path(QStringLiteral("Apps.csv"))));
-    QCOMPARE(names(*model), QStringList{QStringLiteral("One")});
+    QVERIFY(model->load(folder.path(u"Apps.csv"_s)));
+    QCOMPARE(names(*model), QStringList{u"One"_s});
     QCOMPARE(model->index, 2);
     QVERIFY(!model->modified);
     QCOMPARE(appsSpy->size(), 1);
@@ -322,37 +312,29 @@ void TestAppConfigModel::loadKeepsIndex()
 void TestAppConfigModel::failedLoadSaysNothing()
 {
     const Folder folder;
-    folder.write(QStringLiteral("bad.csv"), "{\"en\":\"One\"};;;;;{};\n\n");
+    folder.write(u"bad.csv"_s, "{\"en\":\"One\"};;;;;{};\n\n");
     fill(2);
     model->modified = true;
-    QVERIFY(!model->load(folder.path(QStringLiteral("missing.csv"))));
+    QVERIFY(!model->load(folder.path(u"missing.csv"_s)));
     QCOMPARE(names(*model), THREE);
-    QVERIFY(!model->load(folder.path(QStringLiteral("bad.csv"))));
-    QCOMPARE(names(*model), QStringList{QStringLiteral("One")});
+    QVERIFY(!model->load(folder.path(u"bad.csv"_s)));
+    QCOMPARE(names(*model), QStringList{u"One"_s});
     QVERIFY(model->modified);
     QCOMPARE(model->index, 2);
     QCOMPARE(appsSpy->size(), 0);
 }
 
-void TestAppConfigModel::savesAndClearsMark()
+void TestAppConfigModel::onlyASaveClearsTheMark()
 {
     const Folder folder;
     model->createNew();
     appsSpy->clear();
-    QVERIFY(model->save(folder.path(QStringLiteral("Apps.csv"))));
+    QVERIFY(!model->save(folder.path(u"missing/Apps.csv"_s)));
+    QVERIFY(model->modified);
+    QVERIFY(model->save(folder.path(u"Apps.csv"_s)));
     QVERIFY(!model->modified);
     QCOMPARE(appsSpy->size(), 0);
-    QCOMPARE(folder.read(QStringLiteral("Apps.csv")), HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
-}
-
-void TestAppConfigModel::failedSaveKeepsMark()
-{
-    const Folder folder;
-    model->createNew();
-    appsSpy->clear();
-    QVERIFY(!model->save(folder.path(QStringLiteral("missing/Apps.csv"))));
-    QVERIFY(model->modified);
-    QCOMPARE(appsSpy->size(), 0);
+    QCOMPARE(folder.read(u"Apps.csv"_s), HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
 }
 
 void TestAppConfigModel::publishingIsNotSaving()
@@ -361,8 +343,8 @@ void TestAppConfigModel::publishingIsNotSaving()
     model->createNew();
     appsSpy->clear();
     const QList<AppConfig> before = model->apps;
-    QVERIFY(model->saveRepo(folder.path(QStringLiteral("Apps.json")), QStringLiteral("http://x/"), folder.path()));
-    QVERIFY(!model->saveRepo(folder.path(QStringLiteral("missing/Apps.json")), QString(), folder.path()));
+    QVERIFY(model->saveRepo(folder.path(u"Apps.json"_s), u"http://x/"_s, folder.path()));
+    QVERIFY(!model->saveRepo(folder.path(u"missing/Apps.json"_s), QString(), folder.path()));
     QVERIFY(model->modified);
     QVERIFY(model->apps == before);
     QCOMPARE(appsSpy->size(), 0);

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qreal LEGIBLE = 4.5; ///< the contrast that accessibility guidelines ask for
+constexpr qreal LEGIBLE = 4.5; ///< the contrast that accessibility guidelines demand
 
 qreal luminance(const QColor &color)
 {
@@ -45,20 +45,21 @@ QPalette darkPalette()
     return palette;
 }
 
-/// The buttons that scroll the tabs, and the one that shows the rest of the tool bar.
-bool isToolkits(const QWidget *widget)
+/// The buttons that scroll the tabs, and the one that extends the tool bar.
+bool isMadeByQt(const QWidget *widget)
 {
     return widget->objectName().startsWith("qt_"_L1) || qobject_cast<const QTabBar *>(widget->parent());
 }
 
-/// What has not the room that its text needs; the path of the project apart, which has a tool tip.
+/// The widgets, tabs and columns that are too small for their text; except the path of the project, which has a tool
+/// tip.
 QStringList cutOff(const QWidget &window)
 {
     QStringList found;
     const QList<QWidget *> widgets = window.findChildren<QWidget *>();
     for (const QWidget *widget : widgets) {
         const bool hasText = qobject_cast<const QLabel *>(widget) || qobject_cast<const QAbstractButton *>(widget);
-        if (!hasText || !widget->isVisible() || isToolkits(widget) || widget->objectName() == u"appsLbl")
+        if (!hasText || !widget->isVisible() || isMadeByQt(widget) || widget->objectName() == u"appsLbl")
             continue;
         const QSize needed = widget->minimumSizeHint();
         if (widget->width() < needed.width() || widget->height() < needed.height())
@@ -89,8 +90,8 @@ private slots:
     void cleanup() override;
     void nothingIsCutOff_data();
     void nothingIsCutOff();
-    void textsStandOutFromTheirGround_data();
-    void textsStandOutFromTheirGround();
+    void textsHaveContrast_data();
+    void textsHaveContrast();
     void iconsAreDrawnForTheScreen();
 
 private:
@@ -130,21 +131,21 @@ void TestAppearance::nothingIsCutOff()
     large.setPointSizeF(points);
     QApplication::setFont(large);
     openExample();
-    // As small as it can be made.
+    // The minimum size.
     window->resize(1, 1);
     child<QTabWidget>(*window, "tabWidget")->setCurrentWidget(child<QWidget>(*window, qPrintable(page)));
     QCoreApplication::sendPostedEvents();
     QCOMPARE(cutOff(*window).join(u", "_s), QString());
 }
 
-void TestAppearance::textsStandOutFromTheirGround_data()
+void TestAppearance::textsHaveContrast_data()
 {
     QTest::addColumn<QPalette>("colors");
     QTest::newRow("light") << QApplication::palette();
     QTest::newRow("dark") << darkPalette();
 }
 
-void TestAppearance::textsStandOutFromTheirGround()
+void TestAppearance::textsHaveContrast()
 {
     QFETCH(QPalette, colors);
     QApplication::setPalette(colors);
@@ -156,7 +157,7 @@ void TestAppearance::textsStandOutFromTheirGround()
         QVERIFY2(!widget->isEnabled() || found >= LEGIBLE, qPrintable(widget->objectName()));
     }
 
-    // The colours of its style sheet are fixed: those of texts, and the grey of quotations.
+    // The colours of texts and quotations in its style sheet are fixed.
     const auto *preview = child<SimpleWebViewer>(*window, "descriptionView");
     const QColor ground = preview->viewport()->palette().color(QPalette::Base);
     for (const char *text : {"#222222", "#111111", "#666666"})
@@ -164,7 +165,7 @@ void TestAppearance::textsStandOutFromTheirGround()
     QVERIFY(contrast(ground, preview->palette().color(QPalette::Text)) >= LEGIBLE);
 }
 
-// The program runs again at other scales, which are set for a whole process.
+// Other entries of CTest run this at other scales, which are set for a whole process.
 void TestAppearance::iconsAreDrawnForTheScreen()
 {
     openExample();
@@ -173,7 +174,7 @@ void TestAppearance::iconsAreDrawnForTheScreen()
     const QList<QAbstractButton *> buttons = window->findChildren<QAbstractButton *>();
     int icons = 0;
     for (const QAbstractButton *button : buttons) {
-        if (button->icon().isNull() || isToolkits(button))
+        if (button->icon().isNull() || isMadeByQt(button))
             continue;
         const QSize drawn = button->icon().pixmap(button->iconSize(), scale).size();
         QVERIFY2(drawn.width() >= qRound(button->iconSize().width() * scale), qPrintable(button->text()));

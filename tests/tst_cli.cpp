@@ -41,9 +41,9 @@ private slots:
 
     void standardOutputClosed_data();
     void standardOutputClosed();
-    void readerThatGoesEarly_data();
-    void readerThatGoesEarly();
-    void closedStandardOutputTakesNoFile();
+    void readerThatEndsEarly_data();
+    void readerThatEndsEarly();
+    void closedStandardOutputIsNoOtherFile();
 
     void recipeStopsAtErrors_data();
     void recipeStopsAtErrors();
@@ -119,11 +119,11 @@ void TestCli::help()
         QVERIFY2(manual.contains(option), qPrintable(option));
         QVERIFY2(page.contains(option), qPrintable(option));
     }
-    // And none that there is not.
+    // The manual has no other options.
     for (const QString &option : optionsIn(manual))
         QVERIFY2(options.contains(option), qPrintable(option));
 
-    // The exit codes mean the same wherever they are told.
+    // The exit codes mean the same in all documents.
     static const QRegularExpression row(u"\\n\\| ([0-9]) \\| (.*) \\|"_s);
     const QString running = manual.section(u".SH EXIT STATUS"_s, 1).section(u".SH"_s, 0, 0).simplified();
     int codes = 0;
@@ -175,65 +175,59 @@ void TestCli::standardOutputClosed_data()
 
 void TestCli::standardOutputClosed()
 {
-#ifdef Q_OS_UNIX
+    if (!hasShell())
+        QSKIP("No such shell here");
     QFETCH(QString, command);
     makeClock();
     folder->write(u"Apps.json"_s, R"({"applications": []})");
     const Outcome closed = runScript(u"catalist-cli %1 >&-"_s.arg(command), folder->path());
     QCOMPARE(closed.code, 2);
-    QCOMPARE(closed.err, QByteArray("catalist-cli: standard output: Bad file descriptor\n"));
+    QCOMPARE(closed.err, "catalist-cli: standard output: Bad file descriptor\n"_ba);
     const Outcome both = runScript(u"catalist-cli %1 >&- 2>&-"_s.arg(command), folder->path());
     QCOMPARE(both.code, 2);
     if (!QFileInfo::exists(u"/dev/full"_s))
         QSKIP("No disk that is always full here");
     const Outcome full = runScript(u"catalist-cli %1 >/dev/full"_s.arg(command), folder->path());
     QCOMPARE(full.code, 2);
-    QCOMPARE(full.err, QByteArray("catalist-cli: standard output: No space left on device\n"));
-#else
-    QSKIP("No such shell here");
-#endif
+    QCOMPARE(full.err, "catalist-cli: standard output: No space left on device\n"_ba);
 }
 
-void TestCli::readerThatGoesEarly_data()
+void TestCli::readerThatEndsEarly_data()
 {
     QTest::addColumn<QString>("before");
     QTest::addColumn<QString>("code");
     QTest::addColumn<QByteArray>("error");
     QTest::newRow("is killed") << QString() << u"141\n"_s << QByteArray();
     QTest::newRow("may not be killed") << u"trap '' PIPE; "_s << u"2\n"_s
-                                       << QByteArray("catalist-cli: standard output: Broken pipe\n");
+                                       << "catalist-cli: standard output: Broken pipe\n"_ba;
 }
 
-void TestCli::readerThatGoesEarly()
+void TestCli::readerThatEndsEarly()
 {
-#ifdef Q_OS_UNIX
+    if (!hasShell())
+        QSKIP("No such shell here");
     QFETCH(QString, before);
     QFETCH(QString, code);
     QFETCH(QByteArray, error);
-    // More than a pipe holds.
+    // More than fits into a pipe.
     makeClock(CLOCK.repeated(5'000));
     const Outcome outcome =
         runScript(before + u"{ catalist-cli check project; echo $? >code; } | head -n 1"_s, folder->path());
-    QCOMPARE(outcome.out, QByteArray("Clock, line 3\n"));
+    QCOMPARE(outcome.out, "Clock, line 3\n"_ba);
     QCOMPARE(outcome.err, error);
     QCOMPARE(QString::fromUtf8(folder->read(u"code"_s)), code);
-#else
-    QSKIP("No such shell here");
-#endif
 }
 
-void TestCli::closedStandardOutputTakesNoFile()
+void TestCli::closedStandardOutputIsNoOtherFile()
 {
-#ifdef Q_OS_UNIX
+    if (!hasShell())
+        QSKIP("No such shell here");
     makeClock();
     QCOMPARE(run({u"export"_s, project(), u"--url"_s, u"x"_s, u"--output"_s, folder->path(u"good.json"_s)}).code, 0);
     const Outcome outcome =
         runScript(u"catalist-cli export project --url x --output Apps.json <&- >&- 2>&-"_s, folder->path());
     QCOMPARE(outcome.code, 2);
     QCOMPARE(folder->read(u"Apps.json"_s), folder->read(u"good.json"_s));
-#else
-    QSKIP("No such shell here");
-#endif
 }
 
 void TestCli::recipeStopsAtErrors_data()
@@ -245,7 +239,8 @@ void TestCli::recipeStopsAtErrors_data()
 
 void TestCli::recipeStopsAtErrors()
 {
-#ifdef Q_OS_UNIX
+    if (!hasShell())
+        QSKIP("No such shell here");
     QFETCH(QString, path);
     const QString script = recipe(path);
     QVERIFY(script.contains(u"catalist-cli verify"));
@@ -255,9 +250,6 @@ void TestCli::recipeStopsAtErrors()
     QCOMPARE(outcome.code, 1);
     QVERIFY(outcome.out.contains("path-other-case"));
     QVERIFY(!folder->exists(u"publish"_s));
-#else
-    QSKIP("No such shell here");
-#endif
 }
 
 void TestCli::recipeOverwritesNothingElsewhere_data()
@@ -269,7 +261,7 @@ void TestCli::recipeOverwritesNothingElsewhere_data()
         const QString recipe = QString::fromLatin1(path);
         QTest::addRow("%s, file elsewhere", path) << recipe << u"../precious.json"_s << 1;
         QTest::addRow("%s, nothing elsewhere", path) << recipe << u"../none.json"_s << 1;
-        // It leads out of the copy alone.
+        // Outside of the copy only.
         QTest::addRow("%s, back into the catalogue", path) << recipe << u"%1/catalogue/.index.json"_s << 2;
         QTest::addRow("%s, inside", path) << recipe << u".index.json"_s << 0;
     }
@@ -277,7 +269,8 @@ void TestCli::recipeOverwritesNothingElsewhere_data()
 
 void TestCli::recipeOverwritesNothingElsewhere()
 {
-#ifdef Q_OS_UNIX
+    if (!hasShell())
+        QSKIP("No such shell here");
     QFETCH(QString, path);
     QFETCH(QString, target);
     QFETCH(int, code);
@@ -287,12 +280,9 @@ void TestCli::recipeOverwritesNothingElsewhere()
     folder->link(target.replace(u"%1"_s, folder->path()), u"catalogue/Apps.json"_s);
     const Outcome outcome = runScript(recipe(path), folder->path());
     QVERIFY2(outcome.code == code, (outcome.out + outcome.err).constData());
-    QCOMPARE(folder->read(u"precious.json"_s), QByteArray("old"));
-    QCOMPARE(folder->read(u"catalogue/.index.json"_s), QByteArray("old"));
+    QCOMPARE(folder->read(u"precious.json"_s), "old"_ba);
+    QCOMPARE(folder->read(u"catalogue/.index.json"_s), "old"_ba);
     QVERIFY(!folder->exists(u"none.json"_s));
-#else
-    QSKIP("No such shell here");
-#endif
 }
 
 CATALIST_TEST(TestCli)

@@ -36,7 +36,7 @@ void TestCliCheck::checks_data()
     QTest::newRow("note") << note.replace("05-03-2024", "2024-03-05") << 0 << 0;
     QTest::newRow("warning") << warning.replace("05-03-2024", "") << 0 << 1;
     QTest::newRow("error") << error.replace("05-03-2024", "never") << 1 << 1;
-    QTest::newRow("does not open") << QByteArray("\n") + CLOCK << 1 << 1;
+    QTest::newRow("does not open") << "\n"_ba + CLOCK << 1 << 1;
 }
 
 void TestCliCheck::checks()
@@ -72,21 +72,21 @@ void TestCliCheck::checkAsJson()
             "code": "date-missing",
             "line": 2,
             "severity": "warning",
-            "text": "Give the app a publication date."
+            "text": "The app has no publication date: add one."
         },
         {
             "app": "Clock",
             "code": "hardware-unknown",
             "line": 2,
             "severity": "error",
-            "text": "Replace the id 5, which no known transmitter has."
+            "text": "No known transmitter has the id 5: correct it."
         },
         {
             "app": "",
             "code": "file-unlisted",
             "line": 0,
             "severity": "note",
-            "text": "List \"ž\" if it belongs to an app: none does."
+            "text": "\"ž\" belongs to no app: list it if it should be published."
         }
     ],
     "input": "project/Apps.csv",
@@ -111,11 +111,11 @@ void TestCliCheck::checkAsText()
     makeClock(line + "\n");
     const Outcome outcome = run({u"check"_s, project()});
     const QByteArray expected = R"(Clock, line 2
-  warning date-missing           Give the app a publication date.
-  error   hardware-unknown       Replace the id 5, which no known transmitter has.
+  warning date-missing           The app has no publication date: add one.
+  error   hardware-unknown       No known transmitter has the id 5: correct it.
 
 (no name), line 3
-  error   row-too-short          Complete the line or take it out, as the catalogue does not open with it: 1 of at least 7 cells.
+  error   row-too-short          The line has 1 of at least 7 cells, and the catalogue does not open with it: complete it or remove it.
 
 2 errors, 1 warning, 0 notes
 )";
@@ -133,7 +133,7 @@ void TestCliCheck::namesForgeNoLines()
     QVERIFY2(outcome.out.startsWith(R"(\u001b[2JClock\u000a  note    all-well, line 2)"), outcome.out.constData());
     QVERIFY2(outcome.out.contains(R"("a\u0009b")"), outcome.out.constData());
     const Outcome failed = run({u"check"_s, u"no\nsuch"_s}, folder->path());
-    QCOMPARE(failed.err, QByteArray("catalist-cli: no\\u000asuch/Apps.csv: No such file or directory\n"));
+    QCOMPARE(failed.err, "catalist-cli: no\\u000asuch/Apps.csv: No such file or directory\n"_ba);
 }
 
 void TestCliCheck::verifies()
@@ -144,11 +144,11 @@ void TestCliCheck::verifies()
     QCOMPARE(run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(u"Apps.json"_s)}).code, 0);
     const Outcome clean = run(arguments);
     QCOMPARE(clean.code, 0);
-    QCOMPARE(clean.out, QByteArray("Nothing found.\n"));
+    QCOMPARE(clean.out, "Nothing found.\n"_ba);
 
     folder->write(u"project/new"_s, "");
     const QByteArray expected = R"(As a whole
-  warning file-unnamed           Remove "new", or publish the index anew: the index does not name it.
+  warning file-unnamed           The index does not name "new": remove it, or publish the index again.
 
 0 errors, 1 warning, 0 notes
 )";
@@ -190,13 +190,13 @@ void TestCliCheck::thousandsOfApps()
     const QString index = folder->path(u"Apps.json"_s);
 
     const Outcome checked = run({u"check"_s, project(), u"--strict"_s});
-    QCOMPARE(checked.out, QByteArray("Nothing found.\n"));
+    QCOMPARE(checked.out, "Nothing found.\n"_ba);
     QCOMPARE(checked.code, 0);
     const Outcome exported = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, index});
     QCOMPARE(exported.code, 0);
     const QByteArray number = QByteArray::number(count);
     QVERIFY2(exported.out.startsWith(number + " apps, " + number + " files, "), exported.out.constData());
-    QCOMPARE(run({u"verify"_s, project(), u"--index"_s, index, u"--url"_s, URL}).out, QByteArray("Nothing found.\n"));
+    QCOMPARE(run({u"verify"_s, project(), u"--index"_s, index, u"--url"_s, URL}).out, "Nothing found.\n"_ba);
 
     folder->write(u"project/apps/%1/main.lua"_s.arg(second), QByteArray(second.size(), 'x'));
     QVERIFY(QFile::rename(project() + u"/apps/"_s + first, project() + u"/apps/"_s + first.toLower()));

@@ -1,7 +1,6 @@
 #include "clitest.h"
+#include "history/history.h"
 #include "historyfiles.h"
-#include "io/history.h"
-#include "io/replacefile.h"
 #include "testrunner.h"
 
 #include <QByteArrayList>
@@ -30,7 +29,20 @@ private slots:
     void restoresNothing_data();
     void restoresNothing();
     void entriesOfTheSameName();
+
+private:
+    QString makeReplacedClock();
 };
+
+/// The project, whose catalogue was replaced by an empty one; returns the path of the catalogue.
+QString TestCliHistory::makeReplacedClock()
+{
+    makeClock();
+    const QString path = project() + u"/Apps.csv"_s;
+    if (!History::saveFile(path, HEADER))
+        qFatal("Cannot save %s", qPrintable(path));
+    return path;
+}
 
 void TestCliHistory::history()
 {
@@ -39,14 +51,14 @@ void TestCliHistory::history()
     QCOMPARE(nothing.code, 0);
     QCOMPARE(QString::fromUtf8(nothing.out), u"The history holds nothing of %1/Apps.csv.\n"_s.arg(project()));
 
-    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER, LineEnds::AsGiven));
+    QVERIFY(History::saveFile(project() + u"/Apps.csv"_s, HEADER));
     awaitNextMoment();
-    keepUnsaved(project() + u"/doc/de.html"_s, "never saved");
+    History::keepUnsaved(project() + u"/doc/de.html"_s, "never saved");
     awaitNextMoment();
-    QVERIFY(replaceFile(project() + u"/en.html"_s, "", LineEnds::AsGiven));
+    QVERIFY(History::saveFile(project() + u"/en.html"_s, ""));
     for (const QString &other : {u"project2/Apps.csv"_s, u"project/Other.csv"_s, u"project/sub/Apps.csv"_s}) {
         folder->write(other, "another catalogue");
-        QVERIFY(replaceFile(folder->path(other), HEADER, LineEnds::AsGiven));
+        QVERIFY(History::saveFile(folder->path(other), HEADER));
     }
 
     const Outcome outcome = run({u"history"_s, u"project"_s}, folder->path());
@@ -63,7 +75,7 @@ void TestCliHistory::history()
     };
     for (int i = 0; i < lines.size(); ++i)
         QVERIFY2(expected.at(i).match(lines.at(i)).hasMatch(), qPrintable(lines.at(i)));
-    // The name of an entry says the same moment.
+    // The name of the entry has the same time.
     const QString name = lines.at(0).section(u"  replaced  "_s, 1).section(u' ', 0, 0);
     QCOMPARE(QDateTime::fromString(lines.at(0).section(u' ', 0, 0), Qt::ISODate).toString(u"yyyyMMdd-hhmmss"_s),
              name.section(u'-', 0, 1));
@@ -76,14 +88,14 @@ void TestCliHistory::historyOfABrokenCatalogue()
     folder->link(folder->path(u"elsewhere.html"_s), u"project/de.html"_s);
     QByteArray line = CLOCK;
     folder->write(u"project/Apps.csv"_s, HEADER + line.replace("\"en.html\"", "\"en.html\",\"de\":\"de.html\""));
-    QVERIFY(replaceFile(project() + u"/de.html"_s, "new", LineEnds::AsGiven));
+    QVERIFY(History::saveFile(project() + u"/de.html"_s, "new"));
     QVERIFY(run({u"history"_s, project()}).out.contains("elsewhere.html"));
 
-    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, "broken", LineEnds::AsGiven));
+    QVERIFY(History::saveFile(project() + u"/Apps.csv"_s, "broken"));
     const Outcome broken = run({u"history"_s, project()});
     QCOMPARE(broken.code, 0);
     QCOMPARE(broken.out.count("replaced-Apps.csv"), 1);
-    QVERIFY2(broken.err.contains("Apps.csv:1: 1 of at least 7 cells"), broken.err.constData());
+    QVERIFY2(broken.err.contains("Apps.csv:1: The line has 1 of at least 7 cells"), broken.err.constData());
 
     QVERIFY(QDir(project()).removeRecursively());
     QCOMPARE(run({u"history"_s, project() + u"/Apps.csv"_s}).out, broken.out);
@@ -95,7 +107,7 @@ void TestCliHistory::historyOfNothing()
     const Outcome outcome = run({u"history"_s, u"nowhere"_s}, folder->path());
     QCOMPARE(outcome.code, 2);
     QCOMPARE(outcome.out, QByteArray());
-    QCOMPARE(outcome.err, QByteArray("catalist-cli: nowhere: No such file or directory\n"));
+    QCOMPARE(outcome.err, "catalist-cli: nowhere: No such file or directory\n"_ba);
 }
 
 void TestCliHistory::historyThroughALink()
@@ -104,8 +116,8 @@ void TestCliHistory::historyThroughALink()
     folder->makeFolder(u"deep/er"_s);
     folder->link(project(), u"deep/er/alias"_s);
     for (const QString &name : {u"Apps.csv"_s, u"en.html"_s, u"icon.png"_s})
-        QVERIFY(replaceFile(folder->path(u"deep/er/alias/"_s + name), HEADER + CLOCK + "\n", LineEnds::AsGiven));
-    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER + CLOCK, LineEnds::AsGiven));
+        QVERIFY(History::saveFile(folder->path(u"deep/er/alias/"_s + name), HEADER + CLOCK + "\n"));
+    QVERIFY(History::saveFile(project() + u"/Apps.csv"_s, HEADER + CLOCK));
     const Outcome direct = run({u"history"_s, u"project"_s}, folder->path());
     QCOMPARE(direct.out.count('\n'), 4);
     QVERIFY2(!direct.out.contains(".."), direct.out.constData());
@@ -116,10 +128,10 @@ void TestCliHistory::historyOfAWrongClock()
 {
     makeClock();
     const QString page = project() + u"/en.html"_s;
-    QVERIFY(replaceFile(page, "new", LineEnds::AsGiven));
-    const QString path = keptVersions(page).constFirst().path;
+    QVERIFY(History::saveFile(page, "new"));
+    const QString path = History::versions(page).constFirst().path;
     QVERIFY(QFile::rename(path, QFileInfo(path).path() + u"/20990101-000000-000-00-replaced-en.html"_s));
-    QVERIFY(replaceFile(project() + u"/Apps.csv"_s, HEADER, LineEnds::AsGiven));
+    QVERIFY(History::saveFile(project() + u"/Apps.csv"_s, HEADER));
     const QByteArrayList lines = run({u"history"_s, project()}).out.split('\n');
     QCOMPARE(lines.size(), 3);
     QVERIFY2(lines.at(0).endsWith("Apps.csv") && lines.at(1).startsWith("2099-01-01T"), lines.at(0).constData());
@@ -127,22 +139,20 @@ void TestCliHistory::historyOfAWrongClock()
 
 void TestCliHistory::restores()
 {
-    makeClock();
-    const QString path = project() + u"/Apps.csv"_s;
-    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
-    const QString entry = QFileInfo(keptVersions(path).constFirst().path).fileName();
+    const QString path = makeReplacedClock();
+    const QString entry = QFileInfo(History::versions(path).constFirst().path).fileName();
     awaitNextMoment();
     const Outcome outcome = run({u"restore"_s, project(), entry});
     QCOMPARE(outcome.err, QByteArray());
     QCOMPARE(outcome.code, 0);
     QCOMPARE(QString::fromUtf8(outcome.out), u"%1 bytes: %2\n"_s.arg((HEADER + CLOCK).size()).arg(path));
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
-    // What stood in its place.
-    QCOMPARE(keptVersions(path).size(), 2);
-    QCOMPARE(readFile(keptVersions(path).constFirst().path), HEADER);
+    // The replaced file is kept.
+    QCOMPARE(History::versions(path).size(), 2);
+    QCOMPARE(readFile(History::versions(path).constFirst().path), HEADER);
 
     QFile::remove(path);
-    QCOMPARE(run({u"restore"_s, path, keptVersions(path).constLast().path}).code, 0);
+    QCOMPARE(run({u"restore"_s, path, History::versions(path).constLast().path}).code, 0);
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
 }
 
@@ -152,58 +162,53 @@ void TestCliHistory::restoresOnlyOverWhatIsKept()
         folder->makeFolder(name);
         QVERIFY(QFile::setPermissions(folder->path(name), QFile::Permissions(0x7777)));
     }
-    const QByteArray data = qgetenv("XDG_DATA_HOME");
-    const auto restoreData = qScopeGuard([&data] { qputenv("XDG_DATA_HOME", data); });
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    const DataHome dataHome(folder->path(u"data"_s));
     const OrdinaryUser user;
     if (!QFileInfo(cliPath()).isExecutable())
         QSKIP("The build is not open to an ordinary user");
-    makeClock();
-    const QString path = project() + u"/Apps.csv"_s;
-    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
-    const QFileInfo entry(keptVersions(path).constFirst().path);
+    const QString path = makeReplacedClock();
+    const QFileInfo entry(History::versions(path).constFirst().path);
     QVERIFY(QFile::setPermissions(entry.path(), QFile::Permissions(0x5555)));
     awaitNextMoment();
     const Outcome outcome = run({u"restore"_s, project(), entry.fileName()}, u"/"_s);
     QCOMPARE(outcome.code, 2);
     QCOMPARE(outcome.out, QByteArray());
-    QCOMPARE(QString::fromUtf8(outcome.err),
-             u"catalist-cli: %1: Cannot be kept in the history, and stays as it is\n"_s.arg(path));
+    const QString refused = u"catalist-cli: %1: Not replaced, as what it holds cannot be kept in the history (%2/"_s;
+    QVERIFY2(outcome.err.startsWith(refused.arg(path, entry.path()).toUtf8()), outcome.err.constData());
+    QVERIFY2(outcome.err.endsWith("-replaced-Apps.csv: Permission denied)\n"), outcome.err.constData());
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
 
     QVERIFY(QFile::setPermissions(entry.path(), QFile::Permissions(0x7777)));
     QCOMPARE(run({u"restore"_s, project(), entry.fileName()}, u"/"_s).code, 0);
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
-    QCOMPARE(keptVersions(path).size(), 2);
+    QCOMPARE(History::versions(path).size(), 2);
 }
 
 void TestCliHistory::restoreRemovesNothing()
 {
-    makeClock();
-    const QString path = project() + u"/Apps.csv"_s;
-    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
+    const QString path = makeReplacedClock();
     const QString old = u"20200101-120000-000-00-replaced-Apps.csv"_s;
-    const QString kept = keptVersions(path).constFirst().path;
+    const QString kept = History::versions(path).constFirst().path;
     QVERIFY(QFile::rename(kept, QFileInfo(kept).path() + u'/' + old));
     QCOMPARE(run({u"restore"_s, project(), old}).code, 0);
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER + CLOCK);
-    QCOMPARE(keptVersions(path).size(), 2);
-    QCOMPARE(QFileInfo(keptVersions(path).constLast().path).fileName(), old);
+    QCOMPARE(History::versions(path).size(), 2);
+    QCOMPARE(QFileInfo(History::versions(path).constLast().path).fileName(), old);
 }
 
 void TestCliHistory::restoresElsewhere()
 {
     makeClock();
     const QString path = project() + u"/en.html"_s;
-    QVERIFY(replaceFile(path, "new \xe9", LineEnds::AsGiven));
+    QVERIFY(History::saveFile(path, "new \xe9"));
     awaitNextMoment();
-    QVERIFY(replaceFile(path, "newer", LineEnds::AsGiven));
+    QVERIFY(History::saveFile(path, "newer"));
     folder->write(u"look.html"_s, "in the way");
-    const QString entry = QFileInfo(keptVersions(path).constFirst().path).fileName();
+    const QString entry = QFileInfo(History::versions(path).constFirst().path).fileName();
     QCOMPARE(run({u"restore"_s, u"project"_s, entry, u"--output"_s, u"look.html"_s}, folder->path()).code, 0);
-    QCOMPARE(folder->read(u"look.html"_s), QByteArray("new \xe9"));
-    QCOMPARE(folder->read(u"project/en.html"_s), QByteArray("newer"));
-    QCOMPARE(readFile(keptVersions(folder->path(u"look.html"_s)).constFirst().path), QByteArray("in the way"));
+    QCOMPARE(folder->read(u"look.html"_s), "new \xe9"_ba);
+    QCOMPARE(folder->read(u"project/en.html"_s), "newer"_ba);
+    QCOMPARE(readFile(History::versions(folder->path(u"look.html"_s)).constFirst().path), "in the way"_ba);
 }
 
 void TestCliHistory::restoresNothing_data()
@@ -226,10 +231,8 @@ void TestCliHistory::restoresNothing()
     QFETCH(QString, error);
     if (output.startsWith(u"/dev/") && !QFileInfo::exists(output))
         QSKIP("No disk that is always full here");
-    makeClock();
-    const QString path = project() + u"/Apps.csv"_s;
-    QVERIFY(replaceFile(path, HEADER, LineEnds::AsGiven));
-    const QString known = QFileInfo(keptVersions(path).constFirst().path).fileName();
+    const QString path = makeReplacedClock();
+    const QString known = QFileInfo(History::versions(path).constFirst().path).fileName();
     const Outcome outcome =
         run({u"restore"_s, u"project"_s, entry.isEmpty() ? known : entry, u"--output"_s, output}, folder->path());
     QCOMPARE(outcome.code, 2);
@@ -243,10 +246,10 @@ void TestCliHistory::entriesOfTheSameName()
 {
     makeClock();
     folder->write(u"project/de/en.html"_s, "German");
-    QVERIFY(replaceFile(project() + u"/en.html"_s, "", LineEnds::AsGiven));
-    QVERIFY(replaceFile(project() + u"/de/en.html"_s, "", LineEnds::AsGiven));
-    const KeptVersion first = keptVersions(project() + u"/en.html"_s).constFirst();
-    const KeptVersion second = keptVersions(project() + u"/de/en.html"_s).constFirst();
+    QVERIFY(History::saveFile(project() + u"/en.html"_s, ""));
+    QVERIFY(History::saveFile(project() + u"/de/en.html"_s, ""));
+    const History::Version first = History::versions(project() + u"/en.html"_s).constFirst();
+    const History::Version second = History::versions(project() + u"/de/en.html"_s).constFirst();
     const QString name = QFileInfo(first.path).fileName();
     const QString path = QFileInfo(second.path).path() + u'/' + name;
     QVERIFY(second.path == path || QFile::rename(second.path, path));
@@ -255,8 +258,8 @@ void TestCliHistory::entriesOfTheSameName()
     QCOMPARE(both.code, 2);
     QVERIFY2(both.err.contains(first.path.toUtf8()) && both.err.contains(path.toUtf8()), both.err.constData());
     QCOMPARE(run({u"restore"_s, project(), path}).code, 0);
-    QCOMPARE(folder->read(u"project/de/en.html"_s), QByteArray("German"));
-    QCOMPARE(folder->read(u"project/en.html"_s), QByteArray(""));
+    QCOMPARE(folder->read(u"project/de/en.html"_s), "German"_ba);
+    QCOMPARE(folder->read(u"project/en.html"_s), ""_ba);
 }
 
 CATALIST_TEST(TestCliHistory)

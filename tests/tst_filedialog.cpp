@@ -14,11 +14,12 @@
 
 #include <algorithm>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QStringList ANY_FILE{QStringLiteral("*.*")};
-const QStringList PICTURES{QStringLiteral("*.jpg"), QStringLiteral("*.png"), QStringLiteral("*.jpeg"),
-                           QStringLiteral("*.gif")};
+const QStringList ANY_FILE{u"*.*"_s};
+const QStringList PICTURES{u"*.jpg"_s, u"*.png"_s, u"*.jpeg"_s, u"*.gif"_s};
 
 class WorkingFolder
 {
@@ -47,20 +48,15 @@ private slots:
     void lists_data();
     void lists();
     void listsWhatIsInAFolder();
-    void okComesWithAClick_data();
-    void okComesWithAClick();
-    void okGoesWithAClickOnSomethingElse();
-    void pathStaysWhenSomethingElseIsClicked();
-    void okAccepts_data();
-    void okAccepts();
-    void doubleClickAccepts_data();
-    void doubleClickAccepts();
+    void okIsEnabledByAClick_data();
+    void okIsEnabledByAClick();
+    void okIsDisabledByAClickOnAFolder();
+    void accepts_data();
+    void accepts();
     void doubleClickOnAFolderExpandsItInFileMode();
-    void whatWasClickedIsPickedWhenTheKeyboardMovedOn();
-    void okFollowsTheKeyboardToAnotherFile();
-    void okFollowsTheKeyboardInFolderMode();
-    void keyboardAloneDoesNotEnableOk();
-    void returnInTheTreePicksNothing();
+    void okFollowsTheKeyboard_data();
+    void okFollowsTheKeyboard();
+    void keyboardAlonePicksNothing();
     void activationDoesNothing();
     void leaving_data();
     void leaving();
@@ -89,27 +85,27 @@ private:
 
 void TestFileDialog::initTestCase()
 {
-    // On a slow machine the letters of a name would else count as several searches.
+    // On a slow machine the letters of a name would count as several searches.
     QApplication::setKeyboardInputInterval(60000);
 }
 
 void TestFileDialog::init()
 {
     folder = std::make_unique<Folder>();
-    folder->write(QStringLiteral("Apps.csv"), HEADER);
-    folder->write(QStringLiteral("README"), "r");
-    folder->write(QStringLiteral("main.lua"), "m");
-    folder->write(QStringLiteral("photo.JPG"), "p");
-    folder->write(QStringLiteral("image.png"), "i");
-    folder->write(QStringLiteral("scan.jpeg"), "s");
-    folder->write(QStringLiteral("move.gif"), "g");
-    folder->write(QStringLiteral("draw.svg"), "d");
-    folder->write(QStringLiteral(".hidden.png"), "h");
-    folder->write(QStringLiteral("lib/sub/deep.png"), "d");
-    folder->write(QStringLiteral("lib/plain"), "p");
-    folder->write(QStringLiteral("lib/units.lua"), "u");
-    folder->makeFolder(QStringLiteral("v1.2"));
-    folder->makeFolder(QStringLiteral(".git"));
+    folder->write(u"Apps.csv"_s, HEADER);
+    folder->write(u"README"_s, "r");
+    folder->write(u"main.lua"_s, "m");
+    folder->write(u"photo.JPG"_s, "p");
+    folder->write(u"image.png"_s, "i");
+    folder->write(u"scan.jpeg"_s, "s");
+    folder->write(u"move.gif"_s, "g");
+    folder->write(u"draw.svg"_s, "d");
+    folder->write(u".hidden.png"_s, "h");
+    folder->write(u"lib/sub/deep.png"_s, "d");
+    folder->write(u"lib/plain"_s, "p");
+    folder->write(u"lib/units.lua"_s, "u");
+    folder->makeFolder(u"v1.2"_s);
+    folder->makeFolder(u".git"_s);
 }
 
 void TestFileDialog::cleanup()
@@ -122,8 +118,7 @@ void TestFileDialog::cleanup()
 
 void TestFileDialog::open(const QStringList &filters, const QString &root)
 {
-    dialog =
-        std::make_unique<FileDialog>(root.isNull() ? folder->path(QStringLiteral("Apps.csv")) : root, filters, nullptr);
+    dialog = std::make_unique<FileDialog>(root.isNull() ? folder->path(u"Apps.csv"_s) : root, filters, nullptr);
     tree = child<QTreeView>(*dialog, "treeView");
     loaded = std::make_unique<QSignalSpy>(qobject_cast<QFileSystemModel *>(tree->model()),
                                           &QFileSystemModel::directoryLoaded);
@@ -176,8 +171,8 @@ void TestFileDialog::form()
     QFETCH(const QStringList, filters);
     open(filters);
 
-    QCOMPARE(dialog->objectName(), QStringLiteral("FileDialog"));
-    QCOMPARE(dialog->windowTitle(), QStringLiteral("Select a file"));
+    QCOMPARE(dialog->objectName(), u"FileDialog"_s);
+    QCOMPARE(dialog->windowTitle(), u"Select a file"_s);
     QCOMPARE(dialog->size(), QSize(481, 397));
     const auto *buttons = child<QDialogButtonBox>(*dialog, "buttonBox");
     QCOMPARE(buttons->standardButtons(), QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
@@ -196,10 +191,9 @@ void TestFileDialog::lists_data()
     QTest::addColumn<QStringList>("filters");
     QTest::addColumn<QString>("listed");
     QTest::newRow("files whose names have a dot, and folders")
-        << ANY_FILE << QStringLiteral("Apps.csv draw.svg image.png lib main.lua move.gif photo.JPG scan.jpeg v1.2");
-    QTest::newRow("pictures and folders")
-        << PICTURES << QStringLiteral("image.png lib move.gif photo.JPG scan.jpeg v1.2");
-    QTest::newRow("folders alone") << QStringList() << QStringLiteral("lib v1.2");
+        << ANY_FILE << u"Apps.csv draw.svg image.png lib main.lua move.gif photo.JPG scan.jpeg v1.2"_s;
+    QTest::newRow("pictures and folders") << PICTURES << u"image.png lib move.gif photo.JPG scan.jpeg v1.2"_s;
+    QTest::newRow("folders alone") << QStringList() << u"lib v1.2"_s;
 }
 
 void TestFileDialog::lists()
@@ -207,40 +201,37 @@ void TestFileDialog::lists()
     QFETCH(const QStringList, filters);
     QFETCH(const QString, listed);
     open(filters);
-    QTRY_COMPARE(names(tree->rootIndex()).join(QLatin1Char(' ')), listed);
+    QTRY_COMPARE(names(tree->rootIndex()).join(u' '), listed);
 }
 
 void TestFileDialog::listsWhatIsInAFolder()
 {
     open(ANY_FILE);
-    const QModelIndex lib = treeEntry(tree, QStringLiteral("lib"));
+    const QModelIndex lib = treeEntry(tree, u"lib"_s);
     QVERIFY(lib.isValid());
     loaded->clear();
     tree->expand(lib);
     QTRY_VERIFY(!loaded->isEmpty());
-    QTRY_COMPARE(names(lib).join(QLatin1Char(' ')), QStringLiteral("sub units.lua"));
+    QTRY_COMPARE(names(lib).join(u' '), u"sub units.lua"_s);
 }
 
-void TestFileDialog::okComesWithAClick_data()
+void TestFileDialog::okIsEnabledByAClick_data()
 {
     QTest::addColumn<QStringList>("filters");
     QTest::addColumn<QString>("entry");
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<QString>("path");
 
-    QTest::newRow("file") << ANY_FILE << QStringLiteral("main.lua") << true << QStringLiteral("main.lua");
-    QTest::newRow("file in a folder") << ANY_FILE << QStringLiteral("lib/units.lua") << true
-                                      << QStringLiteral("lib/units.lua");
-    QTest::newRow("picture two folders down")
-        << PICTURES << QStringLiteral("lib/sub/deep.png") << true << QStringLiteral("lib/sub/deep.png");
-    QTest::newRow("folder for a file") << ANY_FILE << QStringLiteral("lib") << false << QString();
-    QTest::newRow("folder with a dot for a file") << ANY_FILE << QStringLiteral("v1.2") << false << QString();
-    QTest::newRow("folder") << QStringList() << QStringLiteral("lib") << true << QStringLiteral("lib");
-    QTest::newRow("folder in a folder") << QStringList() << QStringLiteral("lib/sub") << true
-                                        << QStringLiteral("lib/sub");
+    QTest::newRow("file") << ANY_FILE << u"main.lua"_s << true << u"main.lua"_s;
+    QTest::newRow("file in a folder") << ANY_FILE << u"lib/units.lua"_s << true << u"lib/units.lua"_s;
+    QTest::newRow("picture two folders down") << PICTURES << u"lib/sub/deep.png"_s << true << u"lib/sub/deep.png"_s;
+    QTest::newRow("folder for a file") << ANY_FILE << u"lib"_s << false << QString();
+    QTest::newRow("folder with a dot for a file") << ANY_FILE << u"v1.2"_s << false << QString();
+    QTest::newRow("folder") << QStringList() << u"lib"_s << true << u"lib"_s;
+    QTest::newRow("folder in a folder") << QStringList() << u"lib/sub"_s << true << u"lib/sub"_s;
 }
 
-void TestFileDialog::okComesWithAClick()
+void TestFileDialog::okIsEnabledByAClick()
 {
     QFETCH(const QStringList, filters);
     QFETCH(const QString, entry);
@@ -255,59 +246,45 @@ void TestFileDialog::okComesWithAClick()
     QVERIFY(dialog->isVisible());
 }
 
-void TestFileDialog::okGoesWithAClickOnSomethingElse()
+void TestFileDialog::okIsDisabledByAClickOnAFolder()
 {
     open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
+    QVERIFY(clickEntry(u"main.lua"_s));
     QCOMPARE(ok()->isEnabled(), true);
-    QVERIFY(clickEntry(QStringLiteral("lib")));
+    QVERIFY(clickEntry(u"lib"_s));
     QCOMPARE(ok()->isEnabled(), false);
-    QVERIFY(clickEntry(QStringLiteral("draw.svg")));
+    QCOMPARE(dialog->getPath(), u"main.lua"_s);
+    QVERIFY(clickEntry(u"draw.svg"_s));
     QCOMPARE(ok()->isEnabled(), true);
-    QCOMPARE(dialog->getPath(), QStringLiteral("draw.svg"));
+    QCOMPARE(dialog->getPath(), u"draw.svg"_s);
 }
 
-void TestFileDialog::pathStaysWhenSomethingElseIsClicked()
-{
-    open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
-    QVERIFY(clickEntry(QStringLiteral("lib")));
-    QCOMPARE(dialog->getPath(), QStringLiteral("main.lua"));
-}
-
-void TestFileDialog::okAccepts_data()
+void TestFileDialog::accepts_data()
 {
     QTest::addColumn<QStringList>("filters");
     QTest::addColumn<QString>("entry");
-    QTest::newRow("file in the root") << ANY_FILE << QStringLiteral("main.lua");
-    QTest::newRow("file two folders down") << ANY_FILE << QStringLiteral("lib/sub/deep.png");
-    QTest::newRow("folder in the root") << QStringList() << QStringLiteral("v1.2");
-    QTest::newRow("folder in a folder") << QStringList() << QStringLiteral("lib/sub");
+    QTest::addColumn<bool>("isDoubleClicked");
+    for (const bool isDoubleClicked : {false, true}) {
+        const char *way = isDoubleClicked ? "double click" : "OK";
+        QTest::addRow("%s, file in the root", way) << ANY_FILE << u"main.lua"_s << isDoubleClicked;
+        QTest::addRow("%s, file two folders down", way) << ANY_FILE << u"lib/sub/deep.png"_s << isDoubleClicked;
+        QTest::addRow("%s, folder in the root", way) << QStringList() << u"v1.2"_s << isDoubleClicked;
+        QTest::addRow("%s, folder in a folder", way) << QStringList() << u"lib/sub"_s << isDoubleClicked;
+    }
 }
 
-void TestFileDialog::okAccepts()
+void TestFileDialog::accepts()
 {
     QFETCH(const QStringList, filters);
     QFETCH(const QString, entry);
+    QFETCH(const bool, isDoubleClicked);
     open(filters);
-    QVERIFY(clickEntry(entry));
-    QTest::mouseClick(ok(), Qt::LeftButton);
-    QVERIFY(!dialog->isVisible());
-    QCOMPARE(dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(dialog->getPath(), entry);
-}
-
-void TestFileDialog::doubleClickAccepts_data()
-{
-    okAccepts_data();
-}
-
-void TestFileDialog::doubleClickAccepts()
-{
-    QFETCH(const QStringList, filters);
-    QFETCH(const QString, entry);
-    open(filters);
-    QVERIFY(doubleClickEntry(entry));
+    if (isDoubleClicked) {
+        QVERIFY(doubleClickEntry(entry));
+    } else {
+        QVERIFY(clickEntry(entry));
+        QTest::mouseClick(ok(), Qt::LeftButton);
+    }
     QVERIFY(!dialog->isVisible());
     QCOMPARE(dialog->result(), int(QDialog::Accepted));
     QCOMPARE(dialog->getPath(), entry);
@@ -316,65 +293,52 @@ void TestFileDialog::doubleClickAccepts()
 void TestFileDialog::doubleClickOnAFolderExpandsItInFileMode()
 {
     open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
-    QVERIFY(doubleClickEntry(QStringLiteral("lib")));
+    QVERIFY(clickEntry(u"main.lua"_s));
+    QVERIFY(doubleClickEntry(u"lib"_s));
     QVERIFY(dialog->isVisible());
     QCOMPARE(ok()->isEnabled(), false);
-    QTRY_VERIFY(tree->isExpanded(treeEntry(tree, QStringLiteral("lib"))));
-    QCOMPARE(dialog->getPath(), QStringLiteral("main.lua"));
+    QTRY_VERIFY(tree->isExpanded(treeEntry(tree, u"lib"_s)));
+    QCOMPARE(dialog->getPath(), u"main.lua"_s);
 }
 
-void TestFileDialog::whatWasClickedIsPickedWhenTheKeyboardMovedOn()
+void TestFileDialog::okFollowsTheKeyboard_data()
 {
-    open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
-    QTest::keyClicks(tree, QStringLiteral("lib"));
-    QCOMPARE(tree->currentIndex().data().toString(), QStringLiteral("lib"));
-    QCOMPARE(ok()->isEnabled(), true);
+    QTest::addColumn<QStringList>("filters");
+    QTest::addColumn<QString>("clicked");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("picked");
+    QTest::newRow("to another file") << ANY_FILE << u"main.lua"_s << u"draw"_s << u"draw.svg"_s;
+    QTest::newRow("to another folder") << QStringList() << u"v1.2"_s << u"lib"_s << u"lib"_s;
+    QTest::newRow("but not to a folder for a file") << ANY_FILE << u"main.lua"_s << u"lib"_s << u"main.lua"_s;
+}
 
+void TestFileDialog::okFollowsTheKeyboard()
+{
+    QFETCH(const QStringList, filters);
+    QFETCH(const QString, clicked);
+    QFETCH(const QString, typed);
+    QFETCH(const QString, picked);
+    open(filters);
+    QVERIFY(clickEntry(clicked));
+    QTest::keyClicks(tree, typed);
+    QVERIFY(tree->currentIndex().data().toString().startsWith(typed));
+    QCOMPARE(ok()->isEnabled(), true);
+    QCOMPARE(dialog->getPath(), clicked);
     QTest::mouseClick(ok(), Qt::LeftButton);
     QVERIFY(!dialog->isVisible());
     QCOMPARE(dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(dialog->getPath(), QStringLiteral("main.lua"));
-    QCOMPARE(ok()->isEnabled(), false);
+    QCOMPARE(dialog->getPath(), picked);
+    QCOMPARE(ok()->isEnabled(), picked != clicked);
 }
 
-void TestFileDialog::okFollowsTheKeyboardToAnotherFile()
+void TestFileDialog::keyboardAlonePicksNothing()
 {
     open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
-    QTest::keyClicks(tree, QStringLiteral("draw"));
-    QCOMPARE(dialog->getPath(), QStringLiteral("main.lua"));
-    QTest::mouseClick(ok(), Qt::LeftButton);
-    QCOMPARE(dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(dialog->getPath(), QStringLiteral("draw.svg"));
-}
-
-void TestFileDialog::okFollowsTheKeyboardInFolderMode()
-{
-    open({});
-    QVERIFY(clickEntry(QStringLiteral("v1.2")));
-    QTest::keyClicks(tree, QStringLiteral("lib"));
-    QTest::mouseClick(ok(), Qt::LeftButton);
-    QCOMPARE(dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(dialog->getPath(), QStringLiteral("lib"));
-}
-
-void TestFileDialog::keyboardAloneDoesNotEnableOk()
-{
-    open(ANY_FILE);
-    QVERIFY(treeEntry(tree, QStringLiteral("main.lua")).isValid());
-    QTest::keyClicks(tree, QStringLiteral("main"));
-    QCOMPARE(tree->currentIndex().data().toString(), QStringLiteral("main.lua"));
+    QVERIFY(treeEntry(tree, u"main.lua"_s).isValid());
+    QTest::keyClicks(tree, u"main"_s);
+    QCOMPARE(tree->currentIndex().data().toString(), u"main.lua"_s);
     QCOMPARE(ok()->isEnabled(), false);
     QCOMPARE(dialog->getPath(), QString());
-}
-
-void TestFileDialog::returnInTheTreePicksNothing()
-{
-    open(ANY_FILE);
-    QVERIFY(treeEntry(tree, QStringLiteral("main.lua")).isValid());
-    QTest::keyClicks(tree, QStringLiteral("main"));
     const QSignalSpy activated(tree, &QTreeView::activated);
     QTest::keyClick(tree, Qt::Key_Return);
     QCOMPARE(activated.size(), 1);
@@ -386,31 +350,31 @@ void TestFileDialog::returnInTheTreePicksNothing()
 void TestFileDialog::activationDoesNothing()
 {
     open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
-    QTest::keyClicks(tree, QStringLiteral("draw"));
+    QVERIFY(clickEntry(u"main.lua"_s));
+    QTest::keyClicks(tree, u"draw"_s);
     emit tree->activated(tree->currentIndex());
     QVERIFY(dialog->isVisible());
-    QCOMPARE(dialog->getPath(), QStringLiteral("main.lua"));
+    QCOMPARE(dialog->getPath(), u"main.lua"_s);
 }
 
 void TestFileDialog::leaving_data()
 {
     QTest::addColumn<QString>("way");
-    QTest::newRow("the Cancel button") << QStringLiteral("cancel");
-    QTest::newRow("Escape") << QStringLiteral("escape");
-    QTest::newRow("closing the window") << QStringLiteral("close");
+    QTest::newRow("the Cancel button") << u"cancel"_s;
+    QTest::newRow("Escape") << u"escape"_s;
+    QTest::newRow("closing the window") << u"close"_s;
 }
 
 void TestFileDialog::leaving()
 {
     QFETCH(const QString, way);
     open(ANY_FILE);
-    QVERIFY(clickEntry(QStringLiteral("main.lua")));
+    QVERIFY(clickEntry(u"main.lua"_s));
     const QSignalSpy finished(dialog.get(), &QDialog::finished);
-    if (way == QLatin1String("cancel"))
+    if (way == "cancel"_L1)
         QTest::mouseClick(child<QDialogButtonBox>(*dialog, "buttonBox")->button(QDialogButtonBox::Cancel),
                           Qt::LeftButton);
-    else if (way == QLatin1String("escape"))
+    else if (way == "escape"_L1)
         QTest::keyClick(dialog.get(), Qt::Key_Escape);
     else
         dialog->close();
@@ -421,18 +385,18 @@ void TestFileDialog::leaving()
 
 void TestFileDialog::emptyRootIsTheWorkingFolder()
 {
-    const WorkingFolder working(folder->path(QStringLiteral("lib")));
-    open(ANY_FILE, QStringLiteral(""));
-    QTRY_COMPARE(names(tree->rootIndex()).join(QLatin1Char(' ')), QStringLiteral("sub units.lua"));
-    QVERIFY(clickEntry(QStringLiteral("units.lua")));
-    QCOMPARE(dialog->getPath(), QStringLiteral("units.lua"));
+    const WorkingFolder working(folder->path(u"lib"_s));
+    open(ANY_FILE, u""_s);
+    QTRY_COMPARE(names(tree->rootIndex()).join(u' '), u"sub units.lua"_s);
+    QVERIFY(clickEntry(u"units.lua"_s));
+    QCOMPARE(dialog->getPath(), u"units.lua"_s);
 }
 
 void TestFileDialog::folderThatIsGoneShowsNothing()
 {
-    const WorkingFolder working(folder->path(QStringLiteral("lib")));
+    const WorkingFolder working(folder->path(u"lib"_s));
     for (const QStringList &filters : {ANY_FILE, QStringList()}) {
-        FileDialog picker(folder->path(QStringLiteral("gone/Apps.csv")), filters, nullptr);
+        FileDialog picker(folder->path(u"gone/Apps.csv"_s), filters, nullptr);
         picker.open();
         QVERIFY(QTest::qWaitForWindowActive(&picker));
         QVERIFY(!child<QTreeView>(picker, "treeView")->model());
@@ -446,35 +410,35 @@ void TestFileDialog::folderThatIsGoneShowsNothing()
 
 void TestFileDialog::nothingAboveTheRootCanBeReached()
 {
-    open(ANY_FILE, folder->path(QStringLiteral("lib/Apps.csv")));
+    open(ANY_FILE, folder->path(u"lib/Apps.csv"_s));
     const auto *model = qobject_cast<QFileSystemModel *>(tree->model());
-    QCOMPARE(model->rootPath(), folder->path(QStringLiteral("lib")));
-    QCOMPARE(model->filePath(tree->rootIndex()), folder->path(QStringLiteral("lib")));
+    QCOMPARE(model->rootPath(), folder->path(u"lib"_s));
+    QCOMPARE(model->filePath(tree->rootIndex()), folder->path(u"lib"_s));
 
-    QVERIFY(clickEntry(QStringLiteral("sub")));
+    QVERIFY(clickEntry(u"sub"_s));
     for (const Qt::Key key : {Qt::Key_Left, Qt::Key_Left, Qt::Key_Home, Qt::Key_Up, Qt::Key_Left, Qt::Key_Backspace}) {
         QTest::keyClick(tree, key);
         QCOMPARE(tree->currentIndex().parent(), tree->rootIndex());
     }
-    QCOMPARE(model->filePath(tree->rootIndex()), folder->path(QStringLiteral("lib")));
+    QCOMPARE(model->filePath(tree->rootIndex()), folder->path(u"lib"_s));
 }
 
 void TestFileDialog::runsModally()
 {
     DialogAnswers answers;
-    answers.pickInProject(QStringLiteral("lib/sub/deep.png"));
-    FileDialog picker(folder->path(QStringLiteral("Apps.csv")), PICTURES, nullptr);
+    answers.pickInProject(u"lib/sub/deep.png"_s);
+    FileDialog picker(folder->path(u"Apps.csv"_s), PICTURES, nullptr);
     QCOMPARE(picker.exec(), int(QDialog::Accepted));
-    QCOMPARE(picker.getPath(), QStringLiteral("lib/sub/deep.png"));
+    QCOMPARE(picker.getPath(), u"lib/sub/deep.png"_s);
     QVERIFY(answers.allAnswered());
     QCOMPARE(answers.shown.size(), 1);
-    QCOMPARE(answers.shown.constFirst().kind, QStringLiteral("FileDialog"));
-    QCOMPARE(answers.shown.constFirst().buttons, QStringList({QStringLiteral("OK"), QStringLiteral("Cancel")}));
+    QCOMPARE(answers.shown.constFirst().kind, u"FileDialog"_s);
+    QCOMPARE(answers.shown.constFirst().buttons, QStringList({u"OK"_s, u"Cancel"_s}));
 }
 
 void TestFileDialog::namesAreShownWhole()
 {
-    const QString name = QStringLiteral("a-name-that-is-longer-than-most.lua");
+    const QString name = u"a-name-that-is-longer-than-most.lua"_s;
     folder->write(name, "a");
     open(ANY_FILE);
     const QModelIndex longest = treeEntry(tree, name);
@@ -496,8 +460,8 @@ void TestFileDialog::columnsCanBeResized()
         QTest::mouseRelease(header, Qt::LeftButton, {}, grip + QPoint(change, 0));
     }
     QCOMPARE(tree->header()->sectionSize(0), width + 20);
-    // Another folder does not set it again.
-    QVERIFY(treeEntry(tree, QStringLiteral("lib/units.lua")).isValid());
+    // Opening a folder does not change it.
+    QVERIFY(treeEntry(tree, u"lib/units.lua"_s).isValid());
     QCOMPARE(tree->header()->sectionSize(0), width + 20);
 }
 
@@ -506,9 +470,9 @@ void TestFileDialog::spacePicks_data()
     QTest::addColumn<QStringList>("filters");
     QTest::addColumn<QString>("entry");
     QTest::addColumn<bool>("picks");
-    QTest::newRow("file") << ANY_FILE << QStringLiteral("main.lua") << true;
-    QTest::newRow("folder") << QStringList() << QStringLiteral("lib") << true;
-    QTest::newRow("folder where a file is wanted") << ANY_FILE << QStringLiteral("lib") << false;
+    QTest::newRow("file") << ANY_FILE << u"main.lua"_s << true;
+    QTest::newRow("folder") << QStringList() << u"lib"_s << true;
+    QTest::newRow("folder where a file is wanted") << ANY_FILE << u"lib"_s << false;
 }
 
 void TestFileDialog::spacePicks()
@@ -532,17 +496,17 @@ void TestFileDialog::spacePicks()
 
 void TestFileDialog::folderThatVanishesIsNotTheWholeProject()
 {
-    QVERIFY(QDir(folder->path(QStringLiteral("lib"))).removeRecursively());
-    QVERIFY(QDir(folder->path(QStringLiteral("v1.2"))).removeRecursively());
-    folder->makeFolder(QStringLiteral("only"));
+    QVERIFY(QDir(folder->path(u"lib"_s)).removeRecursively());
+    QVERIFY(QDir(folder->path(u"v1.2"_s)).removeRecursively());
+    folder->makeFolder(u"only"_s);
     open({});
-    QVERIFY(clickEntry(QStringLiteral("only")));
+    QVERIFY(clickEntry(u"only"_s));
     QVERIFY(ok()->isEnabled());
-    QVERIFY(QDir().rmdir(folder->path(QStringLiteral("only"))));
+    QVERIFY(QDir().rmdir(folder->path(u"only"_s)));
     QTRY_VERIFY(!tree->currentIndex().isValid());
     QTest::mouseClick(ok(), Qt::LeftButton);
     QCOMPARE(dialog->result(), int(QDialog::Accepted));
-    QCOMPARE(dialog->getPath(), QStringLiteral("only"));
+    QCOMPARE(dialog->getPath(), u"only"_s);
     QVERIFY(!dialog->checkFile());
 }
 

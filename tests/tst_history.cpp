@@ -1,10 +1,10 @@
-#include "io/history.h"
+#include "history/drafts.h"
+#include "history/history.h"
 
 #include "cli.h"
 #include "filesizelimit.h"
 #include "folder.h"
 #include "historyfiles.h"
-#include "io/replacefile.h"
 #include "testrunner.h"
 
 #include <QDate>
@@ -27,7 +27,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A file of a size that takes no room on the disk.
+/// A file of the size that needs no space on the disk.
 void makeSparse(const QString &path, qint64 size)
 {
     QFile file(path);
@@ -60,9 +60,7 @@ class TestHistory : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
-    void cleanup();
 
     void names_data();
     void names();
@@ -99,32 +97,20 @@ private:
     [[nodiscard]] QString file() const { return folder->path(u"file.txt"_s); }
 
     std::unique_ptr<Folder> folder;
-    QByteArray dataHome;
 };
-
-void TestHistory::initTestCase()
-{
-    dataHome = qgetenv("XDG_DATA_HOME");
-}
 
 void TestHistory::init()
 {
-    QDir(historyFolder()).removeRecursively();
-    QVERIFY(!QFileInfo::exists(historyFolder()));
+    QDir(History::historyFolder()).removeRecursively();
+    QVERIFY(!QFileInfo::exists(History::historyFolder()));
     folder = std::make_unique<Folder>();
-}
-
-void TestHistory::cleanup()
-{
-    qputenv("XDG_DATA_HOME", dataHome);
-    folder.reset();
 }
 
 void TestHistory::names_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("kept");
-    QStringList usual{u"two words.html"_s, u" blanks .csv"_s,      u"Čeština 日本 🛩.html"_s,
+    QStringList usual{u"two words.html"_s, u" spaces .csv"_s,      u"Čeština 日本 🛩.html"_s,
                       u"%1.csv"_s,         u"%1 %2 %3%4%L1.csv"_s, u"a#b.html"_s,
                       u"a;b,c.csv"_s,      u"-rf.csv"_s,           u".hidden"_s};
 #ifdef Q_OS_LINUX
@@ -147,13 +133,13 @@ void TestHistory::names()
     QFETCH(QString, name);
     QFETCH(QString, kept);
     const QString path = folder->path(name);
-    QVERIFY(replaceFile(path, "old", LineEnds::AsGiven));
-    QVERIFY(replaceFile(path, "new", LineEnds::AsGiven));
-    QCOMPARE(folder->read(name), QByteArray("new"));
+    QVERIFY(History::saveFile(path, "old"));
+    QVERIFY(History::saveFile(path, "new"));
+    QCOMPARE(folder->read(name), "new"_ba);
     QCOMPARE(folder->entries(), QStringList{name});
     const QList<Version> found = versions(path);
     QCOMPARE(found.size(), 1);
-    QCOMPARE(found.constFirst().content, QByteArray("old"));
+    QCOMPARE(found.constFirst().content, "old"_ba);
     const QRegularExpression pattern(u"^\\d{8}-\\d{6}-\\d{3}-00-replaced-"_s);
     QVERIFY(pattern.match(found.constFirst().name).hasMatch());
     QCOMPARE(found.constFirst().name.section(u'-', 5), kept);
@@ -166,29 +152,29 @@ void TestHistory::oneHistoryThroughLinks()
     folder->link(folder->path(u"real"_s), u"alias"_s);
     const QStringList paths{u"link.txt"_s, u"alias/file.txt"_s, u"real/../real/./file.txt"_s, u"real/file.txt"_s};
     for (const QString &path : paths)
-        QVERIFY(replaceFile(folder->path(path), path.toUtf8(), LineEnds::AsGiven));
+        QVERIFY(History::saveFile(folder->path(path), path.toUtf8()));
     QCOMPARE(keptContents(folder->path(u"real/file.txt"_s)),
              (QList<QByteArray>{paths.at(2).toUtf8(), paths.at(1).toUtf8(), paths.at(0).toUtf8(), "1"}));
-    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+    QCOMPARE(QDir(History::historyFolder()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
 }
 
 void TestHistory::oneHistoryBeforeTheFileExists()
 {
     folder->makeFolder(u"real"_s);
     folder->link(folder->path(u"real"_s), u"alias"_s);
-    keepUnsaved(folder->path(u"alias/file.txt"_s), "never saved");
+    History::keepUnsaved(folder->path(u"alias/file.txt"_s), "never saved");
     folder->write(u"real/file.txt"_s, "saved");
-    keepUnsaved(folder->path(u"alias/file.txt"_s), "then this");
+    History::keepUnsaved(folder->path(u"alias/file.txt"_s), "then this");
     QCOMPARE(keptContents(folder->path(u"real/file.txt"_s)), (QList<QByteArray>{"then this", "never saved"}));
 }
 
 void TestHistory::emptyOriginIsFilled()
 {
-    keepUnsaved(file(), "1");
+    History::keepUnsaved(file(), "1");
     QFile empty(originPath(file()));
     QVERIFY(empty.resize(0));
     QVERIFY(originPath(file()).isEmpty());
-    keepUnsaved(file(), "2");
+    History::keepUnsaved(file(), "2");
     QCOMPARE(keptContents(file()), (QList<QByteArray>{"2", "1"}));
 }
 
@@ -205,9 +191,9 @@ void TestHistory::permissions()
 #ifdef Q_OS_UNIX
     QFETCH(int, mask);
     const mode_t before = ::umask(static_cast<mode_t>(mask));
-    keepUnsaved(file(), "secret");
+    History::keepUnsaved(file(), "secret");
     ::umask(before);
-    QCOMPARE(mode(historyFolder()), mode_t(0700));
+    QCOMPARE(mode(History::historyFolder()), mode_t(0700));
     QCOMPARE(mode(QFileInfo(originPath(file())).path()), mode_t(0700));
     QCOMPARE(mode(originPath(file())), mode_t(0600));
     QCOMPARE(versionNames(file()).size(), 1);
@@ -220,10 +206,10 @@ void TestHistory::permissions()
 void TestHistory::newestFifty()
 {
     const QString other = folder->path(u"other.txt"_s);
-    keepUnsaved(other, "of another file");
+    History::keepUnsaved(other, "of another file");
     QList<QByteArray> expected;
     for (int i = 0; i < 53; ++i) {
-        keepUnsaved(file(), QByteArray::number(i));
+        History::keepUnsaved(file(), QByteArray::number(i));
         if (i == 49)
             QCOMPARE(keptContents(file()).size(), 50);
         if (i >= 3)
@@ -235,10 +221,10 @@ void TestHistory::newestFifty()
 
 void TestHistory::clockThatWasAhead()
 {
-    keepUnsaved(file(), "before");
+    History::keepUnsaved(file(), "before");
     for (int i = 0; i < 50; ++i)
         makeSparse(versionPath(file(), nameOf(QDate(2099, 1, 1).addDays(i))), 1);
-    keepUnsaved(file(), "after");
+    History::keepUnsaved(file(), "after");
     QVERIFY(keptContents(file()).contains("before"));
     QVERIFY(keptContents(file()).contains("after"));
     QCOMPARE(keptContents(file()).size(), 50);
@@ -248,23 +234,23 @@ void TestHistory::clockThatWasAhead()
 
 void TestHistory::clockThatWasBehind()
 {
-    keepUnsaved(file(), "kept in time");
+    History::keepUnsaved(file(), "kept in time");
     const QString unsaved = nameOf(QDate(1999, 12, 31), u"unsaved-file.txt"_s);
     const QString replaced = nameOf(QDate(1999, 12, 30));
     makeSparse(versionPath(file(), unsaved), 1);
     makeSparse(versionPath(file(), replaced), 1);
-    keepUnsaved(folder->path(u"other.txt"_s), "other");
+    History::keepUnsaved(folder->path(u"other.txt"_s), "other");
     const QString ofOther = nameOf(QDate(1999, 12, 31), u"unsaved-other.txt"_s);
     makeSparse(versionPath(folder->path(u"other.txt"_s), ofOther), 1);
-    keepUnsaved(file(), "later");
+    History::keepUnsaved(file(), "later");
     QCOMPARE(versionNames(file()).mid(2), (QStringList{unsaved, replaced}));
     QCOMPARE(versionNames(folder->path(u"other.txt"_s)).size(), 2);
 }
 
 void TestHistory::newestStay()
 {
-    // The only unsaved text is older than more versions than are kept, and larger than all that is kept.
-    keepUnsaved(file(), "first");
+    // The only unsaved text is older than the newest fifty versions, and larger than the whole history may be.
+    History::keepUnsaved(file(), "first");
     const QString first = versionNames(file()).constFirst();
     const QString unsaved = nameOf(today().addDays(-100), u"unsaved-file.txt"_s);
     QVERIFY(QFile::rename(versionPath(file(), first), versionPath(file(), unsaved)));
@@ -273,11 +259,11 @@ void TestHistory::newestStay()
         makeSparse(versionPath(file(), nameOf(today().addDays(-90).addDays(i))), 1);
     const QString other = folder->path(u"other.txt"_s);
     folder->write(u"other.txt"_s, "old");
-    keepReplaced(other, "new");
+    History::keepReplaced(other, "new");
     const QString ofOther = versionPath(other, nameOf(today().addDays(-200), u"replaced-other.txt"_s));
     QVERIFY(QFile::rename(versionPath(other, versionNames(other).constFirst()), ofOther));
     folder->write(u"file.txt"_s, "now");
-    keepReplaced(file(), "next");
+    History::keepReplaced(file(), "next");
     QCOMPARE(versionNames(file()).constLast(), unsaved);
     QCOMPARE(versionNames(file()).size(), 51);
     QVERIFY(QFile::exists(ofOther));
@@ -286,8 +272,8 @@ void TestHistory::newestStay()
 void TestHistory::atMostTwoHundredMegabytes()
 {
     const QString other = folder->path(u"other.txt"_s);
-    keepUnsaved(file(), QByteArray(500, 'x'));
-    keepUnsaved(other, QByteArray(400, 'x'));
+    History::keepUnsaved(file(), QByteArray(500, 'x'));
+    History::keepUnsaved(other, QByteArray(400, 'x'));
     const QString oldest = nameOf(today().addDays(-30));
     const QString middle = nameOf(today().addDays(-20), u"unsaved-other.txt"_s);
     const QString newest = nameOf(today().addDays(-10));
@@ -295,39 +281,39 @@ void TestHistory::atMostTwoHundredMegabytes()
     makeSparse(versionPath(other, middle), 100'000'000 - 1);
     makeSparse(versionPath(file(), newest), 99'999'000);
 
-    // Exactly the bound.
-    keepUnsaved(file(), QByteArray(100, 'x'));
+    // Exactly the limit.
+    History::keepUnsaved(file(), QByteArray(100, 'x'));
     QCOMPARE(versionNames(file()).size(), 4);
     QCOMPARE(versionNames(other).size(), 2);
     QCOMPARE(versionNames(file()).constLast(), oldest);
 
-    keepUnsaved(other, "x");
+    History::keepUnsaved(other, "x");
     QCOMPARE(versionNames(file()).size(), 3);
     QCOMPARE(versionNames(file()).constLast(), newest);
     QCOMPARE(versionNames(other).size(), 3);
     QCOMPARE(versionNames(other).constLast(), middle);
 
-    keepUnsaved(other, "yz");
+    History::keepUnsaved(other, "yz");
     QCOMPARE(versionNames(file()).constLast(), newest);
     QCOMPARE(keptContents(other), (QList<QByteArray>{"yz", "x", QByteArray(400, 'x')}));
 }
 
 void TestHistory::oneFileOfMoreIsNotKept()
 {
-    keepUnsaved(file(), "small");
+    History::keepUnsaved(file(), "small");
     makeSparse(folder->path(u"large.txt"_s), 200'000'001);
-    keepReplaced(folder->path(u"large.txt"_s), "new");
+    History::keepReplaced(folder->path(u"large.txt"_s), "new");
     QCOMPARE(keptContents(file()), QList<QByteArray>{"small"});
     QVERIFY(originPath(folder->path(u"large.txt"_s)).isEmpty());
 }
 
 void TestHistory::otherFilesInTheFolderStay()
 {
-    keepUnsaved(file(), "small");
+    History::keepUnsaved(file(), "small");
     const QStringList others{u"1.txt"_s, u"A note.txt"_s, u"notes.txt"_s};
     for (const QString &other : others)
         makeSparse(versionPath(file(), other), 150'000'000);
-    keepUnsaved(file(), "later");
+    History::keepUnsaved(file(), "later");
     for (const QString &other : others)
         QVERIFY2(QFileInfo::exists(versionPath(file(), other)), qPrintable(other));
     QCOMPARE(versionNames(file()).size(), others.size() + 2);
@@ -336,15 +322,15 @@ void TestHistory::otherFilesInTheFolderStay()
 void TestHistory::oneDraftOfEachFile()
 {
     folder->write(u"file.txt"_s, "saved");
-    Drafts drafts;
+    History::Drafts drafts;
     drafts.keep(file(), "first");
     QVERIFY(versionNames(file()).constFirst().endsWith(u"-draft-file.txt"_s));
     drafts.keep(file(), "second");
     drafts.keep(folder->path(u"other.txt"_s), "other");
     QCOMPARE(keptContents(file()), QList<QByteArray>{"second"});
     QCOMPARE(keptContents(folder->path(u"other.txt"_s)), QList<QByteArray>{"other"});
-    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Draft);
-    QCOMPARE(folder->read(u"file.txt"_s), QByteArray("saved"));
+    QCOMPARE(History::versions(file()).constFirst().reason(), History::Reason::Draft);
+    QCOMPARE(folder->read(u"file.txt"_s), "saved"_ba);
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
 }
 
@@ -352,57 +338,57 @@ void TestHistory::draftOfAnEarlierProcess()
 {
     folder->write(u"file.txt"_s, "saved");
     {
-        Drafts ofAProcessThatDied;
+        History::Drafts ofAProcessThatDied;
         ofAProcessThatDied.keep(file(), "typed before");
     }
     awaitNextMoment();
-    Drafts drafts;
+    History::Drafts drafts;
     drafts.keep(file(), "typed now");
     QCOMPARE(keptContents(file()), (QList<QByteArray>{"typed now", "typed before"}));
     QVERIFY(versionNames(file()).constLast().endsWith(u"-unsaved-file.txt"_s));
     drafts.remove(file());
     QCOMPARE(keptContents(file()), QList<QByteArray>{"typed before"});
 
-    // One that was restored meanwhile is no longer needed.
+    // A draft that equals the saved file is not needed.
     {
-        Drafts ofAProcessThatDied;
+        History::Drafts ofAProcessThatDied;
         ofAProcessThatDied.keep(folder->path(u"other.txt"_s), "restored");
     }
     folder->write(u"other.txt"_s, "restored");
-    Drafts().removeSaved(folder->path(u"other.txt"_s));
+    History::Drafts().removeSaved(folder->path(u"other.txt"_s));
     QVERIFY(originPath(folder->path(u"other.txt"_s)).isEmpty());
 }
 
 void TestHistory::draftIsLeftWhileNothingIsWritten()
 {
-    Drafts ofAnotherProcess;
+    History::Drafts ofAnotherProcess;
     ofAnotherProcess.keep(file(), "typed");
-    Drafts().remove(file());
-    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Draft);
-    Drafts().removeSaved(file());
-    QCOMPARE(keptVersions(file()).constFirst().reason, Reason::Unsaved);
+    History::Drafts().remove(file());
+    QCOMPARE(History::versions(file()).constFirst().reason(), History::Reason::Draft);
+    History::Drafts().removeSaved(file());
+    QCOMPARE(History::versions(file()).constFirst().reason(), History::Reason::Unsaved);
 }
 
 void TestHistory::draftTakesNoOthersPlace()
 {
-    // A draft is there whenever a save prunes, and is removed after it.
-    keepUnsaved(file(), "precious");
+    // A draft exists during each save, and is removed after it.
+    History::keepUnsaved(file(), "precious");
     for (int i = 0; i < 55; ++i) {
-        Drafts drafts;
+        History::Drafts drafts;
         drafts.keep(file(), "draft");
         folder->write(u"file.txt"_s, QByteArray::number(i));
-        keepReplaced(file(), "next");
+        History::keepReplaced(file(), "next");
         drafts.removeSaved(file());
     }
     QVERIFY(keptContents(file()).contains("precious"));
 
     folder->write(u"only.txt"_s, "the only version");
     const QString only = folder->path(u"only.txt"_s);
-    keepReplaced(only, "next");
-    Drafts drafts;
+    History::keepReplaced(only, "next");
+    History::Drafts drafts;
     drafts.keep(only, "draft");
     makeSparse(versionPath(file(), nameOf(today().addDays(1))), 300'000'000);
-    keepUnsaved(folder->path(u"other.txt"_s), "prunes");
+    History::keepUnsaved(folder->path(u"other.txt"_s), "prunes");
     drafts.remove(only);
     QCOMPARE(keptContents(only), QList<QByteArray>{"the only version"});
 }
@@ -411,7 +397,7 @@ void TestHistory::draftThroughADanglingLink()
 {
     folder->link(folder->path(u"real/file.txt"_s), u"link.txt"_s);
     folder->makeFolder(u"real"_s);
-    Drafts drafts;
+    History::Drafts drafts;
     drafts.keep(folder->path(u"link.txt"_s), "draft");
     folder->write(u"real/file.txt"_s, "saved");
     drafts.removeSaved(folder->path(u"link.txt"_s));
@@ -421,7 +407,7 @@ void TestHistory::draftThroughADanglingLink()
 void TestHistory::lastDraftTakesItsFolderAlong()
 {
     const QString noted = folder->path(u"noted.txt"_s);
-    Drafts drafts;
+    History::Drafts drafts;
     drafts.keep(file(), "draft");
     drafts.keep(noted, "draft");
     makeSparse(versionPath(noted, u"notes.txt"_s), 1);
@@ -429,7 +415,8 @@ void TestHistory::lastDraftTakesItsFolderAlong()
     drafts.remove(noted);
     QVERIFY(originPath(file()).isEmpty());
     QCOMPARE(versionNames(noted), QStringList{u"notes.txt"_s});
-    QCOMPARE(QDir(historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 1);
+    QCOMPARE(QDir(History::historyFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
+             1);
 
     drafts.keep(file(), "again");
     QCOMPARE(keptContents(file()), QList<QByteArray>{"again"});
@@ -437,13 +424,13 @@ void TestHistory::lastDraftTakesItsFolderAlong()
 
 void TestHistory::sameUnsavedTextIsKeptOnce()
 {
-    QVERIFY(keepUnsaved(file(), "text"));
-    QVERIFY(keepUnsaved(file(), "text"));
+    QVERIFY(History::keepUnsaved(file(), "text"));
+    QVERIFY(History::keepUnsaved(file(), "text"));
     QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
     awaitNextMoment();
-    QVERIFY(keepUnsaved(file(), "another"));
+    QVERIFY(History::keepUnsaved(file(), "another"));
     awaitNextMoment();
-    QVERIFY(keepUnsaved(file(), "text"));
+    QVERIFY(History::keepUnsaved(file(), "text"));
     QCOMPARE(keptContents(file()), (QList<QByteArray>{"text", "another", "text"}));
 }
 
@@ -461,15 +448,15 @@ void TestHistory::dataFolderThatFails()
     QFETCH(QString, home);
     folder->write(u"data"_s, "no folder");
     folder->write(u"place/file.txt"_s, "old");
-    qputenv("XDG_DATA_HOME", QDir(folder->path()).absoluteFilePath(home).toLocal8Bit());
+    const DataHome dataHome(QDir(folder->path()).absoluteFilePath(home));
     QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
-    QVERIFY(replaceFile(folder->path(u"place/file.txt"_s), "new", LineEnds::AsGiven));
-    QCOMPARE(folder->read(u"place/file.txt"_s), QByteArray("new"));
+    QVERIFY(History::saveFile(folder->path(u"place/file.txt"_s), "new"));
+    QCOMPARE(folder->read(u"place/file.txt"_s), "new"_ba);
     QCOMPARE(QDir(folder->path(u"place"_s)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList{u"file.txt"_s});
     QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
-    keepUnsaved(folder->path(u"place/file.txt"_s), "unsaved");
-    QCOMPARE(folder->read(u"data"_s), QByteArray("no folder"));
+    History::keepUnsaved(folder->path(u"place/file.txt"_s), "unsaved");
+    QCOMPARE(folder->read(u"data"_s), "no folder"_ba);
 }
 
 void TestHistory::readOnlyDataFolder()
@@ -478,32 +465,32 @@ void TestHistory::readOnlyDataFolder()
     folder->makeFolder(u"place"_s);
     QVERIFY(QFile::setPermissions(folder->path(u"data"_s), QFile::Permissions(0x5555)));
     QVERIFY(QFile::setPermissions(folder->path(u"place"_s), QFile::Permissions(0x7777)));
-    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
+    const DataHome dataHome(folder->path(u"data"_s));
     {
         const OrdinaryUser user;
 #ifdef Q_OS_LINUX
-        // Who changed the user may not look into /proc/self/fd, which staged files are linked from.
+        // Staged files are linked from /proc/self/fd, which is closed after a change of user.
         QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
 #endif
         folder->write(u"place/file.txt"_s, "old");
         QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
-        QVERIFY(replaceFile(folder->path(u"place/file.txt"_s), "new", LineEnds::AsGiven));
+        QVERIFY(History::saveFile(folder->path(u"place/file.txt"_s), "new"));
     }
-    QCOMPARE(folder->read(u"place/file.txt"_s), QByteArray("new"));
+    QCOMPARE(folder->read(u"place/file.txt"_s), "new"_ba);
     QCOMPARE(QDir(folder->path(u"data"_s)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
 }
 
 void TestHistory::fullDataFolder()
 {
 #ifdef Q_OS_UNIX
-    keepUnsaved(file(), "before");
+    History::keepUnsaved(file(), "before");
     folder->write(u"file.txt"_s, QByteArray(100'000, 'x'));
     {
         const FileSizeLimit limit(50'000);
         QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
-        QVERIFY(replaceFile(file(), "new", LineEnds::AsGiven));
+        QVERIFY(History::saveFile(file(), "new"));
     }
-    QCOMPARE(folder->read(u"file.txt"_s), QByteArray("new"));
+    QCOMPARE(folder->read(u"file.txt"_s), "new"_ba);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"before"});
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
 #else
@@ -516,7 +503,7 @@ void TestHistory::processesKeepAtOnce()
     constexpr int PROCESSES = 4;
     constexpr int TEXTS = 12;
     for (const int times : {1, 3}) {
-        QDir(historyFolder()).removeRecursively();
+        QDir(History::historyFolder()).removeRecursively();
         std::array<QProcess, PROCESSES> savers;
         for (int i = 0; i < PROCESSES; ++i)
             savers.at(static_cast<size_t>(i))
@@ -555,7 +542,7 @@ void TestHistory::processesReplaceAtOnce()
     QCOMPARE(folder->entries(), QStringList{u"file.txt"_s});
     QVERIFY(whole.contains(folder->read(u"file.txt"_s)));
     const QList<QByteArray> found = keptContents(file());
-    // Each save keeps what it finds, and finds something else than it writes.
+    // Each save keeps what it replaces, and no two texts are the same.
     QCOMPARE(found.size(), PROCESSES * TEXTS);
     QVERIFY(found.contains("first"));
     for (const QByteArray &content : found)

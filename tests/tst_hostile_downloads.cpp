@@ -37,7 +37,7 @@ QByteArray pngChunk(const QByteArray &typeAndData)
     return bigEndian(static_cast<quint32>(typeAndData.size()) - 4) + typeAndData + bigEndian(~crc);
 }
 
-/// A grey picture as small as it can be for the size that it says it has: its rows are there, and all black.
+/// A small file that is a black square of a huge size.
 QByteArray hugePicture(quint32 side)
 {
     constexpr qsizetype ROWS_WRITTEN = 100;
@@ -63,7 +63,7 @@ void stream(QTcpSocket *socket)
     drops->start(50);
 }
 
-/// What a socket still wants to hear, in pieces, so that the server itself needs little room.
+/// Sends in pieces, so that the server itself needs little memory.
 void pour(QTcpSocket *socket, qint64 bytes)
 {
     socket->write("HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: " + QByteArray::number(bytes)
@@ -79,7 +79,7 @@ void pour(QTcpSocket *socket, qint64 bytes)
 
 using Script = std::function<void(QTcpSocket *)>;
 
-Script sends(const QByteArray &bytes)
+Script sending(const QByteArray &bytes)
 {
     return [bytes](QTcpSocket *socket) { socket->write(bytes); };
 }
@@ -98,8 +98,8 @@ private slots:
     void redirectsInACircle();
     void redirectsFromSecure_data();
     void redirectsFromSecure();
-    void redirectsOutOfTheNet_data();
-    void redirectsOutOfTheNet();
+    void redirectsToOtherSchemes_data();
+    void redirectsToOtherSchemes();
     void pageThatIsAnImage();
 
     void hugeDownload();
@@ -114,25 +114,26 @@ void TestHostileDownloads::badAnswers_data()
 {
     QTest::addColumn<Script>("script");
     QTest::addColumn<bool>("timesOut");
-    QTest::addColumn<bool>("showsIt");
+    QTest::addColumn<bool>("isShown");
     const QByteArray ok = "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\n";
     const QByteArray png = picture(PICTURE_COLOUR);
 
-    QTest::newRow("never answers") << sends({}) << true << false;
+    QTest::newRow("never answers") << sending({}) << true << false;
     QTest::newRow("drips") << Script(drip) << true << false;
-    QTest::newRow("says more than it sends") << sends(ok + "Content-Length: 9999\r\n\r\n" + png) << true << false;
-    QTest::newRow("says more than it sends and closes") << Script([ok, png](QTcpSocket *socket) {
+    QTest::newRow("announces more than it sends")
+        << sending(ok + "Content-Length: 9999\r\n\r\n" + png) << true << false;
+    QTest::newRow("announces more than it sends and closes") << Script([ok, png](QTcpSocket *socket) {
         socket->write(ok + "Content-Length: 9999\r\n\r\n" + png);
         socket->disconnectFromHost();
     }) << false << false;
-    QTest::newRow("says less than it sends") << sends(ok + "Content-Length: 20\r\n\r\n" + png) << false << false;
+    QTest::newRow("announces less than it sends") << sending(ok + "Content-Length: 20\r\n\r\n" + png) << false << false;
     QTest::newRow("closes at once") << Script([](QTcpSocket *socket) { socket->abort(); }) << false << false;
-    QTest::newRow("not HTTP") << sends("\x16\x03\x01\xff\xff\r\n\r\n") << false << false;
-    QTest::newRow("page as an image") << sends(
+    QTest::newRow("not HTTP") << sending("\x16\x03\x01\xff\xff\r\n\r\n") << false << false;
+    QTest::newRow("page as an image") << sending(
         "HTTP/1.1 200 OK\r\nContent-Type: image/png\r\nContent-Length: 18\r\n\r\n"
         "<h1>No image!</h1>") << false << false;
-    QTest::newRow("image of another type") << sends("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: "
-                                                    + QByteArray::number(png.size()) + "\r\n\r\n" + png)
+    QTest::newRow("image of another type") << sending("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nContent-Length: "
+                                                      + QByteArray::number(png.size()) + "\r\n\r\n" + png)
                                            << false << true;
 }
 
@@ -140,9 +141,8 @@ void TestHostileDownloads::badAnswers()
 {
     QFETCH(Script, script);
     QFETCH(bool, timesOut);
-    QFETCH(bool, showsIt);
+    QFETCH(bool, isShown);
     server->script(u"/a.png"_s, script);
-    const Pulse pulse;
     QElapsedTimer clock;
     clock.start();
     preview(htmlWithImages({server->url(u"/a.png"_s)}));
@@ -155,22 +155,21 @@ void TestHostileDownloads::badAnswers()
     } else {
         QVERIFY2(clock.elapsed() < 4500, QByteArray::number(clock.elapsed()).constData());
     }
-    QCOMPARE(showsPicture(), showsIt);
+    QCOMPARE(hasPicture(), isShown);
     typeOn();
-    expectAlive(pulse, LONGEST_PAUSE);
+    expectAlive();
 }
 
 void TestHostileDownloads::redirectsInACircle()
 {
     server->redirect(u"/a"_s, server->url(u"/b"_s));
     server->redirect(u"/b"_s, server->url(u"/a"_s));
-    const Pulse pulse;
     preview(htmlWithImages({server->url(u"/a"_s)}));
     typeOn();
     QTRY_COMPARE(downloads->ends, QList{QNetworkReply::TooManyRedirectsError});
     QVERIFY(server->requests().size() <= 60);
     typeOn();
-    expectAlive(pulse, LONGEST_PAUSE);
+    expectAlive();
 }
 
 void TestHostileDownloads::redirectsFromSecure_data()
@@ -183,22 +182,21 @@ void TestHostileDownloads::redirectsFromSecure_data()
 void TestHostileDownloads::redirectsFromSecure()
 {
     QFETCH(bool, toPlain);
-    if (!HttpServer::trustSecureOnes())
-        QSKIP("The toolkit has no TLS here.");
+    if (!HttpServer::trustSecureServers())
+        QSKIP("Qt has no TLS here");
     HttpServer secure(HttpServer::Scheme::Secure);
     HttpServer &target = toPlain ? *server : secure;
     target.serve(u"/a.png"_s, {.body = picture(PICTURE_COLOUR)});
     secure.redirect(u"/moved.png"_s, target.url(u"/a.png"_s));
-    const Pulse pulse;
     preview(htmlWithImages({secure.url(u"/moved.png"_s)}));
     QTRY_COMPARE(downloads->ends, QList{toPlain ? QNetworkReply::InsecureRedirectError : QNetworkReply::NoError});
     QCOMPARE(target.requests(u"/a.png"_s), toPlain ? 0 : 1);
-    QTRY_COMPARE(showsPicture(), !toPlain);
+    QTRY_COMPARE(hasPicture(), !toPlain);
     typeOn();
-    expectAlive(pulse, LONGEST_PAUSE);
+    expectAlive();
 }
 
-void TestHostileDownloads::redirectsOutOfTheNet_data()
+void TestHostileDownloads::redirectsToOtherSchemes_data()
 {
     QTest::addColumn<QString>("target");
     QTest::addColumn<QNetworkReply::NetworkError>("end");
@@ -212,39 +210,36 @@ void TestHostileDownloads::redirectsOutOfTheNet_data()
                                          << QNetworkReply::ProtocolUnknownError;
 }
 
-void TestHostileDownloads::redirectsOutOfTheNet()
+void TestHostileDownloads::redirectsToOtherSchemes()
 {
     QFETCH(QString, target);
     folder->write(u"secret.png"_s, picture(PICTURE_COLOUR));
     const QString to = target.contains(u'%') ? target.arg(folder->path(u"secret.png"_s)) : target;
     server->redirect(u"/a.png"_s, QUrl(to));
-    const Pulse pulse;
     preview(htmlWithImages({server->url(u"/a.png"_s)}));
     QTRY_COMPARE(downloads->ends.size(), 1);
     QTEST(downloads->ends.constFirst(), "end");
-    QVERIFY(!showsPicture());
+    QVERIFY(!hasPicture());
     typeOn();
-    expectAlive(pulse, LONGEST_PAUSE);
+    expectAlive();
 }
 
 void TestHostileDownloads::pageThatIsAnImage()
 {
     server->serve(u"/page"_s,
                   {.body = picture(PICTURE_COLOUR, {300, 300}), .headers = {{"Content-Type", "text/html"}}});
-    const Pulse pulse;
     viewer->setSource(server->url(u"/page"_s));
     QTRY_COMPARE(downloads->ends, QList{QNetworkReply::NoError});
-    QVERIFY(!showsPicture());
-    expectAlive(pulse, LONGEST_PAUSE);
+    QVERIFY(!hasPicture());
+    expectAlive();
 }
 
 void TestHostileDownloads::hugeDownload()
 {
     for (int i = 0; i < 5; ++i)
         server->script(u"/%1.png"_s.arg(i), [](QTcpSocket *socket) { pour(socket, 200 * MEGABYTE); });
-    forgetPeakMemory();
-    const qint64 before = memoryLine("VmRSS:");
-    const Pulse pulse;
+    resetPeakMemory();
+    const qint64 before = memoryValue("VmRSS:");
     QString html;
     for (int i = 0; i < 5; ++i)
         html += htmlWithImages({server->url(u"/%1.png"_s.arg(i))});
@@ -253,12 +248,12 @@ void TestHostileDownloads::hugeDownload()
     QTRY_VERIFY_WITH_TIMEOUT(downloads->ends.size() == 5, 9000);
     QCOMPARE(downloads->ends, QList<QNetworkReply::NetworkError>(5, QNetworkReply::OperationCanceledError));
     typeOn();
-    const qint64 peak = memoryLine("VmHWM:");
+    const qint64 peak = memoryValue("VmHWM:");
     qInfo("Memory up by %lld MB at most", static_cast<long long>((peak - before) / MEGABYTE));
-    // Twice of each, for what comes in until it is stopped.
+    // Five downloads, each twice in memory for a moment.
     if (before > 0)
         QVERIFY(peak - before < 10 * LARGEST_DOWNLOAD);
-    expectAlive(pulse, LONGEST_PAUSE);
+    expectAlive();
 }
 
 void TestHostileDownloads::largeDownload()
@@ -266,23 +261,21 @@ void TestHostileDownloads::largeDownload()
     QByteArray png = picture(PICTURE_COLOUR);
     png.append(LARGEST_DOWNLOAD - png.size(), '\0');
     server->serve(u"/a.png"_s, {.body = png});
-    const Pulse pulse;
     preview(htmlWithImages({server->url(u"/a.png"_s)}));
     QTRY_COMPARE_WITH_TIMEOUT(downloads->ends, QList{QNetworkReply::NoError}, 9000);
-    QTRY_VERIFY(showsPicture());
-    expectAlive(pulse, LONGEST_PAUSE);
+    QTRY_VERIFY(hasPicture());
+    expectAlive();
 }
 
 void TestHostileDownloads::manyLargeImages()
 {
-    // 64 MB each, decoded; the ninth makes more than 512 MB of them.
+    // 64 MB each when decoded; the ninth exceeds 512 MB.
     const QByteArray png = picture(PICTURE_COLOUR, {4000, 4000});
     QString html;
     for (int i = 0; i < 20; ++i) {
         server->serve(u"/%1.png"_s.arg(i), {.body = png});
         html += htmlWithImages({server->url(u"/%1.png"_s.arg(i))});
     }
-    const Pulse pulse;
     preview(html);
     QTRY_VERIFY_WITH_TIMEOUT(downloads->ends.size() == 10 && downloads->running() == 0, 20000);
     viewer->reload();
@@ -291,28 +284,27 @@ void TestHostileDownloads::manyLargeImages()
     viewer->clear();
     preview(htmlWithImages({server->url(u"/19.png"_s)}));
     QTRY_COMPARE(server->requests(u"/19.png"_s), 1);
-    expectAlive(pulse, 20000);
+    expectAlive(20000);
 }
 
 void TestHostileDownloads::hugeImage()
 {
     const QByteArray png = hugePicture(100000);
     server->serve(u"/a.png"_s, {.body = png});
-    forgetPeakMemory();
-    const qint64 before = memoryLine("VmRSS:");
-    const Pulse pulse;
+    resetPeakMemory();
+    const qint64 before = memoryValue("VmRSS:");
     preview(htmlWithImages({server->url(u"/a.png"_s)}));
     QTRY_COMPARE(downloads->ends, QList{QNetworkReply::NoError});
     typeOn();
     if (before > 0)
-        QVERIFY(memoryLine("VmHWM:") - before < 300 * MEGABYTE);
-    expectAlive(pulse, LONGEST_PAUSE);
+        QVERIFY(memoryValue("VmHWM:") - before < 300 * MEGABYTE);
+    expectAlive();
 }
 
 void TestHostileDownloads::closingWithDownloadsPending_data()
 {
     QTest::addColumn<Script>("script");
-    QTest::newRow("without an answer") << sends({});
+    QTest::newRow("without an answer") << sending({});
     QTest::newRow("dripping") << Script(drip);
     QTest::newRow("streaming") << Script(stream);
 }

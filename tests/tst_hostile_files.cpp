@@ -14,9 +14,7 @@
 
 #include <atomic>
 
-#ifdef Q_OS_UNIX
-#include <sys/stat.h>
-#endif
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,7 +22,7 @@ const QByteArray ROW_END = ";;;;;{};\n";
 
 QString file()
 {
-    return QStringLiteral("Apps.csv");
+    return u"Apps.csv"_s;
 }
 
 QJsonArray publishedFiles(const QStringList &listed, const QString &projectDir)
@@ -32,17 +30,12 @@ QJsonArray publishedFiles(const QStringList &listed, const QString &projectDir)
     AppConfig app;
     app.files = listed;
     const QJsonObject index = buildRepositoryIndex({app}, QString(), projectDir);
-    return index.value(QLatin1String("applications"))
-        .toArray()
-        .at(0)
-        .toObject()
-        .value(QLatin1String("files"))
-        .toArray();
+    return index.value("applications"_L1).toArray().at(0).toObject().value("files"_L1).toArray();
 }
 
 } // namespace
 
-/// Files that nobody would write on purpose: each ends in bounded time, as docs/formats.md says.
+/// Malformed and huge files: each ends in bounded time, as docs/formats.md says.
 class TestHostileFiles : public QObject
 {
     Q_OBJECT
@@ -71,16 +64,15 @@ void TestHostileFiles::shapes_data()
     QTest::newRow("a million empty cells") << QByteArray(1'000'000, ';') << false << 0;
     QTest::newRow("a million cells more than there are columns")
         << "{}" + ROW_END.chopped(1) + QByteArray(1'000'000, ';') << true << 1;
-    QTest::newRow("a million ids") << "{};;;" + QByteArray("1,").repeated(1'000'000) + ";;{};\n" << true << 1;
+    QTest::newRow("a million ids") << "{};;;" + "1,"_ba.repeated(1'000'000) + ";;{};\n" << true << 1;
     QTest::newRow("JSON 100,000 deep") << "{\"en\":" + deep + ROW_END << false << 0;
     QTest::newRow("closed JSON 100,000 deep") << deep + QByteArray(100'000, ']') + ROW_END << false << 0;
-    QTest::newRow("many names") << "{" + QByteArray("\"en\":\"x\",").repeated(100'000) + "\"de\":\"y\"}" + ROW_END
-                                << true << 1;
+    QTest::newRow("many names") << "{" + "\"en\":\"x\","_ba.repeated(100'000) + "\"de\":\"y\"}" + ROW_END << true << 1;
     QTest::newRow("NUL bytes") << QByteArray("{};\0;;;;{};\0\n", 13) << true << 1;
     QTest::newRow("NUL in the names") << QByteArray("{\0};;;;;{};\n", 12) << false << 0;
-    QTest::newRow("invalid UTF-8") << QByteArray("{\"en\":\"\xff\xc3\"};\xe2\x82;;;;{};\n") << true << 1;
-    QTest::newRow("a hundred thousand blank lines") << QByteArray(100'000, '\n') << false << 0;
-    QTest::newRow("a hundred thousand headers") << QByteArray("NAME\n").repeated(100'000) << true << 0;
+    QTest::newRow("invalid UTF-8") << "{\"en\":\"\xff\xc3\"};\xe2\x82;;;;{};\n"_ba << true << 1;
+    QTest::newRow("a hundred thousand empty lines") << QByteArray(100'000, '\n') << false << 0;
+    QTest::newRow("a hundred thousand headers") << "NAME\n"_ba.repeated(100'000) << true << 0;
 }
 
 void TestHostileFiles::shapes()
@@ -89,11 +81,11 @@ void TestHostileFiles::shapes()
     const Folder folder;
     folder.write(file(), content);
     QList<AppConfig> apps;
-    QTEST(readProject(folder.path(file()), &apps), "loaded");
+    QTEST(static_cast<bool>(readProject(folder.path(file()), &apps)), "loaded");
     QTEST(static_cast<int>(apps.size()), "apps");
-    if (QLatin1String(QTest::currentDataTag()) == QLatin1String("invalid UTF-8")) {
-        QCOMPARE(apps.constFirst().names.value(QStringLiteral("en")), QStringLiteral("\ufffd\ufffd"));
-        QCOMPARE(apps.constFirst().author, QStringLiteral("\ufffd\ufffd"));
+    if (QLatin1String(QTest::currentDataTag()) == "invalid UTF-8"_L1) {
+        QCOMPARE(apps.constFirst().names.value(u"en"_s), u"\ufffd\ufffd"_s);
+        QCOMPARE(apps.constFirst().author, u"\ufffd\ufffd"_s);
     }
     QVERIFY(parseCSV(QString::fromUtf8(content)).size() <= content.size());
 }
@@ -102,66 +94,64 @@ void TestHostileFiles::unreadable_data()
 {
     QTest::addColumn<QString>("path");
     QTest::newRow("folder") << QString();
-    QTest::newRow("pipe that nobody writes to") << QStringLiteral("pipe");
-    QTest::newRow("endless device") << QStringLiteral("/dev/zero");
-    QTest::newRow("link to itself") << QStringLiteral("loop");
+    QTest::newRow("pipe that nobody writes to") << u"pipe"_s;
+    QTest::newRow("endless device") << u"/dev/zero"_s;
+    QTest::newRow("link to itself") << u"loop"_s;
 #ifdef Q_OS_LINUX
-    QTest::newRow("regular file that gives a read error") << QStringLiteral("/proc/self/mem");
+    QTest::newRow("regular file that gives a read error") << u"/proc/self/mem"_s;
 #endif
 }
 
 void TestHostileFiles::unreadable()
 {
-#ifdef Q_OS_UNIX
-    QFETCH(QString, path);
-    const Folder folder;
-    QCOMPARE(::mkfifo(folder.path(QStringLiteral("pipe")).toLocal8Bit().constData(), 0666), 0);
-    folder.link(folder.path(QStringLiteral("loop")), QStringLiteral("loop"));
-    QList<AppConfig> apps{AppConfig()};
-    QVERIFY(!readProject(path.startsWith(QLatin1Char('/')) ? path : folder.path(path), &apps));
-    QCOMPARE(apps.size(), 1);
-    QCOMPARE(publishedFiles({path}, folder.path()).size(), 0);
-#else
+#ifndef Q_OS_UNIX
     QSKIP("Pipes and devices in folders are of Unix");
 #endif
+    QFETCH(QString, path);
+    const Folder folder;
+    folder.makePipe(u"pipe"_s);
+    folder.link(folder.path(u"loop"_s), u"loop"_s);
+    QList<AppConfig> apps{AppConfig()};
+    QVERIFY(!readProject(path.startsWith(u'/') ? path : folder.path(path), &apps));
+    QCOMPARE(apps.size(), 1);
+    QCOMPARE(publishedFiles({path}, folder.path()).size(), 0);
 }
 
 void TestHostileFiles::deepTree()
 {
     const Folder folder;
-    const QString deep = QStringLiteral("d/").repeated(1000);
-    folder.write(deep + QStringLiteral("file"), "abc");
-    const QJsonArray files = publishedFiles({QStringLiteral("d")}, folder.path());
+    const QString deep = u"d/"_s.repeated(1000);
+    folder.write(deep + u"file"_s, "abc");
+    const QJsonArray files = publishedFiles({u"d"_s}, folder.path());
     QCOMPARE(files.size(), 1);
-    QCOMPARE(files.at(0).toObject().value(QLatin1String("url")).toString(), deep + QStringLiteral("file"));
-    QCOMPARE(files.at(0).toObject().value(QLatin1String("hash")).toString(),
-             QStringLiteral("a9993e364706816aba3e25717850c26c9cd0d89d"));
+    QCOMPARE(files.at(0).toObject().value("url"_L1).toString(), deep + u"file"_s);
+    QCOMPARE(files.at(0).toObject().value("hash"_L1).toString(), u"a9993e364706816aba3e25717850c26c9cd0d89d"_s);
 }
 
 void TestHostileFiles::changesWhileItIsHashed_data()
 {
     QTest::addColumn<QString>("change");
-    QTest::newRow("grows") << QStringLiteral("grows");
-    QTest::newRow("shrinks") << QStringLiteral("shrinks");
-    QTest::newRow("vanishes") << QStringLiteral("vanishes");
+    QTest::newRow("grows") << u"grows"_s;
+    QTest::newRow("shrinks") << u"shrinks"_s;
+    QTest::newRow("vanishes") << u"vanishes"_s;
 }
 
 void TestHostileFiles::changesWhileItIsHashed()
 {
     QFETCH(QString, change);
     const Folder folder;
-    folder.write(QStringLiteral("file"), QByteArray(30'000'000, 'x'));
-    const QString path = folder.path(QStringLiteral("file"));
+    folder.write(u"file"_s, QByteArray(30'000'000, 'x'));
+    const QString path = folder.path(u"file"_s);
 
     std::atomic_bool done = false;
     std::unique_ptr<QThread> changer(QThread::create([&done, &change, &path] {
         for (int round = 0; round < 2000 && !done; ++round) {
             QFile changed(path);
-            if (change == QLatin1String("vanishes"))
+            if (change == "vanishes"_L1)
                 QFile::remove(path);
             else if (!changed.open(QIODevice::ReadWrite))
                 break;
-            else if (change == QLatin1String("shrinks"))
+            else if (change == "shrinks"_L1)
                 changed.resize(changed.size() / 2);
             else
                 changed.resize(changed.size() + 10'000);
@@ -169,25 +159,25 @@ void TestHostileFiles::changesWhileItIsHashed()
     }));
     changer->start();
     const QString hash = generateHash(path, QCryptographicHash::Sha1);
-    const QJsonArray files = publishedFiles({QStringLiteral("file")}, folder.path());
+    const QJsonArray files = publishedFiles({u"file"_s}, folder.path());
     done = true;
     QVERIFY(changer->wait());
 
-    // A file that vanishes may do so before or after it is looked at.
-    const bool isGone = change == QLatin1String("vanishes");
+    // The file may vanish before or after it is read.
+    const bool isGone = change == "vanishes"_L1;
     QVERIFY(hash.size() == 40 || (isGone && hash.isNull()));
     QVERIFY(files.size() == 1 || (isGone && files.isEmpty()));
-    QCOMPARE(publishedFiles({QStringLiteral("file")}, folder.path()).size(), isGone ? 0 : 1);
+    QCOMPARE(publishedFiles({u"file"_s}, folder.path()).size(), isGone ? 0 : 1);
 }
 
 void TestHostileFiles::listedPathThatClimbsOut()
 {
     const Folder folder;
-    folder.makeFolder(QStringLiteral("project"));
-    folder.write(QStringLiteral("secret"), "abc");
-    const QJsonArray files = publishedFiles({QStringLiteral("../secret")}, folder.path(QStringLiteral("project")));
+    folder.makeFolder(u"project"_s);
+    folder.write(u"secret"_s, "abc");
+    const QJsonArray files = publishedFiles({u"../secret"_s}, folder.path(u"project"_s));
     QCOMPARE(files.size(), 1);
-    QCOMPARE(files.at(0).toObject().value(QLatin1String("destination")).toString(), QStringLiteral("Apps/../secret"));
+    QCOMPARE(files.at(0).toObject().value("destination"_L1).toString(), u"Apps/../secret"_s);
 }
 
 CATALIST_TEST(TestHostileFiles)

@@ -35,8 +35,8 @@ void TestHtml::tags_data()
     QTest::newRow("one attribute twice") << u"<p a=1 A=2>"_s << u"<p a=[1] a=[2]>"_s;
     QTest::newRow("behind a slash") << u"<p a=1 / b=2>"_s << u"<p a=[1]>"_s;
     QTest::newRow("behind an equals sign") << u"<p a=1=2 b=3>"_s << u"<p a=[1]>"_s;
-    QTest::newRow("behind a sign of less") << u"<p a=1 <b c=2><b>"_s << u"<p a=[1]><b>"_s;
-    QTest::newRow("signs of less") << u"a << <p>b < 3 <p>"_s << u"<><3>"_s;
+    QTest::newRow("behind a less-than sign") << u"<p a=1 <b c=2><b>"_s << u"<p a=[1]><b>"_s;
+    QTest::newRow("less-than signs") << u"a << <p>b < 3 <p>"_s << u"<><3>"_s;
     QTest::newRow("spaces") << u"<\n p\t></ p>< /p>"_s << u"<p></></p>"_s;
     QTest::newRow("names in quotes") << u"<'p' \"a\"=1></\" p \">"_s << u"<p a=[1]></p>"_s;
     QTest::newRow("names with slashes") << u"<p/a=1></p/>"_s << u"<p/a></p>"_s;
@@ -92,7 +92,7 @@ void TestHtml::endless_data()
         QTest::addRow("%s", part) << QString::fromLatin1(part);
 }
 
-// It ends, which is not to be taken for granted.
+// Ends in bounded time.
 void TestHtml::endless()
 {
     QFETCH(QString, part);

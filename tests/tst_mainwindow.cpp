@@ -7,6 +7,8 @@
 #include <QListWidget>
 #include <QTabWidget>
 
+using namespace Qt::StringLiterals;
+
 class TestMainWindow : public ProjectTest
 {
     Q_OBJECT
@@ -33,8 +35,8 @@ void TestMainWindow::firstStart()
 {
     window = std::make_unique<MainWindow>();
     QCOMPARE(window->size(), QSize(678, 620));
-    QCOMPARE(child<QLineEdit>(*window, "repository")->text(), QStringLiteral("http://"));
-    QCOMPARE(projectLabel(), QStringLiteral("Apps:"));
+    QCOMPARE(child<QLineEdit>(*window, "repository")->text(), u"http://"_s);
+    QCOMPARE(projectLabel(), u"Apps:"_s);
     QVERIFY(listedApps().isEmpty());
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QVERIFY(isUnmarked());
@@ -42,15 +44,15 @@ void TestMainWindow::firstStart()
 
 void TestMainWindow::settingsAreRestored()
 {
-    QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
-    settings.setValue(QStringLiteral("MainWindow/size"), QSize(913, 777));
-    settings.setValue(QStringLiteral("MainWindow/pos"), QPoint(31, 47));
-    settings.setValue(QStringLiteral("repo"), QStringLiteral("https://a/b"));
+    QSettings settings(u"Orva model"_s, u"Catalist"_s);
+    settings.setValue(u"MainWindow/size"_s, QSize(913, 777));
+    settings.setValue(u"MainWindow/pos"_s, QPoint(31, 47));
+    settings.setValue(u"repo"_s, u"https://a/b"_s);
     settings.sync();
     window = std::make_unique<MainWindow>();
     QCOMPARE(window->size(), QSize(913, 777));
     QCOMPARE(window->pos(), QPoint(31, 47));
-    QCOMPARE(child<QLineEdit>(*window, "repository")->text(), QStringLiteral("https://a/b"));
+    QCOMPARE(child<QLineEdit>(*window, "repository")->text(), u"https://a/b"_s);
 }
 
 void TestMainWindow::settingsAreWritten()
@@ -58,46 +60,45 @@ void TestMainWindow::settingsAreWritten()
     startWith(TWO_APPS);
     window->resize(901, 803);
     window->move(21, 23);
-    child<QLineEdit>(*window, "repository")->setText(QStringLiteral("https://c/"));
-    QVERIFY(!QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).contains(QStringLiteral("repo")));
+    child<QLineEdit>(*window, "repository")->setText(u"https://c/"_s);
+    QVERIFY(!QSettings(u"Orva model"_s, u"Catalist"_s).contains(u"repo"_s));
     QVERIFY(window->close());
 
-    const QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
-    QCOMPARE(settings.value(QStringLiteral("MainWindow/size")).toSize(), QSize(901, 803));
-    QCOMPARE(settings.value(QStringLiteral("MainWindow/pos")).toPoint(), QPoint(21, 23));
-    QCOMPARE(settings.value(QStringLiteral("repo")).toString(), QStringLiteral("https://c/"));
-    QCOMPARE(settings.value(QStringLiteral("appPath")).toString(), csv);
+    const QSettings settings(u"Orva model"_s, u"Catalist"_s);
+    QCOMPARE(settings.value(u"MainWindow/size"_s).toSize(), QSize(901, 803));
+    QCOMPARE(settings.value(u"MainWindow/pos"_s).toPoint(), QPoint(21, 23));
+    QCOMPARE(settings.value(u"repo"_s).toString(), u"https://c/"_s);
+    QCOMPARE(settings.value(u"appPath"_s).toString(), csv);
     QStringList keys = settings.allKeys();
     keys.sort();
-    QCOMPARE(keys, (QStringList{QStringLiteral("MainWindow/pos"), QStringLiteral("MainWindow/size"),
-                                QStringLiteral("appPath"), QStringLiteral("repo")}));
+    QCOMPARE(keys, (QStringList{u"MainWindow/pos"_s, u"MainWindow/size"_s, u"appPath"_s, u"repo"_s}));
 }
 
 void TestMainWindow::startsWithStoredProject()
 {
     startWith(TWO_APPS);
-    QCOMPARE(listedApps(), (QStringList{QStringLiteral("First"), QStringLiteral("Second")}));
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(csv));
+    QCOMPARE(listedApps(), (QStringList{u"First"_s, u"Second"_s}));
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(csv));
     QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QVERIFY(isUnmarked());
 
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
+    selectApp(1);
     QVERIFY(child<QTabWidget>(*window, "tabWidget")->isEnabled());
-    QCOMPARE(child<QLineEdit>(*window, "appName1_1")->text(), QStringLiteral("Second"));
+    QCOMPARE(child<QLineEdit>(*window, "appName1_1")->text(), u"Second"_s);
     QVERIFY(isUnmarked());
 }
 
 void TestMainWindow::pathThatLooksLikeHtml()
 {
-    const QString path = folder->path(QStringLiteral("a <img src='x'> b/Apps.csv"));
-    folder->write(QStringLiteral("a <img src='x'> b/Apps.csv"), TWO_APPS);
+    const QString path = folder->path(u"a <img src='x'> b/Apps.csv"_s);
+    folder->write(u"a <img src='x'> b/Apps.csv"_s, TWO_APPS);
     storeProject(path);
     start();
     const auto *label = child<QLabel>(*window, "appsLbl");
     QCOMPARE(label->textFormat(), Qt::PlainText);
-    QCOMPARE(label->text(), QStringLiteral("Apps (%1): ").arg(path));
-    QCOMPARE(label->toolTip(), QStringLiteral("<qt>%1</qt>").arg(path.toHtmlEscaped()));
+    QCOMPARE(label->text(), u"Apps (%1): "_s.arg(path));
+    QCOMPARE(label->toolTip(), u"<qt>%1</qt>"_s.arg(path.toHtmlEscaped()));
 }
 
 void TestMainWindow::startsWithProjectThatFails_data()
@@ -111,24 +112,24 @@ void TestMainWindow::startsWithProjectThatFails()
 {
     QFETCH(QByteArray, content);
     if (!content.isEmpty())
-        folder->write(QStringLiteral("project/Apps.csv"), content);
+        folder->write(u"project/Apps.csv"_s, content);
     storeProject(csv);
     answers->press(QMessageBox::Ok);
     start();
     QCOMPARE(answers->shown.size(), 1);
     expectError(answers->shown.constFirst(), LOAD_ERROR);
     QVERIFY(listedApps().isEmpty());
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(csv));
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(csv));
     QVERIFY(isUnmarked());
     QVERIFY(window->close());
-    QCOMPARE(QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).value(QStringLiteral("appPath")), csv);
+    QCOMPARE(QSettings(u"Orva model"_s, u"Catalist"_s).value(u"appPath"_s), csv);
 }
 
 void TestMainWindow::titleMark()
 {
     startWith(TWO_APPS);
     QVERIFY(isUnmarked());
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     QVERIFY(isUnmarked());
     click(*window, "applyButton");
     QVERIFY(isMarked());
@@ -139,16 +140,16 @@ void TestMainWindow::titleMark()
     clickTool(*window, "actionSave");
     QVERIFY(isUnmarked());
 
-    window->setWindowTitle(QStringLiteral("Another (*) title(*)"));
+    window->setWindowTitle(u"Another (*) title(*)"_s);
     clickTool(*window, "actionSave");
-    QCOMPARE(window->windowTitle(), QStringLiteral("Another (*) title(*)"));
+    QCOMPARE(window->windowTitle(), u"Another (*) title(*)"_s);
     click(*window, "applyButton");
-    QCOMPARE(window->windowTitle(), QStringLiteral("Another (*) title(*) (*)"));
+    QCOMPARE(window->windowTitle(), u"Another (*) title(*) (*)"_s);
     clickTool(*window, "actionSave");
-    QCOMPARE(window->windowTitle(), QStringLiteral("Another (*) title(*)"));
-    window->setWindowTitle(QStringLiteral("Marked already (*)"));
+    QCOMPARE(window->windowTitle(), u"Another (*) title(*)"_s);
+    window->setWindowTitle(u"Marked already (*)"_s);
     click(*window, "applyButton");
-    QCOMPARE(window->windowTitle(), QStringLiteral("Marked already (*)"));
+    QCOMPARE(window->windowTitle(), u"Marked already (*)"_s);
 }
 
 void TestMainWindow::closeUnmodified()
@@ -156,7 +157,7 @@ void TestMainWindow::closeUnmodified()
     startWith(TWO_APPS);
     QVERIFY(window->close());
     QVERIFY(answers->shown.isEmpty());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), TWO_APPS);
 }
 
 void TestMainWindow::closeModified_data()
@@ -176,17 +177,15 @@ void TestMainWindow::closeModified()
     QFETCH(bool, closes);
     QFETCH(bool, saves);
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     click(*window, "btnDeleteApp");
-    child<QLineEdit>(*window, "repository")->setText(QStringLiteral("https://stored/"));
+    child<QLineEdit>(*window, "repository")->setText(u"https://stored/"_s);
 
     bool anyDefault = false;
     QString storedUrl;
     answers->answer([&](QWidget *dialog) {
         auto *box = qobject_cast<QMessageBox *>(dialog);
-        storedUrl = QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist"))
-                        .value(QStringLiteral("repo"))
-                        .toString();
+        storedUrl = QSettings(u"Orva model"_s, u"Catalist"_s).value(u"repo"_s).toString();
         anyDefault = box->defaultButton() != nullptr;
         QAbstractButton *pressed = box->button(static_cast<QMessageBox::StandardButton>(button));
         if (pressed)
@@ -197,16 +196,16 @@ void TestMainWindow::closeModified()
     QCOMPARE(window->close(), closes);
     QCOMPARE(window->isVisible(), !closes);
     QVERIFY(!anyDefault);
-    QCOMPARE(storedUrl, QStringLiteral("https://stored/"));
+    QCOMPARE(storedUrl, u"https://stored/"_s);
 
     QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Save data"));
-    QCOMPARE(answers->shown.constFirst().text, QStringLiteral("Save application data before quitting?"));
+    QCOMPARE(answers->shown.constFirst().title, u"Save data"_s);
+    QCOMPARE(answers->shown.constFirst().text, u"Save application data before quitting?"_s);
     QCOMPARE(answers->shown.constFirst().icon, QMessageBox::Question);
     QStringList buttons = answers->shown.constFirst().buttons;
     buttons.sort();
-    QCOMPARE(buttons, (QStringList{QStringLiteral("Cancel"), QStringLiteral("No"), QStringLiteral("Yes")}));
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")),
+    QCOMPARE(buttons, (QStringList{u"Cancel"_s, u"No"_s, u"Yes"_s}));
+    QCOMPARE(folder->read(u"project/Apps.csv"_s),
              saves ? HEADER + "{\"en\":\"Second\"};B;2.0;675;06-03-2024;{};;;5.04\n" : TWO_APPS);
     QCOMPARE(isUnmarked(), saves);
 }
@@ -226,7 +225,7 @@ void TestMainWindow::closeAndSaveFails()
 {
     startWith(TWO_APPS);
     QVERIFY(QFile::remove(csv));
-    folder->makeFolder(QStringLiteral("project/Apps.csv"));
+    folder->makeFolder(u"project/Apps.csv"_s);
     click(*window, "btnNewApp");
     answers->press(QMessageBox::Yes);
     answers->press(QMessageBox::Ok);

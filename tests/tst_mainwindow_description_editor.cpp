@@ -4,7 +4,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QListWidget>
 
 #include <functional>
 #include <memory>
@@ -12,7 +11,7 @@
 using namespace Qt::StringLiterals;
 
 enum class Left {
-    Unsaved, ///< the file is open, its new text only in the editor
+    Unsaved, ///< the file is open, its new text is only in the editor
     Saved, ///< the file is open
     Closed,
     ClosedWithAutoSave, ///< emptying the editor counts as an edit
@@ -78,24 +77,24 @@ void TestMainWindowDescriptionEditor::selectedFileIsOpened()
     QTest::keyClick(table, Qt::Key_Up);
     QCOMPARE(editor->toPlainText(), u"<p>Popis č</p>"_s);
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
 void TestMainWindowDescriptionEditor::autoSaveWritesTheFile()
 {
     open();
     openFile(0);
-    typeText(u"Dobrý "_s);
+    typeInDescription(u"Dobrý "_s);
     QVERIFY(autoSaveIsEnabled());
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
 
     click(*window, "btnAutosave");
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("Dobrý <p>Popis č</p>"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "Dobrý <p>Popis č</p>"_ba);
     QCOMPARE(editor->toPlainText(), u"Dobrý <p>Popis č</p>"_s);
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 
-    typeText(u"x"_s);
+    typeInDescription(u"x"_s);
     QVERIFY(autoSaveIsEnabled());
 }
 
@@ -108,23 +107,16 @@ void TestMainWindowDescriptionEditor::leavingAFile_data()
         QTest::newRow(name) << app << Leaving{std::move(how), left};
     };
     const auto press = [this](const char *button) { return [this, button] { click(*window, button); }; };
-    const auto openProject = [this](const QString &csv) {
-        return [this, csv] {
-            answers->chooseFile(folder->path(csv));
-            clickTool(*window, "actionOpen_project");
+    const auto cancel = [this](const char *action) {
+        return [this, action] {
+            answers->cancel();
+            clickTool(*window, action);
         };
     };
-    const auto createProject = [this](const QString &csv) {
-        return [this, csv] {
-            answers->chooseFile(folder->path(csv));
-            clickTool(*window, "actionNew_project");
-        };
-    };
-
     row("nothing", Left::Unsaved, [] {});
     row("another row", Left::ForAnother, [this] { openFile(1); });
     row("another row by keyboard", Left::ForAnother, [this] { QTest::keyClick(table, Qt::Key_Down); });
-    row("another app", Left::Closed, [this] { clickCell(child<QListWidget>(*window, "listApps"), 1); });
+    row("another app", Left::Closed, [this] { selectApp(1); });
     row("new description", Left::Closed,
         [this] { addDescription("btnNewDescription", u"it"_s, folder->path(u"it.html"_s)); });
     row("new description without a language", Left::Unsaved, [this] {
@@ -154,31 +146,20 @@ void TestMainWindowDescriptionEditor::leavingAFile_data()
     row("deleted app", Left::Closed, press("btnDeleteApp"));
     row("Auto-save", Left::Saved, press("btnAutosave"));
     row("Save", Left::Saved, [this] { clickTool(*window, "actionSave"); });
-    row("Save and generate JSON", Left::Saved, [this] {
-        answers->chooseFile(folder->path(u"Apps.json"_s));
-        clickTool(*window, "actionSave_generate_JSON");
-    });
-    row("Save and generate JSON, cancelled", Left::Saved, [this] {
-        answers->cancel();
-        clickTool(*window, "actionSave_generate_JSON");
-    });
-    row("another project", Left::Closed, openProject(u"other/Apps.csv"_s));
-    row("the same project again", Left::Closed, openProject(u"Apps.csv"_s));
-    row("a shorter project", Left::Closed, openProject(u"other/Apps.csv"_s), 1);
+    row("Save and generate JSON", Left::Saved, [this] { clickPublish(folder->path(u"Apps.json"_s)); });
+    row("Save and generate JSON, cancelled", Left::Saved, cancel("actionSave_generate_JSON"));
+    row("another project", Left::Closed, [this] { clickOpenProject(folder->path(u"other/Apps.csv"_s)); });
+    row("the same project again", Left::Closed, [this] { clickOpenProject(folder->path(u"Apps.csv"_s)); });
+    row(
+        "a shorter project", Left::Closed, [this] { clickOpenProject(folder->path(u"other/Apps.csv"_s)); }, 1);
     row("a broken project", Left::Closed, [this] {
         answers->chooseFile(folder->path(u"other/broken.csv"_s));
         answers->press(QMessageBox::Ok);
         clickTool(*window, "actionOpen_project");
     });
-    row("another project, cancelled", Left::ClosedWithAutoSave, [this] {
-        answers->cancel();
-        clickTool(*window, "actionOpen_project");
-    });
-    row("new project", Left::Closed, createProject(u"other/New.csv"_s));
-    row("new project, cancelled", Left::Unsaved, [this] {
-        answers->cancel();
-        clickTool(*window, "actionNew_project");
-    });
+    row("another project, cancelled", Left::ClosedWithAutoSave, cancel("actionOpen_project"));
+    row("new project", Left::Closed, [this] { clickNewProject(folder->path(u"other/New.csv"_s)); });
+    row("new project, cancelled", Left::Unsaved, cancel("actionNew_project"));
 }
 
 void TestMainWindowDescriptionEditor::leavingAFile()
@@ -192,9 +173,9 @@ void TestMainWindowDescriptionEditor::leavingAFile()
     folder->write(u"other/broken.csv"_s, "broken\n");
     folder->write(u"other/doc/beta.html"_s, BETA);
     open();
-    clickCell(child<QListWidget>(*window, "listApps"), app);
+    selectApp(app);
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
 
     way.how();
     QVERIFY(answers->allAnswered());
@@ -234,7 +215,7 @@ void TestMainWindowDescriptionEditor::closingTheWindow()
         answers->press(answer);
     }
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     QCOMPARE(window->close(), answer != QMessageBox::Cancel);
     QVERIFY(answers->allAnswered());
     window.reset();
@@ -246,12 +227,12 @@ void TestMainWindowDescriptionEditor::otherColumnOfTheSameRowDoesNothing()
 {
     open();
     clickCell(table, 0, 1);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     folder->write(u"doc/cz.html"_s, "changed meanwhile");
     clickCell(table, 0, 0);
     QCOMPARE(table->currentColumn(), 0);
     QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("changed meanwhile"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "changed meanwhile"_ba);
     QVERIFY(autoSaveIsEnabled());
 
     click(*window, "btnAutosave");
@@ -259,7 +240,7 @@ void TestMainWindowDescriptionEditor::otherColumnOfTheSameRowDoesNothing()
     QTest::keyClick(table, Qt::Key_Right);
     QCOMPARE(table->currentColumn(), 1);
     QCOMPARE(editor->toPlainText(), u"typed<p>Popis č</p>"_s);
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("changed once more"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "changed once more"_ba);
     QVERIFY(!autoSaveIsEnabled());
 }
 
@@ -267,7 +248,7 @@ void TestMainWindowDescriptionEditor::losingTheSelectionClosesTheFile()
 {
     open();
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     table->setCurrentCell(-1, -1);
     QCOMPARE(folder->read(u"doc/cz.html"_s), "typed" + CZ);
     QCOMPARE(editor->toPlainText(), QString());
@@ -277,7 +258,7 @@ void TestMainWindowDescriptionEditor::losingTheSelectionClosesTheFile()
     folder->write(u"doc/cz.html"_s, "changed meanwhile");
     click(*window, "btnAutosave");
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("changed meanwhile"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "changed meanwhile"_ba);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
 }
 
@@ -302,12 +283,12 @@ void TestMainWindowDescriptionEditor::unreadableFile()
         QVERIFY(QFile::remove(path));
     if (fault == "folder"_L1)
         folder->makeFolder(u"doc/de.html"_s);
-    // A regular file whose first byte is never there. Another user could not even open it.
+    // A regular file whose first byte cannot be read; another user could not open it.
     if (fault == "read"_L1)
         folder->link(u"/proc/self/mem"_s, u"doc/de.html"_s);
     open();
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     answers->press(QMessageBox::Ok);
     {
         QVERIFY(QFile::setPermissions(folder->path(u"doc/cz.html"_s), QFile::Permissions(0x6666)));
@@ -316,17 +297,12 @@ void TestMainWindowDescriptionEditor::unreadableFile()
     }
 
     QCOMPARE(answers->shown.size(), 1);
-    const ShownDialog &box = answers->shown.constFirst();
-    QCOMPARE(box.kind, u"QMessageBox"_s);
-    QCOMPARE(box.icon, QMessageBox::Critical);
-    QCOMPARE(box.title, u"Error"_s);
-    QCOMPARE(box.text, u"Error loading <b>%1</b>"_s.arg(path.toHtmlEscaped()));
-    QCOMPARE(box.buttons, QStringList(u"OK"_s));
+    expectError(answers->shown.constFirst(), u"Error loading <b>%1</b>"_s.arg(path.toHtmlEscaped()));
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!editor->isEnabled());
     QVERIFY(!autoSaveIsEnabled());
     QCOMPARE(folder->read(u"doc/cz.html"_s), "typed" + CZ);
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 
     openFile(0);
     QVERIFY(editor->isEnabled());
@@ -348,7 +324,7 @@ void TestMainWindowDescriptionEditor::fileThatCannotBeWrittenBack()
     QFETCH(const QString, fault);
     open();
     openFile(0);
-    typeText(u"typed"_s);
+    typeInDescription(u"typed"_s);
     QVERIFY(autoSaveIsEnabled());
     const QString path = folder->path(u"doc/cz.html"_s);
     if (fault == "gone"_L1) {
@@ -377,20 +353,20 @@ void TestMainWindowDescriptionEditor::bytesWritten_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QByteArray>("written");
-    QTest::newRow("no-break space") << QByteArray("a\xC2\xA0"
-                                                  "b")
-                                    << QString() << QByteArray("a b");
-    QTest::newRow("typed no-break space") << QByteArray("b") << u"a\u00a0"_s << QByteArray("a b");
-    QTest::newRow("entity") << QByteArray("a&nbsp;b") << QString() << QByteArray("a&nbsp;b");
-    QTest::newRow("line feeds") << QByteArray("a\nb\n\n") << u"x\n"_s << QByteArray("x\na\nb\n\n");
-    QTest::newRow("no last line feed") << QByteArray("a\nb") << QString() << QByteArray("a\nb");
-    QTest::newRow("carriage returns") << QByteArray("a\r\nb\r\n") << QString() << QByteArray("a\nb\n");
-    QTest::newRow("byte-order mark") << QByteArray("\xEF\xBB\xBF<p>") << u"x"_s << QByteArray("x<p>");
-    QTest::newRow("letters") << QByteArray("") << u"žluťoučký ß œ"_s
-                             << QByteArray("\xC5\xBElu\xC5\xA5ou\xC4\x8Dk\xC3\xBD \xC3\x9F \xC5\x93");
-    QTest::newRow("beyond sixteen bits") << QByteArray("\xF0\x9F\x9A\x81") << u"x"_s << QByteArray("x\xF0\x9F\x9A\x81");
-    QTest::newRow("not UTF-8") << QByteArray("a\xFF") << QString() << QByteArray("a\xEF\xBF\xBD");
-    QTest::newRow("empty") << QByteArray("") << QString() << QByteArray("");
+    QTest::newRow("no-break space") << "a\xC2\xA0"
+                                       "b"_ba
+                                    << QString() << "a b"_ba;
+    QTest::newRow("typed no-break space") << "b"_ba << u"a\u00a0"_s << "a b"_ba;
+    QTest::newRow("entity") << "a&nbsp;b"_ba << QString() << "a&nbsp;b"_ba;
+    QTest::newRow("line feeds") << "a\nb\n\n"_ba << u"x\n"_s << "x\na\nb\n\n"_ba;
+    QTest::newRow("no last line feed") << "a\nb"_ba << QString() << "a\nb"_ba;
+    QTest::newRow("carriage returns") << "a\r\nb\r\n"_ba << QString() << "a\nb\n"_ba;
+    QTest::newRow("byte-order mark") << "\xEF\xBB\xBF<p>"_ba << u"x"_s << "x<p>"_ba;
+    QTest::newRow("letters") << ""_ba << u"žluťoučký ß œ"_s
+                             << "\xC5\xBElu\xC5\xA5ou\xC4\x8Dk\xC3\xBD \xC3\x9F \xC5\x93"_ba;
+    QTest::newRow("beyond sixteen bits") << "\xF0\x9F\x9A\x81"_ba << u"x"_s << "x\xF0\x9F\x9A\x81"_ba;
+    QTest::newRow("not UTF-8") << "a\xFF"_ba << QString() << "a\xEF\xBF\xBD"_ba;
+    QTest::newRow("empty") << ""_ba << QString() << ""_ba;
 }
 
 void TestMainWindowDescriptionEditor::bytesWritten()
@@ -401,7 +377,7 @@ void TestMainWindowDescriptionEditor::bytesWritten()
     folder->write(u"doc/cz.html"_s, content);
     open();
     openFile(0);
-    typeText(typed);
+    typeInDescription(typed);
     openFile(1);
     QCOMPARE(folder->read(u"doc/cz.html"_s), written);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);

@@ -4,8 +4,6 @@
 #include "viewer/simplewebviewer.h"
 #include "webviewertest.h"
 
-#include <QListWidget>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -27,7 +25,7 @@ private slots:
 
 private:
     void open(const QByteArray &descriptions = DESCRIPTIONS);
-    [[nodiscard]] bool showsPicture() const { return pixelsOf(*view->viewport(), PICTURE_COLOUR) > 0; }
+    [[nodiscard]] bool hasPicture() const { return pixelsOf(*view->viewport(), PICTURE_COLOUR) > 0; }
 
     SimpleWebViewer *view = nullptr;
 };
@@ -43,11 +41,11 @@ void TestMainWindowDescriptionPreview::previewFollowsTheText()
     open();
     openFile(0);
     QCOMPARE(view->toPlainText(), u"Popis č"_s);
-    typeText(u"<h1>New</h1>"_s);
+    typeInDescription(u"<h1>New</h1>"_s);
     QCOMPARE(view->toPlainText(), u"New\nPopis č"_s);
     openFile(1);
     QCOMPARE(view->toPlainText().trimmed(), u"Über"_s);
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
+    selectApp(1);
     QCOMPARE(view->toPlainText(), QString());
 }
 
@@ -70,11 +68,11 @@ void TestMainWindowDescriptionPreview::previewShowsAPictureBesideTheFile()
     folder->write(u"doc/cz.html"_s, "<p>Look: <img src=\"picture.png\"></p>");
     open();
     openFile(1);
-    QVERIFY(!showsPicture());
+    QVERIFY(!hasPicture());
     openFile(0);
-    QTRY_VERIFY(showsPicture());
-    typeText(u"<p>More</p>"_s);
-    QTRY_VERIFY(showsPicture());
+    QTRY_VERIFY(hasPicture());
+    typeInDescription(u"<p>More</p>"_s);
+    QTRY_VERIFY(hasPicture());
 }
 
 void TestMainWindowDescriptionPreview::previewIsFetchedAgain()
@@ -85,15 +83,15 @@ void TestMainWindowDescriptionPreview::previewIsFetchedAgain()
     openFile(0);
     QTRY_COMPARE(watch.deleted.size(), 1);
     folder->write(u"doc/later.png"_s, picture(PICTURE_COLOUR));
-    typeText(u"x"_s);
+    typeInDescription(u"x"_s);
     click(*window, "btnAutosave");
     QVERIFY(watch.running().isEmpty());
-    QVERIFY(!showsPicture());
+    QVERIFY(!hasPicture());
     QTest::keyClick(window.get(), Qt::Key_F5);
-    QTRY_VERIFY(showsPicture());
-    // It is no edit.
+    QTRY_VERIFY(hasPicture());
+    // Reloading is no edit.
     QVERIFY(!autoSaveIsEnabled());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("x<p>text</p><img src=\"later.png\">"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "x<p>text</p><img src=\"later.png\">"_ba);
 }
 
 void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()
@@ -103,7 +101,7 @@ void TestMainWindowDescriptionPreview::previewHasTheStyleSheet()
     open();
     QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);
     openFile(0);
-    typeText(u"x"_s);
+    typeInDescription(u"x"_s);
     QCOMPARE(view->document()->defaultStyleSheet(), styleSheet);
 }
 

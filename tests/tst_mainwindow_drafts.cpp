@@ -1,10 +1,9 @@
 #include "cli.h"
+#include "history/history.h"
 #include "historyfiles.h"
-#include "io/history.h"
 #include "testrunner.h"
 #include "windowtest.h"
 
-#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QTableWidget>
@@ -17,13 +16,12 @@ namespace {
 
 const QByteArray PROJECT =
     HEADER + "{\"en\":\"Old\"};A;1.0;674;05-03-2024;{\"de\":\"de.html\",\"en\":\"en.html\"};;;5.03\n";
-const QByteArray NEW_APP = "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
 const QByteArray TEXT = "<p>text</p>";
 constexpr int LONGEST_WAIT = 5000; // milliseconds
 
 } // namespace
 
-/// What is unsaved is in the history soon after it was typed, whatever happens to the process.
+/// What is typed is in the history after at most five seconds, whatever happens to the process.
 class TestMainWindowDrafts : public WindowTest
 {
     Q_OBJECT
@@ -49,8 +47,6 @@ private slots:
 
 private:
     void open();
-    void openDescription();
-    void type(const QString &text) const { ::type(child<QPlainTextEdit>(*window, "descriptionEdit"), text); }
     void startEditor(QProcess *editor, const QString &typist) const;
     [[nodiscard]] QStringList reasons(const QString &file) const;
 
@@ -74,13 +70,6 @@ void TestMainWindowDrafts::open()
     window = openWindow<MainWindow>();
 }
 
-void TestMainWindowDrafts::openDescription()
-{
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
-}
-
 QStringList TestMainWindowDrafts::reasons(const QString &file) const
 {
     QStringList names;
@@ -92,15 +81,15 @@ QStringList TestMainWindowDrafts::reasons(const QString &file) const
 void TestMainWindowDrafts::descriptionIsDrafted()
 {
     open();
-    openDescription();
-    type(u"typed "_s);
+    openDescription(1);
+    typeInDescription(u"typed "_s);
     QTRY_COMPARE_WITH_TIMEOUT(reasons(page), QStringList{u"draft"_s}, LONGEST_WAIT);
     QCOMPARE(keptContents(page), QList<QByteArray>{"typed <p>text</p>"});
     QVERIFY(versionNames(page).constFirst().endsWith(u"-draft-en.html"_s));
     QCOMPARE(folder->read(u"project/en.html"_s), TEXT);
     QCOMPARE(folder->read(u"project/Apps.csv"_s), PROJECT);
     QVERIFY(originPath(csv).isEmpty());
-    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+    QVERIFY(isUnmarked());
     QVERIFY(answers->shown.isEmpty());
 }
 
@@ -111,20 +100,21 @@ void TestMainWindowDrafts::recordsAreDrafted()
     QTRY_COMPARE_WITH_TIMEOUT(reasons(csv), QStringList{u"draft"_s}, LONGEST_WAIT);
     QCOMPARE(keptContents(csv), QList<QByteArray>{PROJECT + NEW_APP});
     QCOMPARE(folder->read(u"project/Apps.csv"_s), PROJECT);
-    QCOMPARE(window->windowTitle(), u"Orva Catalist (*)"_s);
+    QVERIFY(isMarked());
 }
 
 void TestMainWindowDrafts::draftIsReplaced()
 {
     open();
-    openDescription();
-    type(u"one "_s);
+    openDescription(1);
+    typeInDescription(u"one "_s);
     window->writeDrafts();
-    type(u"two "_s);
+    typeInDescription(u"two "_s);
     window->writeDrafts();
     QCOMPARE(keptContents(page), QList<QByteArray>{"one two <p>text</p>"});
-    // Also while somebody goes on typing.
-    QTRY_VERIFY_WITH_TIMEOUT((type(u"x"_s), keptContents(page).constFirst().startsWith("one two x")), LONGEST_WAIT);
+    // Also while typing continues.
+    QTRY_VERIFY_WITH_TIMEOUT((typeInDescription(u"x"_s), keptContents(page).constFirst().startsWith("one two x")),
+                             LONGEST_WAIT);
     QCOMPARE(reasons(page), QStringList{u"draft"_s});
 }
 
@@ -142,8 +132,8 @@ void TestMainWindowDrafts::draftIsRemovedWhenTheFileIsSaved()
     QFETCH(QString, route);
     open();
     click(*window, "btnNewApp");
-    openDescription();
-    type(u"typed "_s);
+    openDescription(1);
+    typeInDescription(u"typed "_s);
     window->writeDrafts();
     QCOMPARE(reasons(page), QStringList{u"draft"_s});
     QCOMPARE(reasons(csv), QStringList{u"draft"_s});
@@ -154,8 +144,8 @@ void TestMainWindowDrafts::draftIsRemovedWhenTheFileIsSaved()
     else if (route == u"row")
         clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
     else
-        clickCell(child<QListWidget>(*window, "listApps"), 1);
-    QCOMPARE(folder->read(u"project/en.html"_s), QByteArray("typed <p>text</p>"));
+        selectApp(1);
+    QCOMPARE(folder->read(u"project/en.html"_s), "typed <p>text</p>"_ba);
     QCOMPARE(reasons(page), QStringList{u"replaced"_s});
     QCOMPARE(reasons(csv), QStringList{route == u"save" ? u"replaced"_s : u"draft"_s});
 }
@@ -163,7 +153,7 @@ void TestMainWindowDrafts::draftIsRemovedWhenTheFileIsSaved()
 void TestMainWindowDrafts::lookingLeavesNoDraft()
 {
     open();
-    openDescription();
+    openDescription(1);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
     window->writeDrafts();
     QCOMPARE(countInHistory(), 0);
@@ -172,8 +162,8 @@ void TestMainWindowDrafts::lookingLeavesNoDraft()
 void TestMainWindowDrafts::undoneTextLeavesNoDraft()
 {
     open();
-    openDescription();
-    type(u"typed"_s);
+    openDescription(1);
+    typeInDescription(u"typed"_s);
     window->writeDrafts();
     QCOMPARE(reasons(page), QStringList{u"draft"_s});
     QTest::keyClick(child<QPlainTextEdit>(*window, "descriptionEdit"), Qt::Key_Z, Qt::ControlModifier);
@@ -186,9 +176,8 @@ void TestMainWindowDrafts::draftOfRecordsThatWereSavedMeanwhile()
     open();
     click(*window, "btnNewApp");
     clickTool(*window, "actionSave");
-    // What was changed later is drafted later.
-    openDescription();
-    type(u"typed "_s);
+    openDescription(1);
+    typeInDescription(u"typed "_s);
     QTRY_COMPARE_WITH_TIMEOUT(reasons(page), QStringList{u"draft"_s}, LONGEST_WAIT);
     QCOMPARE(reasons(csv), QStringList{u"replaced"_s});
 }
@@ -197,8 +186,8 @@ void TestMainWindowDrafts::closingTurnsTheDraftIntoAnUnsavedText()
 {
     open();
     click(*window, "btnNewApp");
-    openDescription();
-    type(u"typed "_s);
+    openDescription(1);
+    typeInDescription(u"typed "_s);
     window->writeDrafts();
     answers->press(QMessageBox::No);
     QVERIFY(window->close());
@@ -211,8 +200,7 @@ void TestMainWindowDrafts::newProjectTurnsTheDraftIntoAnUnsavedText()
     open();
     click(*window, "btnNewApp");
     window->writeDrafts();
-    answers->chooseFile(folder->path(u"other.csv"_s));
-    clickTool(*window, "actionNew_project");
+    clickNewProject(folder->path(u"other.csv"_s));
     QCOMPARE(reasons(csv), QStringList{u"unsaved"_s});
     window->writeDrafts();
     QVERIFY(originPath(folder->path(u"other.csv"_s)).isEmpty());
@@ -240,7 +228,7 @@ void TestMainWindowDrafts::startEditor(QProcess *editor, const QString &typist) 
     QVERIFY(editor->waitForStarted());
     while (!editor->canReadLine())
         QVERIFY2(editor->waitForReadyRead(), editor->readAllStandardError().constData());
-    QCOMPARE(editor->readLine(), QByteArray("typed\n"));
+    QCOMPARE(editor->readLine(), "typed\n"_ba);
 }
 
 void TestMainWindowDrafts::endOfTheProcess_data()
@@ -261,7 +249,7 @@ void TestMainWindowDrafts::endOfTheProcess()
     const QString typedInto = folder->path(u"project/de.html"_s);
     QProcess editor;
     startEditor(&editor, u"typist"_s);
-    // A process that is killed writes nothing any more, so the drafts have to be there before.
+    // A killed process writes nothing, so the drafts have to exist before.
     if (number == SIGKILL)
         QTRY_VERIFY_WITH_TIMEOUT(keptContents(csv).size() == 1 && keptContents(typedInto).size() == 1, LONGEST_WAIT);
     QCOMPARE(::kill(static_cast<pid_t>(editor.processId()), number), 0);
@@ -278,7 +266,7 @@ void TestMainWindowDrafts::endOfTheProcess()
     for (const QString &line : lines)
         QCOMPARE(line.simplified().section(u' ', 2, 2), u"draft"_s);
     QCOMPARE(run({u"restore"_s, csv, versionNames(typedInto).constFirst()}).code, 0);
-    QCOMPARE(folder->read(u"project/de.html"_s), QByteArray("typed <p>text</p>"));
+    QCOMPARE(folder->read(u"project/de.html"_s), "typed <p>text</p>"_ba);
 #else
     QSKIP("Signals are of Unix");
 #endif

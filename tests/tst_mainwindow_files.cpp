@@ -16,9 +16,6 @@ const QByteArray BEFORE_FILES = "{\"en\":\"App\"};Ann;1.2;674;05-03-2024;{\"en\"
 const QByteArray AFTER_FILES = ";img/a.png;5.01\n";
 const QByteArray OTHER_APP = "{\"en\":\"Other\"};Bob;2.0;675;06-03-2024;{};other.lua;;0.00\n";
 
-const QString UNMARKED = u"Orva Catalist"_s;
-const QString MARKED = u"Orva Catalist (*)"_s;
-
 } // namespace
 
 class TestMainWindowFiles : public WindowTest
@@ -30,31 +27,23 @@ private slots:
 
     void filesAreShownInTheirOrder();
     void filesOfTheSelectedAppAreShown();
-    void pickedEntryIsAppended_data();
-    void pickedEntryIsAppended();
-    void samePathTwice();
-    void severalEntriesKeepTheirOrder();
-    void firstEntryOfAnAppWithoutFiles();
-    void filePickerOffersNamesWithADot();
-    void folderPickerOffersFolders();
+    void pickedEntriesAreAppended_data();
+    void pickedEntriesAreAppended();
+    void pickerOffers_data();
+    void pickerOffers();
     void cancelledPickerMarksTheProject_data();
     void cancelledPickerMarksTheProject();
     void selectedEntryIsDeleted_data();
     void selectedEntryIsDeleted();
-    void onlyTheSelectedOneOfTwoEqualEntriesIsDeleted();
-    void deleteWithoutASelectionMarksTheProject_data();
-    void deleteWithoutASelectionMarksTheProject();
     void secondDeleteNeedsANewSelection();
     void nothingOnDiskIsTouched();
     void openDescriptionIsSavedAndClosed_data();
     void openDescriptionIsSavedAndClosed();
-    void missingFilesAreKept();
-    void savedFilesAreShownAgain();
 
 private:
     void open(const QByteArray &files);
     [[nodiscard]] QListWidget *list() const { return child<QListWidget>(*window, "listAppFiles"); }
-    [[nodiscard]] QStringList shownFiles() const;
+    [[nodiscard]] QStringList shownFiles() const { return listTexts(*window, "listAppFiles"); }
     [[nodiscard]] QByteArray saved() const;
     [[nodiscard]] static QByteArray project(const QByteArray &files);
 };
@@ -80,16 +69,8 @@ void TestMainWindowFiles::open(const QByteArray &files)
     folder->write(u"Apps.csv"_s, project(files));
     storeProject(folder->path(u"Apps.csv"_s));
     window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     showTab(*window, "tabAppFiles");
-}
-
-QStringList TestMainWindowFiles::shownFiles() const
-{
-    QStringList texts;
-    for (int row = 0; row < list()->count(); ++row)
-        texts.append(list()->item(row)->text());
-    return texts;
 }
 
 QByteArray TestMainWindowFiles::saved() const
@@ -103,116 +84,91 @@ void TestMainWindowFiles::filesAreShownInTheirOrder()
     open("z.lua,lua,a.lua,lua");
     QCOMPARE(shownFiles(), QStringList({u"z.lua"_s, u"lua"_s, u"a.lua"_s, u"lua"_s}));
     QCOMPARE(list()->currentRow(), -1);
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
 void TestMainWindowFiles::filesOfTheSelectedAppAreShown()
 {
     open("z.lua,a.lua");
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
+    selectApp(1);
     QCOMPARE(shownFiles(), QStringList(u"other.lua"_s));
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     QCOMPARE(shownFiles(), QStringList({u"z.lua"_s, u"a.lua"_s}));
     QCOMPARE(saved(), project("z.lua,a.lua"));
 }
 
-void TestMainWindowFiles::pickedEntryIsAppended_data()
+void TestMainWindowFiles::pickedEntriesAreAppended_data()
+{
+    QTest::addColumn<QByteArray>("files");
+    QTest::addColumn<QStringList>("picked"); // folders end in "/"
+    QTest::addColumn<QByteArray>("expected");
+    QTest::newRow("file") << "z.lua"_ba << QStringList{u"top.lua"_s} << "z.lua,top.lua"_ba;
+    QTest::newRow("file in a folder") << "z.lua"_ba << QStringList{u"lua/main.lua"_s} << "z.lua,lua/main.lua"_ba;
+    QTest::newRow("file two folders down")
+        << "z.lua"_ba << QStringList{u"lua/sub/deep.lua"_s} << "z.lua,lua/sub/deep.lua"_ba;
+    QTest::newRow("folder") << "z.lua"_ba << QStringList{u"img/"_s} << "z.lua,img"_ba;
+    QTest::newRow("folder in a folder") << "z.lua"_ba << QStringList{u"lua/sub/"_s} << "z.lua,lua/sub"_ba;
+    QTest::newRow("first entry") << ""_ba << QStringList{u"img/"_s} << "img"_ba;
+    QTest::newRow("one file twice") << ""_ba << QStringList{u"top.lua"_s, u"top.lua"_s} << "top.lua,top.lua"_ba;
+    QTest::newRow("several in their order")
+        << ""_ba << QStringList{u"top.lua"_s, u"img/"_s, u"lua/main.lua"_s} << "top.lua,img,lua/main.lua"_ba;
+    QTest::newRow("after missing files") << "gone.lua,nowhere/sub"_ba << QStringList{u"img/"_s}
+                                         << "gone.lua,nowhere/sub,img"_ba;
+}
+
+void TestMainWindowFiles::pickedEntriesAreAppended()
+{
+    QFETCH(const QByteArray, files);
+    QFETCH(const QStringList, picked);
+    QFETCH(const QByteArray, expected);
+    open(files);
+    QCOMPARE(shownFiles().join(u','), QString::fromLatin1(files));
+    for (const QString &entry : picked) {
+        const bool isFolder = entry.endsWith(u'/');
+        answers->pickInProject(isFolder ? entry.chopped(1) : entry);
+        click(*window, isFolder ? "btnAddFolder" : "btnAddFile");
+        QCOMPARE(answers->shown.constLast().kind, u"FileDialog"_s);
+        QCOMPARE(answers->shown.constLast().title, u"Select a file"_s);
+    }
+    QCOMPARE(answers->shown.size(), picked.size());
+    QCOMPARE(shownFiles().join(u','), QString::fromLatin1(expected));
+    QVERIFY(isMarked());
+    QCOMPARE(folder->read(u"Apps.csv"_s), project(files));
+    QCOMPARE(saved(), project(expected));
+    QVERIFY(isUnmarked());
+
+    window = openWindow<MainWindow>();
+    selectApp(0);
+    QCOMPARE(shownFiles().join(u','), QString::fromLatin1(expected));
+}
+
+void TestMainWindowFiles::pickerOffers_data()
 {
     QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("entry");
-    QTest::addColumn<QByteArray>("files");
-    QTest::newRow("file") << u"btnAddFile"_s << u"top.lua"_s << QByteArray("z.lua,top.lua");
-    QTest::newRow("file in a folder") << u"btnAddFile"_s << u"lua/main.lua"_s << QByteArray("z.lua,lua/main.lua");
-    QTest::newRow("file two folders down")
-        << u"btnAddFile"_s << u"lua/sub/deep.lua"_s << QByteArray("z.lua,lua/sub/deep.lua");
-    QTest::newRow("folder") << u"btnAddFolder"_s << u"img"_s << QByteArray("z.lua,img");
-    QTest::newRow("folder in a folder") << u"btnAddFolder"_s << u"lua/sub"_s << QByteArray("z.lua,lua/sub");
+    QTest::addColumn<QString>("awaited");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("folders, and files whose names have a dot")
+        << u"btnAddFile"_s << u"top.lua"_s << u"Apps.csv doc img lua top.lua"_s;
+    QTest::newRow("folders") << u"btnAddFolder"_s << u"lua/sub"_s << u"doc img lua"_s;
 }
 
-void TestMainWindowFiles::pickedEntryIsAppended()
+void TestMainWindowFiles::pickerOffers()
 {
     QFETCH(const QString, button);
-    QFETCH(const QString, entry);
-    QFETCH(const QByteArray, files);
-    open("z.lua");
-    answers->pickInProject(entry);
-    click(*window, button.toLatin1().constData());
-
-    QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().kind, u"FileDialog"_s);
-    QCOMPARE(answers->shown.constFirst().title, u"Select a file"_s);
-    QCOMPARE(shownFiles(), QStringList({u"z.lua"_s, entry}));
-    QCOMPARE(window->windowTitle(), MARKED);
-    QCOMPARE(folder->read(u"Apps.csv"_s), project("z.lua"));
-    QCOMPARE(saved(), project(files));
-    QCOMPARE(window->windowTitle(), UNMARKED);
-}
-
-void TestMainWindowFiles::samePathTwice()
-{
-    open({});
-    for (int time = 0; time < 2; ++time) {
-        answers->pickInProject(u"top.lua"_s);
-        click(*window, "btnAddFile");
-    }
-    QCOMPARE(shownFiles(), QStringList({u"top.lua"_s, u"top.lua"_s}));
-    QCOMPARE(saved(), project("top.lua,top.lua"));
-}
-
-void TestMainWindowFiles::severalEntriesKeepTheirOrder()
-{
-    open({});
-    answers->pickInProject(u"top.lua"_s);
-    click(*window, "btnAddFile");
-    answers->pickInProject(u"img"_s);
-    click(*window, "btnAddFolder");
-    answers->pickInProject(u"lua/main.lua"_s);
-    click(*window, "btnAddFile");
-    QCOMPARE(shownFiles(), QStringList({u"top.lua"_s, u"img"_s, u"lua/main.lua"_s}));
-    QCOMPARE(saved(), project("top.lua,img,lua/main.lua"));
-}
-
-void TestMainWindowFiles::firstEntryOfAnAppWithoutFiles()
-{
-    open({});
-    QCOMPARE(list()->count(), 0);
-    answers->pickInProject(u"img"_s);
-    click(*window, "btnAddFolder");
-    QCOMPARE(saved(), project("img"));
-}
-
-void TestMainWindowFiles::filePickerOffersNamesWithADot()
-{
+    QFETCH(const QString, awaited);
     open({});
     QStringList offered;
-    answers->answer([&offered](QWidget *dialog) {
+    answers->answer([&offered, awaited](QWidget *dialog) {
         auto *tree = child<QTreeView>(*dialog, "treeView");
-        if (treeEntry(tree, u"top.lua"_s).isValid()) {
+        if (treeEntry(tree, awaited).isValid()) {
             for (int row = 0; row < tree->model()->rowCount(tree->rootIndex()); ++row)
                 offered.append(tree->model()->index(row, 0, tree->rootIndex()).data().toString());
         }
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
-    click(*window, "btnAddFile");
+    click(*window, qPrintable(button));
     offered.sort();
-    QCOMPARE(offered, QStringList({u"Apps.csv"_s, u"doc"_s, u"img"_s, u"lua"_s, u"top.lua"_s}));
-}
-
-void TestMainWindowFiles::folderPickerOffersFolders()
-{
-    open({});
-    QStringList offered;
-    answers->answer([&offered](QWidget *dialog) {
-        auto *tree = child<QTreeView>(*dialog, "treeView");
-        if (treeEntry(tree, u"lua/sub"_s).isValid()) {
-            for (int row = 0; row < tree->model()->rowCount(tree->rootIndex()); ++row)
-                offered.append(tree->model()->index(row, 0, tree->rootIndex()).data().toString());
-        }
-        QTest::keyClick(dialog, Qt::Key_Escape);
-    });
-    click(*window, "btnAddFolder");
-    offered.sort();
-    QCOMPARE(offered, QStringList({u"doc"_s, u"img"_s, u"lua"_s}));
+    QTEST(offered.join(u' '), "expected");
 }
 
 void TestMainWindowFiles::cancelledPickerMarksTheProject_data()
@@ -234,57 +190,38 @@ void TestMainWindowFiles::cancelledPickerMarksTheProject()
         QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(entry).center());
         QTest::keyClick(dialog, Qt::Key_Escape);
     });
-    click(*window, button.toLatin1().constData());
+    click(*window, qPrintable(button));
     QCOMPARE(shownFiles(), QStringList({u"z.lua"_s, u"lua"_s}));
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project("z.lua,lua"));
-    QCOMPARE(window->windowTitle(), UNMARKED);
+    QVERIFY(isUnmarked());
 }
 
 void TestMainWindowFiles::selectedEntryIsDeleted_data()
 {
-    QTest::addColumn<int>("row");
+    QTest::addColumn<QByteArray>("files");
+    QTest::addColumn<int>("row"); // -1 for none
     QTest::addColumn<QByteArray>("left");
-    QTest::newRow("first") << 0 << QByteArray("lua,top.lua");
-    QTest::newRow("middle") << 1 << QByteArray("z.lua,top.lua");
-    QTest::newRow("last") << 2 << QByteArray("z.lua,lua");
+    QTest::newRow("first") << "z.lua,lua,top.lua"_ba << 0 << "lua,top.lua"_ba;
+    QTest::newRow("middle") << "z.lua,lua,top.lua"_ba << 1 << "z.lua,top.lua"_ba;
+    QTest::newRow("last") << "z.lua,lua,top.lua"_ba << 2 << "z.lua,lua"_ba;
+    QTest::newRow("second of two equal ones") << "top.lua,lua,top.lua"_ba << 2 << "top.lua,lua"_ba;
+    QTest::newRow("no row selected") << "z.lua,lua"_ba << -1 << "z.lua,lua"_ba;
+    QTest::newRow("no rows") << ""_ba << -1 << ""_ba;
 }
 
 void TestMainWindowFiles::selectedEntryIsDeleted()
 {
+    QFETCH(const QByteArray, files);
     QFETCH(const int, row);
     QFETCH(const QByteArray, left);
-    open("z.lua,lua,top.lua");
-    clickCell(list(), row);
+    open(files);
+    if (row >= 0)
+        clickCell(list(), row);
     click(*window, "btnDeleteFile");
     QCOMPARE(shownFiles().join(u','), QString::fromLatin1(left));
-    QCOMPARE(window->windowTitle(), MARKED);
+    QVERIFY(isMarked());
     QCOMPARE(saved(), project(left));
-}
-
-void TestMainWindowFiles::onlyTheSelectedOneOfTwoEqualEntriesIsDeleted()
-{
-    open("top.lua,lua,top.lua");
-    clickCell(list(), 2);
-    click(*window, "btnDeleteFile");
-    QCOMPARE(saved(), project("top.lua,lua"));
-}
-
-void TestMainWindowFiles::deleteWithoutASelectionMarksTheProject_data()
-{
-    QTest::addColumn<QByteArray>("files");
-    QTest::newRow("no row selected") << QByteArray("z.lua,lua");
-    QTest::newRow("no rows") << QByteArray();
-}
-
-void TestMainWindowFiles::deleteWithoutASelectionMarksTheProject()
-{
-    QFETCH(const QByteArray, files);
-    open(files);
-    click(*window, "btnDeleteFile");
-    QCOMPARE(shownFiles().join(u','), QString::fromLatin1(files));
-    QCOMPARE(window->windowTitle(), MARKED);
-    QCOMPARE(saved(), project(files));
 }
 
 void TestMainWindowFiles::secondDeleteNeedsANewSelection()
@@ -307,9 +244,9 @@ void TestMainWindowFiles::nothingOnDiskIsTouched()
     }
     QCOMPARE(saved(), project({}));
     QCOMPARE(folder->entries(), before);
-    QCOMPARE(folder->read(u"top.lua"_s), QByteArray("t"));
-    QCOMPARE(folder->read(u"lua/main.lua"_s), QByteArray("m"));
-    QCOMPARE(folder->read(u"lua/sub/deep.lua"_s), QByteArray("d"));
+    QCOMPARE(folder->read(u"top.lua"_s), "t"_ba);
+    QCOMPARE(folder->read(u"lua/main.lua"_s), "m"_ba);
+    QCOMPARE(folder->read(u"lua/sub/deep.lua"_s), "d"_ba);
 }
 
 void TestMainWindowFiles::openDescriptionIsSavedAndClosed_data()
@@ -333,42 +270,21 @@ void TestMainWindowFiles::openDescriptionIsSavedAndClosed()
     clickCell(child<QTableWidget>(*window, "tableWidget"), 0);
     QTRY_COMPARE(editor->toPlainText(), u"<p>old</p>"_s);
     type(editor, u"new"_s);
-    QCOMPARE(folder->read(u"doc/en.html"_s), QByteArray("<p>old</p>"));
+    QCOMPARE(folder->read(u"doc/en.html"_s), "<p>old</p>"_ba);
 
     showTab(*window, "tabAppFiles");
     if (!picked.isEmpty())
         answers->pickInProject(picked);
     else if (button != "btnDeleteFile"_L1)
         answers->cancel();
-    click(*window, button.toLatin1().constData());
+    click(*window, qPrintable(button));
 
-    QCOMPARE(folder->read(u"doc/en.html"_s), QByteArray("new<p>old</p>"));
+    QCOMPARE(folder->read(u"doc/en.html"_s), "new<p>old</p>"_ba);
     QCOMPARE(editor->toPlainText(), QString());
     QVERIFY(!child<QPushButton>(*window, "btnAutosave")->isEnabled());
     QCOMPARE(child<QTableWidget>(*window, "tableWidget")->currentRow(), -1);
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(u"doc/en.html"_s), QByteArray("new<p>old</p>"));
-}
-
-void TestMainWindowFiles::missingFilesAreKept()
-{
-    open("gone.lua,nowhere/sub");
-    answers->pickInProject(u"img"_s);
-    click(*window, "btnAddFolder");
-    QCOMPARE(saved(), project("gone.lua,nowhere/sub,img"));
-}
-
-void TestMainWindowFiles::savedFilesAreShownAgain()
-{
-    open({});
-    answers->pickInProject(u"lua/main.lua"_s);
-    click(*window, "btnAddFile");
-    answers->pickInProject(u"img"_s);
-    click(*window, "btnAddFolder");
-    clickTool(*window, "actionSave");
-    window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    QCOMPARE(shownFiles(), QStringList({u"lua/main.lua"_s, u"img"_s}));
+    QCOMPARE(folder->read(u"doc/en.html"_s), "new<p>old</p>"_ba);
 }
 
 CATALIST_TEST(TestMainWindowFiles)

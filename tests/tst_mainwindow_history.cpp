@@ -1,11 +1,9 @@
+#include "history/history.h"
 #include "historyfiles.h"
-#include "io/history.h"
 #include "testrunner.h"
 #include "windowtest.h"
 
 #include <QListWidget>
-#include <QPlainTextEdit>
-#include <QScopeGuard>
 #include <QTableWidget>
 
 using namespace Qt::StringLiterals;
@@ -13,7 +11,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QByteArray OLD = HEADER + "{\"en\":\"Old\"};A;1.0;674;05-03-2024;{\"en\":\"en.html\"};a.txt;;5.03\n";
-const QByteArray NEW_APP = "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
 const QByteArray TEXT = "<p>text</p>";
 
 } // namespace
@@ -29,7 +26,6 @@ private slots:
     void lookingAtADescription_data();
     void lookingAtADescription();
     void newDescriptionOverAnExistingFile();
-    void newDescriptionOverTheOpenFile();
     void closingWithNo();
     void closingWithYesThatFails();
     void closingWithADescriptionUnsaved();
@@ -42,7 +38,6 @@ private slots:
 
 private:
     void open();
-    void openDescription();
 
     QString csv;
 };
@@ -63,17 +58,10 @@ void TestMainWindowHistory::open()
     window = openWindow<MainWindow>();
 }
 
-void TestMainWindowHistory::openDescription()
-{
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-}
-
 void TestMainWindowHistory::catalogueThatDoesNotOpenIsSavedOver()
 {
     open();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     retype(*window, "appName1_1", u"Old; and new"_s);
     click(*window, "applyButton");
     clickTool(*window, "actionSave");
@@ -84,7 +72,7 @@ void TestMainWindowHistory::catalogueThatDoesNotOpenIsSavedOver()
 
     answers->press(QMessageBox::Ok);
     open();
-    QCOMPARE(answers->shown.constLast().text, u"Error loading <b>Apps.csv</b> settings"_s);
+    QCOMPARE(answers->shown.constLast().text, LOAD_ERROR);
     clickTool(*window, "actionSave");
     QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
     QCOMPARE(keptContents(csv), (QList<QByteArray>{broken, OLD}));
@@ -95,8 +83,10 @@ void TestMainWindowHistory::lookingAtADescription_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QByteArray>("rewritten");
-    QTest::newRow("no UTF-8") << QByteArray("<p>\xe9t\xe9</p>") << QByteArray("<p>\xef\xbf\xbdt\xef\xbf\xbd</p>");
-    QTest::newRow("other line ends") << QByteArray("<p>a</p>\r\n<p>b</p>\r\n") << QByteArray("<p>a</p>\n<p>b</p>\n");
+    QTest::newRow("no UTF-8") << "<p>\xe9t\xe9</p>"_ba
+                              << "<p>\xef\xbf\xbdt\xef\xbf\xbd</p>"_ba;
+    QTest::newRow("other line ends") << "<p>a</p>\r\n<p>b</p>\r\n"_ba
+                                     << "<p>a</p>\n<p>b</p>\n"_ba;
 }
 
 void TestMainWindowHistory::lookingAtADescription()
@@ -120,7 +110,7 @@ void TestMainWindowHistory::lookingAtADescription()
 void TestMainWindowHistory::newDescriptionOverAnExistingFile()
 {
     open();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     showTab(*window, "tabDescription");
     folder->write(u"project/it.html"_s, "work of days");
     answers->enterText(u"it"_s);
@@ -129,19 +119,6 @@ void TestMainWindowHistory::newDescriptionOverAnExistingFile()
     click(*window, "btnNewDescription");
     QVERIFY(folder->read(u"project/it.html"_s).startsWith("<!DOCTYPE html>"));
     QCOMPARE(keptContents(folder->path(u"project/it.html"_s)), QList<QByteArray>{"work of days"});
-}
-
-void TestMainWindowHistory::newDescriptionOverTheOpenFile()
-{
-    open();
-    openDescription();
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
-    answers->enterText(u"it"_s);
-    answers->chooseFile(folder->path(u"project/en.html"_s));
-    answers->press(QMessageBox::Yes);
-    click(*window, "btnNewDescription");
-    QVERIFY(folder->read(u"project/en.html"_s).startsWith("<!DOCTYPE html>"));
-    QCOMPARE(keptContents(folder->path(u"project/en.html"_s)), (QList<QByteArray>{"typed" + TEXT, TEXT}));
 }
 
 void TestMainWindowHistory::closingWithNo()
@@ -171,7 +148,7 @@ void TestMainWindowHistory::closingWithADescriptionUnsaved()
 {
     open();
     openDescription();
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed"_s);
+    typeInDescription(u"typed"_s);
     QVERIFY(window->close());
     QVERIFY(answers->shown.isEmpty());
     QCOMPARE(folder->read(u"project/en.html"_s), TEXT);
@@ -215,7 +192,7 @@ void TestMainWindowHistory::cancelledClosingKeepsNothing()
     QVERIFY(!window->close());
     QCOMPARE(countInHistory(), 0);
 
-    // What is kept at the real end is kept once.
+    // Closing later keeps one version.
     answers->press(QMessageBox::No);
     QVERIFY(window->close());
     QCOMPARE(keptContents(csv).size(), 1);
@@ -233,9 +210,9 @@ void TestMainWindowHistory::sameBytesKeepNothing()
     QVERIFY(window->close());
     QCOMPARE(countInHistory(), 0);
 
-    keepUnsaved(csv, OLD);
-    keepReplaced(csv, OLD);
-    keepReplaced(folder->path(u"project/new.html"_s), TEXT);
+    History::keepUnsaved(csv, OLD);
+    History::keepReplaced(csv, OLD);
+    History::keepReplaced(folder->path(u"project/new.html"_s), TEXT);
     QCOMPARE(countInHistory(), 0);
 }
 
@@ -257,16 +234,14 @@ void TestMainWindowHistory::twoWindows()
 
 void TestMainWindowHistory::windowSaysNothingWithoutAHistory()
 {
-    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
-    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
     folder->write(u"data"_s, "no folder");
-    qputenv("XDG_DATA_HOME", folder->path(u"data"_s).toLocal8Bit());
+    const DataHome home(folder->path(u"data"_s));
     open();
     click(*window, "btnNewApp");
     QTest::ignoreMessage(QtDebugMsg, NO_HISTORY);
     clickTool(*window, "actionSave");
     QCOMPARE(folder->read(u"project/Apps.csv"_s), OLD + NEW_APP);
-    QCOMPARE(window->windowTitle(), u"Orva Catalist"_s);
+    QVERIFY(isUnmarked());
     QVERIFY(window->close());
     QVERIFY(answers->shown.isEmpty());
 }

@@ -57,28 +57,23 @@ void TestMainWindowLanguages::languages_data()
     QTest::addColumn<QString>("rows");
     QTest::addColumn<QByteArray>("afterApply");
 
-    QTest::newRow("none") << QByteArray("{}") << u"-/cz -/de -/fr"_s << QByteArray(R"({"en":""})");
-    QTest::newRow("default alone") << QByteArray(R"({"en":"E"})") << u"-/cz -/de -/fr"_s << QByteArray(R"({"en":"E"})");
-    QTest::newRow("other alone") << QByteArray(R"({"it":"I"})") << u"I/it -/de -/fr"_s
-                                 << QByteArray(R"({"en":"","it":"I"})");
-    QTest::newRow("two") << QByteArray(R"({"en":"E","fr":"F"})") << u"F/fr -/de -/fr"_s
-                         << QByteArray(R"({"en":"E","fr":"F"})");
+    QTest::newRow("none") << "{}"_ba << u"-/cz -/de -/fr"_s << R"({"en":""})"_ba;
+    QTest::newRow("default alone") << R"({"en":"E"})"_ba << u"-/cz -/de -/fr"_s << R"({"en":"E"})"_ba;
+    QTest::newRow("other alone") << R"({"it":"I"})"_ba << u"I/it -/de -/fr"_s << R"({"en":"","it":"I"})"_ba;
+    QTest::newRow("two") << R"({"en":"E","fr":"F"})"_ba << u"F/fr -/de -/fr"_s << R"({"en":"E","fr":"F"})"_ba;
     QTest::newRow("three, before and after the default")
-        << QByteArray(R"({"de":"D","en":"E","it":"I"})") << u"D/de I/it -/fr"_s
-        << QByteArray(R"({"de":"D","en":"E","it":"I"})");
-    QTest::newRow("four") << QByteArray(R"({"de":"D","en":"E","fr":"F","it":"I"})") << u"D/de F/fr I/it"_s
-                          << QByteArray(R"({"de":"D","en":"E","fr":"F","it":"I"})");
-    QTest::newRow("five lose the last") << QByteArray(R"({"cz":"C","de":"D","en":"E","fr":"F","it":"I"})")
-                                        << u"C/cz D/de F/fr"_s
-                                        << QByteArray(R"({"cz":"C","de":"D","en":"E","fr":"F"})");
-    QTest::newRow("six lose two") << QByteArray(R"({"cz":"C","de":"D","en":"E","fr":"F","it":"I","pl":"P"})")
-                                  << u"C/cz D/de F/fr"_s << QByteArray(R"({"cz":"C","de":"D","en":"E","fr":"F"})");
+        << R"({"de":"D","en":"E","it":"I"})"_ba << u"D/de I/it -/fr"_s << R"({"de":"D","en":"E","it":"I"})"_ba;
+    QTest::newRow("four") << R"({"de":"D","en":"E","fr":"F","it":"I"})"_ba << u"D/de F/fr I/it"_s
+                          << R"({"de":"D","en":"E","fr":"F","it":"I"})"_ba;
+    QTest::newRow("five lose the last") << R"({"cz":"C","de":"D","en":"E","fr":"F","it":"I"})"_ba << u"C/cz D/de F/fr"_s
+                                        << R"({"cz":"C","de":"D","en":"E","fr":"F"})"_ba;
+    QTest::newRow("six lose two") << R"({"cz":"C","de":"D","en":"E","fr":"F","it":"I","pl":"P"})"_ba
+                                  << u"C/cz D/de F/fr"_s << R"({"cz":"C","de":"D","en":"E","fr":"F"})"_ba;
     QTest::newRow("not an item of the box")
-        << QByteArray(R"({"en":"E","es":"S"})") << u"S/cz -/de -/fr"_s << QByteArray(R"({"cz":"S","en":"E"})");
+        << R"({"en":"E","es":"S"})"_ba << u"S/cz -/de -/fr"_s << R"({"cz":"S","en":"E"})"_ba;
     QTest::newRow("default in other letters")
-        << QByteArray(R"({"EN":"X","en":"E"})") << u"X/cz -/de -/fr"_s << QByteArray(R"({"cz":"X","en":"E"})");
-    QTest::newRow("empty name") << QByteArray(R"({"de":"","en":"E"})") << u"*/de -/de -/fr"_s
-                                << QByteArray(R"({"de":"","en":"E"})");
+        << R"({"EN":"X","en":"E"})"_ba << u"X/cz -/de -/fr"_s << R"({"cz":"X","en":"E"})"_ba;
+    QTest::newRow("empty name") << R"({"de":"","en":"E"})"_ba << u"*/de -/de -/fr"_s << R"({"de":"","en":"E"})"_ba;
 }
 
 void TestMainWindowLanguages::languages()
@@ -121,8 +116,8 @@ void TestMainWindowLanguages::laterRowOfTheSameLanguageWins()
     chooseLanguage("lng1_2", u"fr"_s);
     chooseLanguage("lng1_3", u"it"_s);
     click(*window, "applyButton");
-    QCOMPARE(saved(), QByteArray(R"({"en":"E","fr":"F","it":"D"};Ann;1.2;674;05-03-2024;{};;;5.01
-)"));
+    QCOMPARE(saved(), R"({"en":"E","fr":"F","it":"D"};Ann;1.2;674;05-03-2024;{};;;5.01
+)"_ba);
 }
 
 void TestMainWindowLanguages::languageRowsAreSwitchedByTheirBoxes_data()
@@ -162,7 +157,7 @@ void TestMainWindowLanguages::languageRowsAreSwitchedByTheirBoxes()
 
     box->setCheckState(Qt::Unchecked);
     click(*window, "applyButton");
-    QCOMPARE(saved(), QByteArray("{\"en\":\"E\"};Ann;1.2;674;05-03-2024;{};;;5.01\n"));
+    QCOMPARE(saved(), "{\"en\":\"E\"};Ann;1.2;674;05-03-2024;{};;;5.01\n"_ba);
 }
 
 void TestMainWindowLanguages::namesAreEditedInFourLanguages()
@@ -182,8 +177,8 @@ void TestMainWindowLanguages::namesAreEditedInFourLanguages()
     QCOMPARE(text("appName1_2"), u"Hodiny č"_s);
     QCOMPARE(language("lng1_2"), u"cz"_s);
     QCOMPARE(text("appName1_4"), u"Orologio"_s);
-    QCOMPARE(saved(), QByteArray(R"({"cz":"Hodiny č","en":"Clock","fr":"Horloge \"1\"","it":"Orologio"};)"
-                                 "Ann;1.2;674;05-03-2024;{};;;5.01\n"));
+    QCOMPARE(saved(), R"({"cz":"Hodiny č","en":"Clock","fr":"Horloge \"1\"","it":"Orologio"};)"
+                      "Ann;1.2;674;05-03-2024;{};;;5.01\n"_ba);
 }
 
 void TestMainWindowLanguages::emptyDefaultNameIsStored()
@@ -192,7 +187,7 @@ void TestMainWindowLanguages::emptyDefaultNameIsStored()
     retype(*window, "appName1_1", {});
     click(*window, "applyButton");
     QCOMPARE(listedApps(), QStringList(QString()));
-    QCOMPARE(saved(), QByteArray("{\"en\":\"\"};Ann;1.2;674;05-03-2024;{};;;5.01\n"));
+    QCOMPARE(saved(), "{\"en\":\"\"};Ann;1.2;674;05-03-2024;{};;;5.01\n"_ba);
 }
 
 CATALIST_TEST(TestMainWindowLanguages)

@@ -44,14 +44,14 @@ QString nameOf(const QObject *object)
     return object ? object->objectName() : u"none"_s;
 }
 
-/// What Qt makes inside of its own widgets has names that begin with "qt_" or "_", or none.
+/// The inner parts of Qt's widgets have names that begin with "qt_" or "_", or none.
 bool isOurs(const QObject *object)
 {
     const QString name = object->objectName();
     return !name.isEmpty() && !name.startsWith("qt_"_L1) && !name.startsWith('_'_L1);
 }
 
-/// The layout that an item of another one is, or the widget in it; "-" for a spacer.
+/// The name of the widget or layout in a layout item; "-" for a spacer.
 QString itemName(QLayoutItem *item)
 {
     if (!item)
@@ -69,7 +69,7 @@ QStringList textsOf(const QComboBox *box)
     return texts;
 }
 
-/// A line for each widget that the form has, and for each layout, with what is in them further to the right.
+/// The widgets and layouts of the form, one per line, indented by depth.
 class Dump
 {
 public:
@@ -101,7 +101,7 @@ private:
         addFacts(widget);
         if (widget->layout() && isOurs(widget->layout()))
             addLayout(widget->layout(), true);
-        // By their names, as the order among them comes from which was in front last.
+        // Sorted by name, as their own order changes when one is raised.
         QList<QWidget *> parts = widget->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
         std::sort(parts.begin(), parts.end(),
                   [](const QWidget *left, const QWidget *right) { return left->objectName() < right->objectName(); });
@@ -112,7 +112,7 @@ private:
         --depth;
     }
 
-    /// What it shows, unless that depends on the day and the language.
+    /// The text that it shows, except for dates.
     static QString text(const QWidget *widget)
     {
         for (const char *property : {"text", "title"}) {
@@ -224,23 +224,23 @@ private:
     int depth = 0;
 };
 
-/// The lines that one text has and the other has not, and the last line above them that both have.
+/// The lines that only one of two texts has, after the last common line above them.
 QString difference(const QStringList &expected, const QStringList &found)
 {
-    // How many lines the rests of both have in common.
+    // The number of common lines from each pair of lines to the ends.
     QList<QList<int>> common(expected.size() + 1, QList<int>(found.size() + 1));
     for (qsizetype i = expected.size() - 1; i >= 0; --i) {
         for (qsizetype k = found.size() - 1; k >= 0; --k)
             common[i][k] = expected.at(i) == found.at(k) ? common.at(i + 1).at(k + 1) + 1
                                                          : std::max(common.at(i + 1).at(k), common.at(i).at(k + 1));
     }
-    QStringList told;
+    QStringList report;
     QString above;
-    const auto tell = [&told, &above](QChar sign, const QString &line) {
+    const auto add = [&report, &above](QChar sign, const QString &line) {
         if (!above.isNull())
-            told.append(u"  "_s + above);
+            report.append(u"  "_s + above);
         above = QString();
-        told.append(sign + u' ' + line);
+        report.append(sign + u' ' + line);
     };
     qsizetype i = 0;
     qsizetype k = 0;
@@ -249,12 +249,12 @@ QString difference(const QStringList &expected, const QStringList &found)
             above = expected.at(i++);
             ++k;
         } else if (k == found.size() || (i < expected.size() && common.at(i + 1).at(k) >= common.at(i).at(k + 1))) {
-            tell(u'-', expected.at(i++));
+            add(u'-', expected.at(i++));
         } else {
-            tell(u'+', found.at(k++));
+            add(u'+', found.at(k++));
         }
     }
-    return told.join(u'\n');
+    return report.join(u'\n');
 }
 
 } // namespace
@@ -267,9 +267,8 @@ private slots:
     void init() override;
 
     void form();
-    void previewHasTheStyleSheet();
-    void differencesAreTold_data();
-    void differencesAreTold();
+    void differencesAreReported_data();
+    void differencesAreReported();
 };
 
 void TestMainWindowLayout::init()
@@ -280,24 +279,16 @@ void TestMainWindowLayout::init()
 
 void TestMainWindowLayout::form()
 {
-    const QString told = QString::fromUtf8(readFile(u"" CATALIST_SOURCE_DIR "/tests/data/mainwindow.txt"_s));
-    QVERIFY(told.endsWith(u'\n'));
-    const QString differs = difference(told.chopped(1).split(u'\n'), Dump(*window).lines);
+    const QString expected = QString::fromUtf8(readFile(u"" CATALIST_SOURCE_DIR "/tests/data/mainwindow.txt"_s));
+    QVERIFY(expected.endsWith(u'\n'));
+    const QString differs = difference(expected.chopped(1).split(u'\n'), Dump(*window).lines);
     QVERIFY2(differs.isEmpty(), qPrintable(u"The form is not that of tests/data/mainwindow.txt:\n"_s + differs));
 }
 
-void TestMainWindowLayout::previewHasTheStyleSheet()
-{
-    const QByteArray css = readFile(u":/Resources/Resources/storefrontHtml.css"_s);
-    QVERIFY(!css.isEmpty());
-    QCOMPARE(child<SimpleWebViewer>(*window, "descriptionView")->document()->defaultStyleSheet(),
-             QString::fromUtf8(css));
-}
-
-void TestMainWindowLayout::differencesAreTold_data()
+void TestMainWindowLayout::differencesAreReported_data()
 {
     QTest::addColumn<QStringList>("found");
-    QTest::addColumn<QString>("told");
+    QTest::addColumn<QString>("report");
     QTest::newRow("none") << words("a b c d") << QString();
     QTest::newRow("another line") << words("a x c d") << u"  a\n- b\n+ x"_s;
     QTest::newRow("a line more") << words("a b c d e") << u"  d\n+ e"_s;
@@ -307,10 +298,10 @@ void TestMainWindowLayout::differencesAreTold_data()
     QTest::newRow("nothing in common") << QStringList() << u"- a\n- b\n- c\n- d"_s;
 }
 
-void TestMainWindowLayout::differencesAreTold()
+void TestMainWindowLayout::differencesAreReported()
 {
     QFETCH(QStringList, found);
-    QTEST(difference(words("a b c d"), found), "told");
+    QTEST(difference(words("a b c d"), found), "report");
 }
 
 CATALIST_TEST(TestMainWindowLayout)

@@ -11,10 +11,11 @@
 #include <QTabWidget>
 #include <QTableWidget>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QStringList PROJECT_FILTERS{QStringLiteral("App configuration files (Apps.csv)"),
-                                  QStringLiteral("All files (*.*)")};
+const QStringList PROJECT_FILTERS{u"App configuration files (Apps.csv)"_s, u"All files (*.*)"_s};
 
 } // namespace
 
@@ -29,7 +30,6 @@ private slots:
     void openProject();
     void openProjectCancelled();
     void openProjectThatFails();
-    void openShorterProject();
 
     void saveWithoutProject();
     void save();
@@ -42,7 +42,6 @@ private slots:
     void publishThroughLink();
     void publishOverAFileOfTheCatalogue_data();
     void publishOverAFileOfTheCatalogue();
-    void publishOverAListedIndex();
     void publishOverAFileThatCannotBeKept();
     void publishOverAFormerIndex();
 
@@ -52,34 +51,45 @@ private slots:
 
     void repositoryUrl_data();
     void repositoryUrl();
+
+private:
+    void publishOver(const QString &relative);
+    void expectFileDialog(const QString &title, const QString &startPath, const QStringList &filters,
+                          const QString &button) const;
 };
+
+void TestMainWindowProject::expectFileDialog(const QString &title, const QString &startPath, const QStringList &filters,
+                                             const QString &button) const
+{
+    QCOMPARE(answers->shown.size(), 1);
+    const ShownDialog &dialog = answers->shown.constFirst();
+    QCOMPARE(dialog.kind, u"QFileDialog"_s);
+    QCOMPARE(dialog.title, title);
+    QCOMPARE(dialog.startPath, startPath);
+    QCOMPARE(dialog.filters, filters);
+    QVERIFY(dialog.buttons.contains(button));
+}
 
 void TestMainWindowProject::newProject()
 {
     start();
-    answers->chooseFile(csv);
-    clickTool(*window, "actionNew_project");
-    QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("New Apps.csv file"));
-    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
-    QCOMPARE(answers->shown.constFirst().filters, PROJECT_FILTERS);
-    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Save")));
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(csv));
+    clickNewProject(csv);
+    expectFileDialog(u"New Apps.csv file"_s, folder->path(u"cwd/Apps.csv"_s), PROJECT_FILTERS, u"Save"_s);
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(csv));
     QVERIFY(!QFileInfo::exists(csv));
     QVERIFY(isUnmarked());
 
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), HEADER);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
 }
 
 void TestMainWindowProject::newProjectOverAnother()
 {
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     click(*window, "applyButton");
     QVERIFY(isMarked());
-    const QString other = folder->path(QStringLiteral("other.csv"));
+    const QString other = folder->path(u"other.csv"_s);
     answers->chooseFile(other);
     QTest::keyClick(window.get(), Qt::Key_N, Qt::ControlModifier);
     QCOMPARE(answers->shown.size(), 1);
@@ -88,42 +98,37 @@ void TestMainWindowProject::newProjectOverAnother()
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
     QVERIFY(isUnmarked());
     QVERIFY(!QFileInfo::exists(other));
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), TWO_APPS);
 }
 
 void TestMainWindowProject::newProjectCancelled()
 {
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     click(*window, "applyButton");
     answers->cancel();
     clickTool(*window, "actionNew_project");
     QCOMPARE(listedApps().size(), 2);
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(csv));
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(csv));
     QVERIFY(isMarked());
 }
 
 void TestMainWindowProject::openProject()
 {
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     click(*window, "applyButton");
     QVERIFY(isMarked());
-    folder->write(QStringLiteral("other/Apps.csv"), ONE_APP);
-    const QString other = folder->path(QStringLiteral("other/Apps.csv"));
+    folder->write(u"other/Apps.csv"_s, ONE_APP);
+    const QString other = folder->path(u"other/Apps.csv"_s);
     answers->chooseFile(other);
     QTest::keyClick(window.get(), Qt::Key_O, Qt::ControlModifier);
 
-    QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Open Apps.csv file"));
-    QCOMPARE(answers->shown.constFirst().startPath, csv);
-    QCOMPARE(answers->shown.constFirst().filters, PROJECT_FILTERS);
-    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Open")));
-    QCOMPARE(listedApps(), QStringList{QStringLiteral("Only")});
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(other));
+    expectFileDialog(u"Open Apps.csv file"_s, csv, PROJECT_FILTERS, u"Open"_s);
+    QCOMPARE(listedApps(), QStringList{u"Only"_s});
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(other));
     QVERIFY(isUnmarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), TWO_APPS);
 }
 
 void TestMainWindowProject::openProjectCancelled()
@@ -131,73 +136,55 @@ void TestMainWindowProject::openProjectCancelled()
     start();
     answers->cancel();
     clickTool(*window, "actionOpen_project");
-    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.csv")));
-    QCOMPARE(projectLabel(), QStringLiteral("Apps:"));
+    QCOMPARE(answers->shown.constFirst().startPath, folder->path(u"cwd/Apps.csv"_s));
+    QCOMPARE(projectLabel(), u"Apps:"_s);
     window.reset();
 
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
+    openDescription();
     auto *edit = child<QPlainTextEdit>(*window, "descriptionEdit");
-    type(edit, QStringLiteral("typed "));
+    type(edit, u"typed "_s);
     answers->cancel();
     clickTool(*window, "actionOpen_project");
-    QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
+    QCOMPARE(folder->read(u"project/en.html"_s), "typed <p>text</p>"_ba);
     QCOMPARE(edit->toPlainText(), QString());
     QVERIFY(child<QTableWidget>(*window, "tableWidget")->selectedItems().isEmpty());
     QCOMPARE(child<QTableWidget>(*window, "tableWidget")->rowCount(), 1);
     QCOMPARE(listedApps().size(), 2);
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(csv));
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(csv));
 
-    // The file is closed, so nothing is written to it any more.
+    // The file is closed, so it is not written again.
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
+    QCOMPARE(folder->read(u"project/en.html"_s), "typed <p>text</p>"_ba);
 
-    // No row is left for Delete, and a click on the row opens its file again.
+    // Delete has no current row, and a click opens the file again.
     click(*window, "btnDeleteDescription");
     QVERIFY(isUnmarked());
     clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    QCOMPARE(edit->toPlainText(), QStringLiteral("typed <p>text</p>"));
+    QCOMPARE(edit->toPlainText(), u"typed <p>text</p>"_s);
 }
 
 void TestMainWindowProject::openProjectThatFails()
 {
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
-    folder->write(QStringLiteral("bad.csv"), ONE_APP + "x;y\n");
-    const QString bad = folder->path(QStringLiteral("bad.csv"));
+    selectApp(1);
+    folder->write(u"bad.csv"_s, ONE_APP + "x;y\n");
+    const QString bad = folder->path(u"bad.csv"_s);
     answers->chooseFile(bad);
     QStringList listedMeanwhile;
     answers->answer([this, &listedMeanwhile](QWidget *box) {
-        // The message comes before the list is emptied.
+        // The list is still filled during the message.
         listedMeanwhile = listedApps();
         QTest::keyClick(box, Qt::Key_Return);
     });
     clickTool(*window, "actionOpen_project");
     QCOMPARE(answers->shown.size(), 2);
     expectError(answers->shown.at(1), LOAD_ERROR);
-    QCOMPARE(listedMeanwhile, (QStringList{QStringLiteral("First"), QStringLiteral("Second")}));
+    QCOMPARE(listedMeanwhile, (QStringList{u"First"_s, u"Second"_s}));
     QVERIFY(listedApps().isEmpty());
     QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
-    QCOMPARE(projectLabel(), QStringLiteral("Apps (%1): ").arg(bad));
+    QCOMPARE(projectLabel(), u"Apps (%1): "_s.arg(bad));
     QVERIFY(isUnmarked());
-}
-
-void TestMainWindowProject::openShorterProject()
-{
-    startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
-    folder->write(QStringLiteral("other.csv"), ONE_APP);
-    answers->chooseFile(folder->path(QStringLiteral("other.csv")));
-    clickTool(*window, "actionOpen_project");
-    QCOMPARE(listedApps(), QStringList{QStringLiteral("Only")});
-    QCOMPARE(child<QListWidget>(*window, "listApps")->currentRow(), -1);
-    QVERIFY(!child<QTabWidget>(*window, "tabWidget")->isEnabled());
-    QCOMPARE(child<QLineEdit>(*window, "appName1_1")->text(), QString());
-    QVERIFY(isUnmarked());
-    clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("other.csv")), HEADER + "{\"en\":\"Only\"};C;;0;;{};;;0.00\n");
 }
 
 void TestMainWindowProject::saveWithoutProject()
@@ -208,14 +195,14 @@ void TestMainWindowProject::saveWithoutProject()
     answers->press(QMessageBox::Ok);
     QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
     QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Warning"));
+    QCOMPARE(answers->shown.constFirst().title, u"Warning"_s);
     QCOMPARE(answers->shown.constFirst().text, NO_PROJECT);
     QCOMPARE(answers->shown.constFirst().icon, QMessageBox::Warning);
-    QCOMPARE(answers->shown.constFirst().buttons, QStringList{QStringLiteral("OK")});
+    QCOMPARE(answers->shown.constFirst().buttons, QStringList{u"OK"_s});
     QVERIFY(isMarked());
 
-    // The title is not even looked at.
-    window->setWindowTitle(QStringLiteral("Orva Catalist"));
+    // Save does not depend on the title.
+    window->setWindowTitle(u"Orva Catalist"_s);
     answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
     QVERIFY(isUnmarked());
@@ -228,20 +215,18 @@ void TestMainWindowProject::save()
     QVERIFY(isMarked());
     clickTool(*window, "actionSave");
     QVERIFY(isUnmarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")),
+    QCOMPARE(folder->read(u"project/Apps.csv"_s),
              HEADER + "{\"en\":\"Only\"};C;;0;;{};;;0.00\n{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
 }
 
 void TestMainWindowProject::saveFails()
 {
     startWith(TWO_APPS);
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
+    openDescription();
+    typeInDescription(u"typed "_s);
     showTab(*window, "tabGeneral");
     QVERIFY(QFile::remove(csv));
-    folder->makeFolder(QStringLiteral("project/Apps.csv"));
+    folder->makeFolder(u"project/Apps.csv"_s);
     click(*window, "btnNewApp");
     answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
@@ -249,12 +234,12 @@ void TestMainWindowProject::saveFails()
     expectError(answers->shown.constFirst(), SAVE_ERROR);
     QVERIFY(isMarked());
     QCOMPARE(listedApps().size(), 3);
-    QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>text</p>"));
+    QCOMPARE(folder->read(u"project/en.html"_s), "typed <p>text</p>"_ba);
 
     QVERIFY(QDir().rmdir(csv));
     clickTool(*window, "actionSave");
     QVERIFY(isUnmarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")).count('\n'), 4);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s).count('\n'), 4);
 }
 
 void TestMainWindowProject::saveAfterFailedLoad()
@@ -263,27 +248,21 @@ void TestMainWindowProject::saveAfterFailedLoad()
     answers->press(QMessageBox::Ok);
     start();
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), HEADER);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), HEADER);
 }
 
 void TestMainWindowProject::publish()
 {
     startWith(TWO_APPS);
     click(*window, "btnNewApp");
-    child<QLineEdit>(*window, "repository")->setText(QStringLiteral("https://x/"));
-    const QString index = folder->path(QStringLiteral("Apps.json"));
-    answers->chooseFile(index);
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(answers->shown.size(), 1);
-    QCOMPARE(answers->shown.constFirst().kind, QStringLiteral("QFileDialog"));
-    QCOMPARE(answers->shown.constFirst().title, QStringLiteral("Save JSON repository"));
-    QCOMPARE(answers->shown.constFirst().startPath, folder->path(QStringLiteral("cwd/Apps.json")));
-    QCOMPARE(answers->shown.constFirst().filters,
-             (QStringList{QStringLiteral("JSON files (*.json)"), QStringLiteral("All files (*.*)")}));
-    QVERIFY(answers->shown.constFirst().buttons.contains(QStringLiteral("Save")));
+    child<QLineEdit>(*window, "repository")->setText(u"https://x/"_s);
+    const QString index = folder->path(u"Apps.json"_s);
+    clickPublish(index);
+    expectFileDialog(u"Save JSON repository"_s, folder->path(u"cwd/Apps.json"_s),
+                     {u"JSON files (*.json)"_s, u"All files (*.*)"_s}, u"Save"_s);
     QVERIFY(isUnmarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), TWO_APPS + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
-    QVERIFY(folder->read(QStringLiteral("Apps.json")).contains(R"(            "files": [
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), TWO_APPS + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
+    QVERIFY(folder->read(u"Apps.json"_s).contains(R"(            "files": [
                 {
                     "destination": "Apps/a.txt",
                     "hash": "a9993e364706816aba3e25717850c26c9cd0d89d",
@@ -301,27 +280,26 @@ void TestMainWindowProject::publishCancelled()
     answers->cancel();
     clickTool(*window, "actionSave_generate_JSON");
     QVERIFY(isUnmarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")).count('\n'), 3);
-    QVERIFY(!folder->exists(QStringLiteral("cwd/Apps.json")));
+    QCOMPARE(folder->read(u"project/Apps.csv"_s).count('\n'), 3);
+    QVERIFY(!folder->exists(u"cwd/Apps.json"_s));
 }
 
-// The project folder is then the current one.
+// The current folder is then the project folder.
 void TestMainWindowProject::publishWithoutProject()
 {
-    folder->write(QStringLiteral("cwd/a.txt"), "abc");
+    folder->write(u"cwd/a.txt"_s, "abc");
     start();
     click(*window, "btnNewApp");
     showTab(*window, "tabAppFiles");
-    answers->pickInProject(QStringLiteral("a.txt"));
+    answers->pickInProject(u"a.txt"_s);
     click(*window, "btnAddFile");
     answers->shown.clear();
     answers->press(QMessageBox::Ok);
-    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
-    clickTool(*window, "actionSave_generate_JSON");
+    clickPublish(folder->path(u"Apps.json"_s));
     QCOMPARE(answers->shown.size(), 2);
     QCOMPARE(answers->shown.at(0).text, NO_PROJECT);
-    QCOMPARE(answers->shown.at(1).title, QStringLiteral("Save JSON repository"));
-    QVERIFY(folder->read(QStringLiteral("Apps.json"))
+    QCOMPARE(answers->shown.at(1).title, u"Save JSON repository"_s);
+    QVERIFY(folder->read(u"Apps.json"_s)
                 .contains("\"destination\": \"Apps/a.txt\",\n"
                           "                    \"hash\": \"a9993e364706816aba3e25717850c26c9cd0d89d\""));
     QVERIFY(isMarked());
@@ -330,82 +308,71 @@ void TestMainWindowProject::publishWithoutProject()
 void TestMainWindowProject::publishToPlaceThatFails()
 {
     startWith(TWO_APPS);
-    answers->chooseFile(folder->path(QStringLiteral("missing/Apps.json")));
-    clickTool(*window, "actionSave_generate_JSON");
-    // Nothing is said about it: the only dialog was the one that asked.
+    clickPublish(folder->path(u"missing/Apps.json"_s));
+    // The only dialog was the file dialog.
     QCOMPARE(answers->shown.size(), 1);
-    QVERIFY(!folder->exists(QStringLiteral("missing")));
+    QVERIFY(!folder->exists(u"missing"_s));
+    QCOMPARE(window->statusBar()->currentMessage(), QString());
+    QVERIFY(!QGuiApplication::overrideCursor());
 }
 
 void TestMainWindowProject::publishThroughLink()
 {
-    folder->write(QStringLiteral("real/Apps.csv"), HEADER + "{\"en\":\"X\"};;;;;{};a.txt;;0.00\n");
-    folder->write(QStringLiteral("real/a.txt"), "abc");
-    folder->link(folder->path(QStringLiteral("real")), QStringLiteral("alias"));
-    storeProject(folder->path(QStringLiteral("alias/Apps.csv")));
+    folder->write(u"real/Apps.csv"_s, HEADER + "{\"en\":\"X\"};;;;;{};a.txt;;0.00\n");
+    folder->write(u"real/a.txt"_s, "abc");
+    folder->link(folder->path(u"real"_s), u"alias"_s);
+    storeProject(folder->path(u"alias/Apps.csv"_s));
     start();
-    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
+    clickPublish(folder->path(u"Apps.json"_s));
+    QVERIFY(folder->read(u"Apps.json"_s).contains("\"destination\": \"Apps/a.txt\""));
+}
+
+void TestMainWindowProject::publishOver(const QString &relative)
+{
+    answers->chooseFile(folder->path(relative));
+    answers->press(QMessageBox::Yes);
     clickTool(*window, "actionSave_generate_JSON");
-    QVERIFY(folder->read(QStringLiteral("Apps.json")).contains("\"destination\": \"Apps/a.txt\""));
 }
 
 void TestMainWindowProject::publishOverAFileOfTheCatalogue_data()
 {
     QTest::addColumn<QString>("file");
     QTest::addColumn<QByteArray>("content");
-    QTest::newRow("the project file") << QStringLiteral("Apps.csv") << TWO_APPS;
-    QTest::newRow("description") << QStringLiteral("en.html") << QByteArray("<p>text</p>");
-    QTest::newRow("listed file") << QStringLiteral("a.txt") << QByteArray("abc");
-    QTest::newRow("something else") << QStringLiteral("notes.json") << QByteArray("{\n    \"notes\": []\n}\n");
+    QTest::newRow("the project file") << u"Apps.csv"_s << TWO_APPS;
+    QTest::newRow("description") << u"en.html"_s << "<p>text</p>"_ba;
+    QTest::newRow("listed file") << u"a.txt"_s << "abc"_ba;
+    QTest::newRow("listed file that begins like an index")
+        << u"a.txt"_s << "{\n    \"applications\": [\n        my own data\n"_ba;
+    QTest::newRow("something else") << u"notes.json"_s << "{\n    \"notes\": []\n}\n"_ba;
 }
 
 void TestMainWindowProject::publishOverAFileOfTheCatalogue()
 {
     QFETCH(const QString, file);
     QFETCH(const QByteArray, content);
-    folder->write(QStringLiteral("project/notes.json"), "{\n    \"notes\": []\n}\n");
     startWith(TWO_APPS);
-    answers->chooseFile(folder->path(QStringLiteral("project/") + file));
-    answers->press(QMessageBox::Yes);
-    clickTool(*window, "actionSave_generate_JSON");
-    QVERIFY(folder->read(QStringLiteral("project/") + file).startsWith("{\n    \"applications\": [\n"));
-    QCOMPARE(keptContents(folder->path(QStringLiteral("project/") + file)), QList<QByteArray>{content});
-}
-
-// It may be the data of an app.
-void TestMainWindowProject::publishOverAListedIndex()
-{
-    const QByteArray data = "{\n    \"applications\": [\n        my own data\n";
-    startWith(TWO_APPS);
-    folder->write(QStringLiteral("project/a.txt"), data);
-    answers->chooseFile(folder->path(QStringLiteral("project/a.txt")));
-    answers->press(QMessageBox::Yes);
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(keptContents(folder->path(QStringLiteral("project/a.txt"))), QList<QByteArray>{data});
+    folder->write(u"project/"_s + file, content);
+    publishOver(u"project/"_s + file);
+    QVERIFY(folder->read(u"project/"_s + file).startsWith("{\n    \"applications\": [\n"));
+    QCOMPARE(keptContents(folder->path(u"project/"_s + file)), QList<QByteArray>{content});
 }
 
 void TestMainWindowProject::publishOverAFileThatCannotBeKept()
 {
     startWith(TWO_APPS);
-    QVERIFY(QFile::resize(folder->path(QStringLiteral("project/a.txt")), 200'000'001));
-    answers->chooseFile(folder->path(QStringLiteral("project/a.txt")));
-    answers->press(QMessageBox::Yes);
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(QFileInfo(folder->path(QStringLiteral("project/a.txt"))).size(), 200'000'001);
+    QVERIFY(QFile::resize(folder->path(u"project/a.txt"_s), 200'000'001));
+    publishOver(u"project/a.txt"_s);
+    QCOMPARE(QFileInfo(folder->path(u"project/a.txt"_s)).size(), 200'000'001);
     QCOMPARE(window->statusBar()->currentMessage(), QString());
 }
 
 void TestMainWindowProject::publishOverAFormerIndex()
 {
     startWith(TWO_APPS);
-    for (int i = 0; i < 2; ++i) {
-        answers->chooseFile(folder->path(QStringLiteral("project/Apps.json")));
-        if (i > 0)
-            answers->press(QMessageBox::Yes);
-        clickTool(*window, "actionSave_generate_JSON");
-    }
-    QVERIFY(folder->read(QStringLiteral("project/Apps.json")).startsWith("{\n    \"applications\": [\n"));
-    // It can be made again at any time.
+    clickPublish(folder->path(u"project/Apps.json"_s));
+    publishOver(u"project/Apps.json"_s);
+    QVERIFY(folder->read(u"project/Apps.json"_s).startsWith("{\n    \"applications\": [\n"));
+    // An index is not kept.
     QCOMPARE(countInHistory(), 0);
 }
 
@@ -414,29 +381,24 @@ void TestMainWindowProject::saysWhatWasDone()
     start();
     const QStatusBar *status = window->statusBar();
     QCOMPARE(status->currentMessage(), QString());
-    folder->write(QStringLiteral("project/a.txt"), QByteArray(1500, 'x'));
-    folder->write(QStringLiteral("project/Apps.csv"), TWO_APPS);
-    answers->chooseFile(csv);
-    clickTool(*window, "actionOpen_project");
-    QCOMPARE(status->currentMessage(), QStringLiteral("Opened Apps.csv"));
+    folder->write(u"project/a.txt"_s, QByteArray(1500, 'x'));
+    folder->write(u"project/Apps.csv"_s, TWO_APPS);
+    clickOpenProject(csv);
+    QCOMPARE(status->currentMessage(), u"Opened Apps.csv"_s);
     clickTool(*window, "actionSave");
-    QCOMPARE(status->currentMessage(), QStringLiteral("Saved Apps.csv"));
-    const QString index = folder->path(QStringLiteral("Apps.json"));
-    answers->chooseFile(index);
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(status->currentMessage(), QStringLiteral("Published 2 apps, 1 file, 2 kB: ") + index);
+    QCOMPARE(status->currentMessage(), u"Saved Apps.csv"_s);
+    const QString index = folder->path(u"Apps.json"_s);
+    clickPublish(index);
+    QCOMPARE(status->currentMessage(), u"Published 2 apps, 1 file, 2 kB: "_s + index);
     QVERIFY(!QGuiApplication::overrideCursor());
 
-    // Numbers are written as the words around them.
+    // English numbers, as the text is English.
     for (int i = 0; i < 1204; ++i)
-        folder->write(QStringLiteral("project/many/%1.txt").arg(i), "x");
-    folder->write(QStringLiteral("project/Apps.csv"), HEADER + "{\"en\":\"One\"};;;;;{};many;;\n");
-    answers->chooseFile(csv);
-    clickTool(*window, "actionOpen_project");
-    answers->chooseFile(index);
-    answers->press(QMessageBox::Yes);
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(status->currentMessage(), QStringLiteral("Published 1 app, 1,204 files, 1 kB: ") + index);
+        folder->write(u"project/many/%1.txt"_s.arg(i), "x");
+    folder->write(u"project/Apps.csv"_s, HEADER + "{\"en\":\"One\"};;;;;{};many;;\n");
+    clickOpenProject(csv);
+    publishOver(u"Apps.json"_s);
+    QCOMPARE(status->currentMessage(), u"Published 1 app, 1,204 files, 1 kB: "_s + index);
     QTRY_COMPARE_WITH_TIMEOUT(status->currentMessage(), QString(), 15000);
 }
 
@@ -452,42 +414,32 @@ void TestMainWindowProject::saysWhatItDoes()
         messages.append(message);
         pointers.append(pointer->shape());
     });
-    answers->chooseFile(csv);
-    clickTool(*window, "actionOpen_project");
-    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(messages, (QStringList{QStringLiteral("Opening Apps.csv"), QStringLiteral("Saving Apps.csv"),
-                                    QStringLiteral("Publishing")}));
+    clickOpenProject(csv);
+    clickPublish(folder->path(u"Apps.json"_s));
+    QCOMPARE(messages, (QStringList{u"Opening Apps.csv"_s, u"Saving Apps.csv"_s, u"Publishing"_s}));
     QCOMPARE(pointers, QList<Qt::CursorShape>(3, Qt::WaitCursor));
 }
 
 void TestMainWindowProject::saysNothingAfterASilentFailure()
 {
     startWith(TWO_APPS);
-    answers->chooseFile(folder->path(QStringLiteral("missing/Apps.json")));
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(window->statusBar()->currentMessage(), QString());
-    QVERIFY(!QGuiApplication::overrideCursor());
-
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("x"));
-    QVERIFY(QFile::remove(folder->path(QStringLiteral("project/en.html"))));
-    folder->makeFolder(QStringLiteral("project/en.html"));
+    openDescription();
+    typeInDescription(u"x"_s);
+    QVERIFY(QFile::remove(folder->path(u"project/en.html"_s)));
+    folder->makeFolder(u"project/en.html"_s);
     clickTool(*window, "actionSave");
     QCOMPARE(window->statusBar()->currentMessage(), QString());
-    QCOMPARE(keptContents(folder->path(QStringLiteral("project/en.html"))), QList<QByteArray>{"x<p>text</p>"});
+    QCOMPARE(keptContents(folder->path(u"project/en.html"_s)), QList<QByteArray>{"x<p>text</p>"});
 }
 
 void TestMainWindowProject::repositoryUrl_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("url");
-    QTest::newRow("without slash") << QStringLiteral("http://a/repo") << QStringLiteral("http://a/repo/");
-    QTest::newRow("with slash") << QStringLiteral("http://a/repo/") << QStringLiteral("http://a/repo/");
-    QTest::newRow("empty") << QString() << QStringLiteral("/");
-    QTest::newRow("backslash") << QStringLiteral("a\\") << QStringLiteral("a\\/");
+    QTest::newRow("without slash") << u"http://a/repo"_s << u"http://a/repo/"_s;
+    QTest::newRow("with slash") << u"http://a/repo/"_s << u"http://a/repo/"_s;
+    QTest::newRow("empty") << QString() << u"/"_s;
+    QTest::newRow("backslash") << u"a\\"_s << u"a\\/"_s;
 }
 
 void TestMainWindowProject::repositoryUrl()

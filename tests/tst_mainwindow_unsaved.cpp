@@ -3,13 +3,11 @@
 #include "historyfiles.h"
 #include "testrunner.h"
 
-#include <QScopeGuard>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
 
-/// No room on the disk, neither for a file nor for its copy in the history.
+/// The disk is full, for a file and for its copy in the history.
 class TestMainWindowUnsaved : public DescriptionTest
 {
     Q_OBJECT
@@ -52,7 +50,7 @@ void TestMainWindowUnsaved::textIsShownAgain()
 {
     open();
     openFile(0);
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     fillTheDisk();
     openFile(1);
     QCOMPARE(editor->toPlainText(), QString::fromUtf8(DE));
@@ -60,7 +58,7 @@ void TestMainWindowUnsaved::textIsShownAgain()
     QCOMPARE(editor->toPlainText(), u"typed "_s + QString::fromUtf8(CZ));
     QVERIFY(!autoSaveIsEnabled());
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
-    typeText(u"more "_s);
+    typeInDescription(u"more "_s);
     freeTheDisk();
     openFile(1);
     QVERIFY(folder->read(u"doc/cz.html"_s).contains("more "));
@@ -90,14 +88,14 @@ void TestMainWindowUnsaved::textIsSavedLater()
     QFETCH(QString, later);
     open();
     openFile(0);
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     fillTheDisk();
     int row = 0;
-    const auto go = [&](const QString &route) {
+    const auto perform = [&](const QString &route) {
         if (route == u"row")
             openFile(row = 1 - row);
         else if (route == u"app")
-            clickCell(child<QListWidget>(*window, "listApps"), 1);
+            selectApp(1);
         else if (route == u"auto-save")
             click(*window, "btnAutosave");
         else if (route == u"save")
@@ -109,11 +107,11 @@ void TestMainWindowUnsaved::textIsSavedLater()
     };
     if (failing == u"save")
         answers->press(QMessageBox::Ok);
-    go(failing);
+    perform(failing);
     answers->shown.clear();
     QVERIFY(!autoSaveIsEnabled());
     freeTheDisk();
-    go(later);
+    perform(later);
     QTRY_COMPARE(folder->read(u"doc/cz.html"_s), "typed " + CZ);
     QCOMPARE(folder->read(u"doc/de.html"_s), DE);
     QVERIFY(answers->shown.isEmpty());
@@ -138,7 +136,7 @@ void TestMainWindowUnsaved::closing()
     QFETCH(bool, triesAgain);
     open();
     openFile(0);
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     fillTheDisk();
     if (route == u"auto-save")
         click(*window, "btnAutosave");
@@ -150,7 +148,7 @@ void TestMainWindowUnsaved::closing()
         answers->shown.clear();
     }
 
-    // The first answer comes too early.
+    // The first time the disk is still full.
     answers->pressButton(u"Try again"_s);
     if (triesAgain) {
         answers->answer([this](QWidget *box) {
@@ -181,7 +179,7 @@ void TestMainWindowUnsaved::draftIsTriedAgain()
     open();
     openFile(0);
     fillTheDisk();
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     window->writeDrafts();
     QVERIFY(keptContents(page()).isEmpty());
     freeTheDisk();
@@ -189,16 +187,14 @@ void TestMainWindowUnsaved::draftIsTriedAgain()
     QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
 }
 
-// Only the history is broken: whoever tries again wants the text in its file.
+// Only the history fails, so "Try again" saves the text to its file.
 void TestMainWindowUnsaved::closingWithoutAHistory()
 {
-    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
-    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
     folder->write(u"data"_s, "no folder");
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    const DataHome home(folder->path(u"data"_s));
     open();
     openFile(0);
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     answers->answer([this](QWidget *box) {
         QCOMPARE(folder->read(u"doc/cz.html"_s), CZ);
         QTest::keyClick(box, Qt::Key_Return);
@@ -217,7 +213,7 @@ void TestMainWindowUnsaved::lookingAtAFileHoldsNothing()
     openFile(1);
     QVERIFY(window->close());
     QVERIFY(answers->shown.isEmpty());
-    QCOMPARE(folder->read(u"doc/cz.html"_s), QByteArray("a\r\nb\r\n"));
+    QCOMPARE(folder->read(u"doc/cz.html"_s), "a\r\nb\r\n"_ba);
 }
 
 void TestMainWindowUnsaved::closingAfterRecordsThatCouldNotBeSaved()
@@ -236,7 +232,7 @@ void TestMainWindowUnsaved::closingAfterRecordsThatCouldNotBeSaved()
     QVERIFY(folder->read(u"Apps.csv"_s).contains("[New App]"));
 }
 
-// Whoever answers No has given the records up.
+// No discards the records.
 void TestMainWindowUnsaved::closingWithNo()
 {
     open();
@@ -253,11 +249,10 @@ void TestMainWindowUnsaved::recordsOfAnotherProject()
     click(*window, "btnNewApp");
     folder->write(u"other.csv"_s, HEADER);
     fillTheDisk();
-    answers->chooseFile(folder->path(u"other.csv"_s));
-    clickTool(*window, "actionOpen_project");
+    clickOpenProject(folder->path(u"other.csv"_s));
     freeTheDisk();
     QVERIFY(window->close());
-    // They were never to be saved.
+    // They were not saved before, so they are not saved now.
     QVERIFY(!folder->read(u"Apps.csv"_s).contains("[New App]"));
     QCOMPARE(keptContents(folder->path(u"Apps.csv"_s)).size(), 1);
     QVERIFY(keptContents(folder->path(u"Apps.csv"_s)).constFirst().contains("[New App]"));
@@ -268,7 +263,7 @@ void TestMainWindowUnsaved::nameInTheQuestion()
     folder->write(u"a <i>b</i>.html"_s, CZ);
     open(R"({"cz":"doc/cz.html","en":"a <i>b</i>.html"})");
     openFile(0);
-    typeText(u"typed "_s);
+    typeInDescription(u"typed "_s);
     fillTheDisk();
     openFile(1);
     answers->pressButton(u"Close all the same"_s);

@@ -18,13 +18,12 @@ constexpr quint32 FIXED_SEED = 19850712;
 QtMessageHandler logBefore = nullptr;
 QStringList warnings;
 
-// The program traces every path that it opens, and the platform of the tests has no window manager to tell of sizes;
-// thousands of such lines would use up what a test may log.
-void logOnlyWhatMatters(QtMsgType type, const QMessageLogContext &context, const QString &message)
+// Leaves out debug messages and those of the offscreen platform about sizes, as the log of a test is limited.
+void logWithoutNoise(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (type == QtDebugMsg || message.contains(u"propagateSizeHints"_s))
         return;
-    // An edited code refills the table while the editor of the cell is still about to close.
+    // An edited code refills the table while the cell editor is still closing.
     if (type == QtWarningMsg && message.contains(u"editor that does not belong to this view"_s))
         return;
     if (type == QtWarningMsg)
@@ -54,7 +53,7 @@ private slots:
 
 void TestMonkey::initTestCase()
 {
-    logBefore = qInstallMessageHandler(logOnlyWhatMatters);
+    logBefore = qInstallMessageHandler(logWithoutNoise);
 }
 
 void TestMonkey::cleanupTestCase()

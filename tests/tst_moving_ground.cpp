@@ -1,4 +1,4 @@
-#include "io/history.h"
+#include "history/history.h"
 #include "testrunner.h"
 #include "windowtest.h"
 
@@ -6,22 +6,21 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QTableWidget>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
 const QByteArray PROJECT =
     HEADER + "{\"en\":\"First\"};A;1.0;674;05-03-2024;{\"de\":\"de.html\",\"en\":\"en.html\"};a.txt;;5.03\n";
-const QByteArray PROJECT_AND_NEW_APP = PROJECT + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n";
-const QString LOAD_ERROR = QStringLiteral("Error loading <b>%1</b>");
-const QString SAVE_ERROR = QStringLiteral("Error saving <b>Apps.csv</b> settings");
+const QString DESCRIPTION_ERROR = u"Error loading <b>%1</b>"_s;
 
 QList<QByteArray> historyContents()
 {
     QList<QByteArray> contents;
-    QDirIterator files(historyFolder(), QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(History::historyFolder(), QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext())
         contents.append(readFile(files.next()));
     return contents;
@@ -29,7 +28,7 @@ QList<QByteArray> historyContents()
 
 } // namespace
 
-/// The files of an open project change behind the window's back.
+/// Other programs change the files of an open project.
 class TestMovingGround : public WindowTest
 {
     Q_OBJECT
@@ -47,43 +46,33 @@ private slots:
     void clockJumps();
 
 private:
-    void openDescription(int row);
-    [[nodiscard]] bool isMarked() const { return window->windowTitle() == QLatin1String("Orva Catalist (*)"); }
-
     QString project;
 };
 
 void TestMovingGround::init()
 {
     WindowTest::init();
-    project = folder->path(QStringLiteral("project"));
-    folder->write(QStringLiteral("project/Apps.csv"), PROJECT);
-    folder->write(QStringLiteral("project/de.html"), "<p>de</p>");
-    folder->write(QStringLiteral("project/en.html"), "<p>en</p>");
-    folder->write(QStringLiteral("project/a.txt"), "abc");
-    storeProject(folder->path(QStringLiteral("project/Apps.csv")));
+    project = folder->path(u"project"_s);
+    folder->write(u"project/Apps.csv"_s, PROJECT);
+    folder->write(u"project/de.html"_s, "<p>de</p>");
+    folder->write(u"project/en.html"_s, "<p>en</p>");
+    folder->write(u"project/a.txt"_s, "abc");
+    storeProject(folder->path(u"project/Apps.csv"_s));
     window = openWindow<MainWindow>();
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
-}
-
-void TestMovingGround::openDescription(int row)
-{
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), row, 1);
+    selectApp(0);
 }
 
 void TestMovingGround::projectFolderIsRemoved()
 {
     openDescription(0);
-    auto *editor = child<QPlainTextEdit>(*window, "descriptionEdit");
-    type(editor, QStringLiteral("typed "));
+    typeInDescription(u"typed "_s);
     QVERIFY(QDir(project).removeRecursively());
 
-    // What was typed cannot be saved, and nothing may be said about it.
+    // The text cannot be saved, which is not reported.
     answers->press(QMessageBox::Ok);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
     QVERIFY(historyContents().contains("typed <p>de</p>"));
-    QCOMPARE(answers->shown.at(0).text, LOAD_ERROR.arg(QStringLiteral("/en.html")));
+    QCOMPARE(answers->shown.at(0).text, DESCRIPTION_ERROR.arg(u"/en.html"_s));
 
     click(*window, "btnNewApp");
     answers->press(QMessageBox::Ok);
@@ -92,41 +81,40 @@ void TestMovingGround::projectFolderIsRemoved()
     QVERIFY(isMarked());
 
     answers->press(QMessageBox::Ok);
-    answers->chooseFile(folder->path(QStringLiteral("Apps.json")));
-    clickTool(*window, "actionSave_generate_JSON");
-    QCOMPARE(folder->read(QStringLiteral("Apps.json")).count("\"files\": [\n            ]"), 2);
+    clickPublish(folder->path(u"Apps.json"_s));
+    QCOMPARE(folder->read(u"Apps.json"_s).count("\"files\": [\n            ]"), 2);
     QVERIFY(!QFileInfo::exists(project));
 }
 
 void TestMovingGround::projectFolderIsRenamed()
 {
-    const QString other = folder->path(QStringLiteral("elsewhere"));
+    const QString other = folder->path(u"elsewhere"_s);
     QVERIFY(QDir().rename(project, other));
     click(*window, "btnNewApp");
     answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
     QCOMPARE(answers->shown.constLast().text, SAVE_ERROR);
     QVERIFY(isMarked());
-    QCOMPARE(folder->read(QStringLiteral("elsewhere/Apps.csv")), PROJECT);
+    QCOMPARE(folder->read(u"elsewhere/Apps.csv"_s), PROJECT);
 
     QVERIFY(QDir().rename(other, project));
     clickTool(*window, "actionSave");
     QVERIFY(!isMarked());
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), PROJECT_AND_NEW_APP);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), PROJECT + NEW_APP);
 }
 
 void TestMovingGround::projectFolderIsReplaced()
 {
     openDescription(1);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
-    QVERIFY(QDir().rename(project, folder->path(QStringLiteral("old"))));
-    folder->write(QStringLiteral("project/Apps.csv"), "of somebody else\n");
-    folder->write(QStringLiteral("project/en.html"), "of somebody else");
+    typeInDescription(u"typed "_s);
+    QVERIFY(QDir().rename(project, folder->path(u"old"_s)));
+    folder->write(u"project/Apps.csv"_s, "of somebody else\n");
+    folder->write(u"project/en.html"_s, "of somebody else");
 
     click(*window, "btnNewApp");
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), PROJECT_AND_NEW_APP);
-    QCOMPARE(folder->read(QStringLiteral("project/en.html")), QByteArray("typed <p>en</p>"));
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), PROJECT + NEW_APP);
+    QCOMPARE(folder->read(u"project/en.html"_s), "typed <p>en</p>"_ba);
     QVERIFY(historyContents().contains("of somebody else\n"));
     QVERIFY(historyContents().contains("of somebody else"));
 }
@@ -144,7 +132,7 @@ void TestMovingGround::projectFolderBecomesReadOnly()
     QSKIP("Folders allow everything here");
 #endif
     QFETCH(bool, fileToo);
-    const QString csv = folder->path(QStringLiteral("project/Apps.csv"));
+    const QString csv = folder->path(u"project/Apps.csv"_s);
     QVERIFY(QFile::setPermissions(csv, QFile::Permissions(fileToo ? 0x4444 : 0x6666)));
     QVERIFY(QFile::setPermissions(project, QFile::Permissions(0x5555)));
     click(*window, "btnNewApp");
@@ -156,41 +144,41 @@ void TestMovingGround::projectFolderBecomesReadOnly()
     }
     QVERIFY(QFile::setPermissions(project, QFile::Permissions(0x7777)));
     QCOMPARE(isMarked(), fileToo);
-    QCOMPARE(folder->read(QStringLiteral("project/Apps.csv")), fileToo ? PROJECT : PROJECT_AND_NEW_APP);
+    QCOMPARE(folder->read(u"project/Apps.csv"_s), fileToo ? PROJECT : PROJECT + NEW_APP);
 }
 
 void TestMovingGround::descriptionVanishes()
 {
     openDescription(0);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
-    QVERIFY(QFile::remove(project + QStringLiteral("/de.html")));
-    QVERIFY(QFile::remove(project + QStringLiteral("/en.html")));
+    typeInDescription(u"typed "_s);
+    QVERIFY(QFile::remove(project + u"/de.html"_s));
+    QVERIFY(QFile::remove(project + u"/en.html"_s));
     answers->press(QMessageBox::Ok);
     clickCell(child<QTableWidget>(*window, "tableWidget"), 1, 1);
-    QCOMPARE(answers->shown.constLast().text, LOAD_ERROR.arg((project + QStringLiteral("/en.html")).toHtmlEscaped()));
-    QCOMPARE(folder->read(QStringLiteral("project/de.html")), QByteArray("typed <p>de</p>"));
+    QCOMPARE(answers->shown.constLast().text, DESCRIPTION_ERROR.arg((project + u"/en.html"_s).toHtmlEscaped()));
+    QCOMPARE(folder->read(u"project/de.html"_s), "typed <p>de</p>"_ba);
     QVERIFY(!child<QPlainTextEdit>(*window, "descriptionEdit")->isEnabled());
 }
 
 void TestMovingGround::descriptionBecomesAFolder()
 {
     openDescription(0);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
-    QVERIFY(QFile::remove(project + QStringLiteral("/de.html")));
-    folder->makeFolder(QStringLiteral("project/de.html"));
+    typeInDescription(u"typed "_s);
+    QVERIFY(QFile::remove(project + u"/de.html"_s));
+    folder->makeFolder(u"project/de.html"_s);
     click(*window, "btnAutosave");
     QVERIFY(answers->shown.isEmpty());
-    QVERIFY(QFileInfo(project + QStringLiteral("/de.html")).isDir());
+    QVERIFY(QFileInfo(project + u"/de.html"_s).isDir());
     QVERIFY(historyContents().contains("typed <p>de</p>"));
 
-    QVERIFY(QDir().rmdir(project + QStringLiteral("/de.html")));
+    QVERIFY(QDir().rmdir(project + u"/de.html"_s));
     clickTool(*window, "actionSave");
-    QCOMPARE(folder->read(QStringLiteral("project/de.html")), QByteArray("typed <p>de</p>"));
+    QCOMPARE(folder->read(u"project/de.html"_s), "typed <p>de</p>"_ba);
 }
 
 void TestMovingGround::settingsCannotBeWritten()
 {
-    const QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
+    const QSettings settings(u"Orva model"_s, u"Catalist"_s);
     const QString place = QFileInfo(settings.fileName()).path();
     QVERIFY(QDir(place).removeRecursively());
     QFile obstacle(place);
@@ -202,29 +190,29 @@ void TestMovingGround::settingsCannotBeWritten()
     QVERIFY(obstacle.remove());
 }
 
-// Versions of the history seem to come from the future, or from long ago.
+// The history has versions from the future and from long ago.
 void TestMovingGround::clockJumps()
 {
     click(*window, "btnNewApp");
     clickTool(*window, "actionSave");
     QCOMPARE(historyContents().count(PROJECT), 1);
-    QDirIterator files(historyFolder(), {QStringLiteral("*Apps.csv")}, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(History::historyFolder(), {u"*Apps.csv"_s}, QDir::Files, QDirIterator::Subdirectories);
     QVERIFY(files.hasNext());
     const QFileInfo version(files.next());
     const QString name = version.fileName();
     for (const char *year : {"2099", "1970"}) {
-        QVERIFY(QFile::copy(version.filePath(), version.path() + QLatin1Char('/') + QLatin1String(year) + name.mid(4)));
+        QVERIFY(QFile::copy(version.filePath(), version.path() + u'/' + QLatin1String(year) + name.mid(4)));
     }
 
     click(*window, "btnNewApp");
     clickTool(*window, "actionSave");
-    QVERIFY(historyContents().contains(PROJECT_AND_NEW_APP));
+    QVERIFY(historyContents().contains(PROJECT + NEW_APP));
     QStringList years;
-    QDirIterator left(version.path(), {QStringLiteral("*Apps.csv")}, QDir::Files);
+    QDirIterator left(version.path(), {u"*Apps.csv"_s}, QDir::Files);
     while (left.hasNext())
         years.append(QFileInfo(left.next()).fileName().left(4));
-    QVERIFY(years.contains(QStringLiteral("2099")));
-    QVERIFY(years.contains(QStringLiteral("1970")));
+    QVERIFY(years.contains(u"2099"_s));
+    QVERIFY(years.contains(u"1970"_s));
 }
 
 CATALIST_TEST(TestMovingGround)

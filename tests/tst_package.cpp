@@ -26,12 +26,12 @@ namespace {
 const QString APP_ID = u"" CATALIST_APP_ID ""_s;
 constexpr int PATIENCE = 120'000;
 
-/// What the tool writes to either output is in "out".
+/// Both outputs of the tool are in "out".
 Outcome runTool(const QString &program, const QStringList &arguments)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    // What only the superuser's path has, the package manager asks for.
+    // The package manager needs tools of the superuser's path.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u":/usr/sbin:/sbin"_s);
     process.setProcessEnvironment(environment);
@@ -56,8 +56,7 @@ QStringList tree(const QString &folder)
     return found;
 }
 
-/// Starts the editor away from the screen, and ends it once it has painted its window.
-/// What went wrong; empty when nothing did.
+/// Starts the editor offscreen, and ends it after it has painted its window. The error; empty when there was none.
 QString startAndEnd(const QString &program)
 {
     const Folder home;
@@ -89,9 +88,8 @@ QString startAndEnd(const QString &program)
 
 } // namespace
 
-/// What people install, and what is left when they remove it: the packages in the folder CATALIST_PACKAGES, what was
-/// installed of them below CATALIST_INSTALLED, and how that was compiled, in CATALIST_COMMANDS. "./dev package --test"
-/// makes all of them.
+/// The packages in CATALIST_PACKAGES, the installed files in CATALIST_INSTALLED, and the commands that compiled them in
+/// CATALIST_COMMANDS, all of them made by "./dev package --test".
 class TestPackage : public QObject
 {
     Q_OBJECT
@@ -253,7 +251,7 @@ void TestPackage::hardened()
 void TestPackage::marksTargetsOfJumps()
 {
 #ifdef Q_PROCESSOR_X86_64
-    // Without the option, the instruction is in the few functions alone that come from the C library.
+    // Without the option, only the few functions from the C library have the instruction.
     for (const QString &program : {u"bin/catalist"_s, u"bin/catalist-cli"_s})
         QVERIFY2(installedFile(program).count("\xf3\x0f\x1e\xfa") > 500, qPrintable(program));
 #else
@@ -261,8 +259,7 @@ void TestPackage::marksTargetsOfJumps()
 #endif
 }
 
-// The programs themselves do not show it: they give no buffer whose size the compiler knows to a function of the C
-// library that could then be a checked one.
+// The programs do not show it: they call no function of the C library that has a checked form.
 void TestPackage::fortified()
 {
     static const QRegularExpression isFortified(u" -D_FORTIFY_SOURCE=[23] "_s);
@@ -286,7 +283,7 @@ void TestPackage::canBeMoved()
     QCOMPARE(version.out.trimmed(), QByteArray("catalist-cli " CATALIST_VERSION));
 }
 
-/// What has to be installed of the files in the archive, below the prefix.
+/// The files that must be installed, relative to the prefix.
 QStringList TestPackage::expected() const
 {
     QStringList archived = tree(work.path(u"tree"_s));
@@ -294,7 +291,7 @@ QStringList TestPackage::expected() const
         return archived;
     QStringList paths;
     for (const QString &path : std::as_const(archived)) {
-        // These have the names that a package wants.
+        // These have other names in a package.
         if (path != u"share/doc/catalist/CHANGELOG.md" && path != u"share/doc/catalist/LICENSE")
             paths.append(path + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
     }
@@ -370,7 +367,7 @@ void TestPackage::debianPolicy()
         QSKIP("dpkg or dpkg-shlibdeps is not installed (package dpkg-dev)");
     if (!hasTool("lintian"))
         QSKIP("lintian is not installed (package lintian)");
-    // It takes special characters in the path of its temporary files for a pattern.
+    // The path of its temporary files must not have special characters.
     const Outcome checked = runTool(
         u"env"_s, {u"TMPDIR=/tmp"_s, u"lintian"_s, u"--allow-root"_s, u"--fail-on"_s, u"error,warning"_s, package});
     QCOMPARE(checked.out, QByteArray());
@@ -387,7 +384,7 @@ void TestPackage::installedStartedAndRemoved()
     database.makeFolder(u"info"_s);
     database.makeFolder(u"updates"_s);
     const auto dpkg = [&root, &database](const QStringList &arguments) {
-        // The libraries that it depends on are those of the system, outside of this root.
+        // The libraries that it depends on are outside of this root.
         return runTool(u"dpkg"_s, QStringList{u"--instdir="_s + root.path(), u"--admindir="_s + database.path(),
                                               u"--log=/dev/null"_s, u"--force-not-root"_s, u"--force-depends"_s}
                                       + arguments);

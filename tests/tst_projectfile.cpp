@@ -1,4 +1,5 @@
 #include "io/projectfile.h"
+#include "io/replacefile.h"
 
 #include "folder.h"
 #include "projectdata.h"
@@ -10,20 +11,33 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QByteArray GOOD_LINE = "{\"en\":\"Good\"};;;;;{};\n";
 
 QString file()
 {
-    return QStringLiteral("Apps.csv");
+    return u"Apps.csv"_s;
 }
 
 using Texts = QMap<QString, QString>;
 
 Texts english(const QString &text)
 {
-    return {{QStringLiteral("en"), text}};
+    return {{u"en"_s, text}};
+}
+
+/// The app of a project with a single line.
+AppConfig readLine(const QByteArray &line)
+{
+    const Folder folder;
+    folder.write(file(), line);
+    QList<AppConfig> apps;
+    if (!readProject(folder.path(file()), &apps) || apps.size() != 1)
+        qFatal("Cannot read %s", line.constData());
+    return apps.constFirst();
 }
 
 } // namespace
@@ -55,7 +69,7 @@ private slots:
     void cannotOpen();
     void writesCells_data();
     void writesCells();
-    void writesNamesAsTheToolkitDoes();
+    void writesNamesAsQtDoes();
     void savingAgainChangesNothing();
     void savesExampleUnchanged();
     void cannotSave();
@@ -71,16 +85,14 @@ void TestProjectFile::wholeRecord()
     folder.write(file(), HEADER + line);
 
     AppConfig expected;
-    expected.names = {{QStringLiteral("cz"), QStringLiteral("Výškoměr")},
-                      {QStringLiteral("en"), QStringLiteral("Alti\"meter\"")}};
-    expected.author = QStringLiteral("Björn");
+    expected.names = {{u"cz"_s, u"Výškoměr"_s}, {u"en"_s, u"Alti\"meter\""_s}};
+    expected.author = u"Björn"_s;
     expected.version = QVersionNumber(1, 4, 2);
     expected.hardware = {678, 3859};
     expected.date = QDate(2024, 3, 5);
-    expected.descriptions = {{QStringLiteral("de"), QStringLiteral("doc/de.html")},
-                             {QStringLiteral("en"), QStringLiteral("doc/en.html")}};
-    expected.files = QStringList{QStringLiteral("Lua/main.lua"), QStringLiteral("img")};
-    expected.icon = QStringLiteral("icons/a.png");
+    expected.descriptions = {{u"de"_s, u"doc/de.html"_s}, {u"en"_s, u"doc/en.html"_s}};
+    expected.files = QStringList{u"Lua/main.lua"_s, u"img"_s};
+    expected.icon = u"icons/a.png"_s;
     expected.minTxVersion = QVersionNumber(5, 3);
 
     QList<AppConfig> apps;
@@ -88,16 +100,16 @@ void TestProjectFile::wholeRecord()
     QCOMPARE(apps.size(), 1);
     QVERIFY(apps.constFirst() == expected);
 
-    QVERIFY(writeProject(folder.path(QStringLiteral("copy.csv")), {expected}));
-    QCOMPARE(folder.read(QStringLiteral("copy.csv")), HEADER + line);
+    QVERIFY(replaceFile(folder.path(u"copy.csv"_s), projectContent({expected})));
+    QCOMPARE(folder.read(u"copy.csv"_s), HEADER + line);
 }
 
 void TestProjectFile::newRecord()
 {
     const Folder folder;
     AppConfig app;
-    app.names = english(QStringLiteral("[New App]"));
-    QVERIFY(writeProject(folder.path(file()), {app}));
+    app.names = english(u"[New App]"_s);
+    QVERIFY(replaceFile(folder.path(file()), projectContent({app})));
     QCOMPARE(folder.read(file()), HEADER + "{\"en\":\"[New App]\"};;;;;{};;;0.00\n");
 
     QList<AppConfig> apps;
@@ -114,32 +126,31 @@ void TestProjectFile::counts_data()
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<QStringList>("apps");
 
-    const QString good = QStringLiteral("Good");
+    const QString good = u"Good"_s;
     QTest::newRow("empty file") << QByteArray() << true << QStringList{};
     QTest::newRow("header only") << HEADER << true << QStringList{};
     QTest::newRow("header without line end") << HEADER.chopped(1) << true << QStringList{};
     QTest::newRow("no header") << GOOD_LINE + GOOD_LINE << true << QStringList{good, good};
     QTest::newRow("header in the middle") << GOOD_LINE + HEADER + GOOD_LINE << true << QStringList{good, good};
-    QTest::newRow("any row that begins with NAME")
-        << QByteArray("NAME\nNAME;x\n") + GOOD_LINE << true << QStringList{good};
+    QTest::newRow("any row that begins with NAME") << "NAME\nNAME;x\n"_ba + GOOD_LINE << true << QStringList{good};
     QTest::newRow("header in lower case") << HEADER.toLower() + GOOD_LINE << false << QStringList{};
     QTest::newRow("no line end at the end") << HEADER + GOOD_LINE.chopped(1) << true << QStringList{good};
     QTest::newRow("CR LF") << QByteArray(HEADER + GOOD_LINE).replace("\n", "\r\n") << true << QStringList{good};
     QTest::newRow("byte-order mark") << "\xEF\xBB\xBF" + HEADER + GOOD_LINE << true << QStringList{good};
-    QTest::newRow("only a byte-order mark") << QByteArray("\xEF\xBB\xBF") << false << QStringList{};
-    QTest::newRow("blank line") << GOOD_LINE + "\n" + GOOD_LINE << false << QStringList{good};
-    QTest::newRow("blank line at the end") << GOOD_LINE + "\n" << false << QStringList{good};
+    QTest::newRow("only a byte-order mark") << "\xEF\xBB\xBF"_ba << false << QStringList{};
+    QTest::newRow("empty line") << GOOD_LINE + "\n" + GOOD_LINE << false << QStringList{good};
+    QTest::newRow("empty line at the end") << GOOD_LINE + "\n" << false << QStringList{good};
     QTest::newRow("6 cells") << GOOD_LINE + "{};;;;;{}\n" + GOOD_LINE << false << QStringList{good};
-    QTest::newRow("7 cells") << QByteArray("{\"en\":\"Good\"};;;;;{};\n") << true << QStringList{good};
-    QTest::newRow("8 cells") << QByteArray("{\"en\":\"Good\"};;;;;{};;\n") << true << QStringList{good};
-    QTest::newRow("9 cells") << QByteArray("{\"en\":\"Good\"};;;;;{};;;\n") << true << QStringList{good};
-    QTest::newRow("12 cells") << QByteArray("{\"en\":\"Good\"};;;;;{};;;5.01;x;y;z\n") << true << QStringList{good};
+    QTest::newRow("7 cells") << "{\"en\":\"Good\"};;;;;{};\n"_ba << true << QStringList{good};
+    QTest::newRow("8 cells") << "{\"en\":\"Good\"};;;;;{};;\n"_ba << true << QStringList{good};
+    QTest::newRow("9 cells") << "{\"en\":\"Good\"};;;;;{};;;\n"_ba << true << QStringList{good};
+    QTest::newRow("12 cells") << "{\"en\":\"Good\"};;;;;{};;;5.01;x;y;z\n"_ba << true << QStringList{good};
     QTest::newRow("broken names in the middle")
         << GOOD_LINE + "{\"en\":;;;;;{};\n" + GOOD_LINE << false << QStringList{good};
     QTest::newRow("broken descriptions") << GOOD_LINE + "{};;;;;{\"en\";\n" + GOOD_LINE << false << QStringList{good};
     QTest::newRow("empty names") << GOOD_LINE + ";;;;;{};\n" << false << QStringList{good};
     QTest::newRow("empty descriptions") << GOOD_LINE + "{};;;;;;\n" << false << QStringList{good};
-    QTest::newRow("semicolon in a name") << QByteArray("{\"en\":\"a;b\"};;;;;{};\n") << false << QStringList{};
+    QTest::newRow("semicolon in a name") << "{\"en\":\"a;b\"};;;;;{};\n"_ba << false << QStringList{};
 }
 
 void TestProjectFile::counts()
@@ -149,10 +160,10 @@ void TestProjectFile::counts()
     folder.write(file(), content);
 
     QList<AppConfig> apps{AppConfig(), AppConfig()};
-    QTEST(readProject(folder.path(file()), &apps), "loaded");
+    QTEST(static_cast<bool>(readProject(folder.path(file()), &apps)), "loaded");
     QStringList names;
     for (const AppConfig &app : std::as_const(apps))
-        names.append(app.names.value(QStringLiteral("en")));
+        names.append(app.names.value(u"en"_s));
     QTEST(names, "apps");
 }
 
@@ -162,29 +173,28 @@ void TestProjectFile::names_data()
     QTest::addColumn<bool>("loaded");
     QTest::addColumn<Texts>("texts");
 
-    QTest::newRow("empty object") << QByteArray("{}") << true << Texts{};
-    QTest::newRow("text") << QByteArray("{\"en\":\"x\"}") << true << english(QStringLiteral("x"));
-    QTest::newRow("blanks") << QByteArray(" { \"en\" : \"x\" } ") << true << english(QStringLiteral("x"));
-    QTest::newRow("blank after a comma") << QByteArray("{\"de\":\"y\", \"en\":\"x\"}") << true
-                                         << Texts{{QStringLiteral("de"), QStringLiteral("y")},
-                                                  {QStringLiteral("en"), QStringLiteral("x")}};
-    QTest::newRow("three parts") << QByteArray("{\"en\":\"x\":\"y\"}") << false << Texts{};
-    QTest::newRow("code without a text") << QByteArray("{\"en\":\"x\",\"de\"}") << false << Texts{};
-    QTest::newRow("nothing but quotes") << QByteArray("{\"\"}") << false << Texts{};
-    QTest::newRow("empty text") << QByteArray("{\"en\":\"\"}") << true << english(QString());
-    QTest::newRow("two of a code") << QByteArray("{\"en\":\"x\",\"en\":\"y\"}") << true << english(QStringLiteral("y"));
-    QTest::newRow("escapes") << QByteArray(R"({"en":"a\"\\\u00e9\n"})") << true << english(QStringLiteral("a\"\\é\n"));
-    QTest::newRow("number") << QByteArray("{\"en\":5}") << true << english(QStringLiteral("5"));
-    QTest::newRow("fraction") << QByteArray("{\"en\":1.5}") << true << english(QStringLiteral("1.5"));
-    QTest::newRow("truth") << QByteArray("{\"en\":true}") << true << english(QStringLiteral("true"));
-    QTest::newRow("null") << QByteArray("{\"en\":null}") << true << english(QString());
-    QTest::newRow("array") << QByteArray("{\"en\":[\"x\"]}") << true << english(QString());
-    QTest::newRow("object") << QByteArray("{\"en\":{\"x\":1}}") << true << english(QString());
-    QTest::newRow("top-level array") << QByteArray("[1,2]") << true << Texts{};
-    QTest::newRow("top-level text") << QByteArray("\"x\"") << false << Texts{};
-    QTest::newRow("top-level number") << QByteArray("5") << false << Texts{};
-    QTest::newRow("trailing text") << QByteArray("{} x") << false << Texts{};
-    QTest::newRow("trailing comma") << QByteArray("{\"en\":\"x\",}") << false << Texts{};
+    QTest::newRow("empty object") << "{}"_ba << true << Texts{};
+    QTest::newRow("text") << "{\"en\":\"x\"}"_ba << true << english(u"x"_s);
+    QTest::newRow("spaces") << " { \"en\" : \"x\" } "_ba << true << english(u"x"_s);
+    QTest::newRow("space after a comma") << "{\"de\":\"y\", \"en\":\"x\"}"_ba << true
+                                         << Texts{{u"de"_s, u"y"_s}, {u"en"_s, u"x"_s}};
+    QTest::newRow("three parts") << "{\"en\":\"x\":\"y\"}"_ba << false << Texts{};
+    QTest::newRow("code without a text") << "{\"en\":\"x\",\"de\"}"_ba << false << Texts{};
+    QTest::newRow("nothing but quotes") << "{\"\"}"_ba << false << Texts{};
+    QTest::newRow("empty text") << "{\"en\":\"\"}"_ba << true << english(QString());
+    QTest::newRow("two of a code") << "{\"en\":\"x\",\"en\":\"y\"}"_ba << true << english(u"y"_s);
+    QTest::newRow("escapes") << R"({"en":"a\"\\\u00e9\n"})"_ba << true << english(u"a\"\\é\n"_s);
+    QTest::newRow("number") << "{\"en\":5}"_ba << true << english(u"5"_s);
+    QTest::newRow("fraction") << "{\"en\":1.5}"_ba << true << english(u"1.5"_s);
+    QTest::newRow("truth") << "{\"en\":true}"_ba << true << english(u"true"_s);
+    QTest::newRow("null") << "{\"en\":null}"_ba << true << english(QString());
+    QTest::newRow("array") << "{\"en\":[\"x\"]}"_ba << true << english(QString());
+    QTest::newRow("object") << "{\"en\":{\"x\":1}}"_ba << true << english(QString());
+    QTest::newRow("top-level array") << "[1,2]"_ba << true << Texts{};
+    QTest::newRow("top-level text") << "\"x\""_ba << false << Texts{};
+    QTest::newRow("top-level number") << "5"_ba << false << Texts{};
+    QTest::newRow("trailing text") << "{} x"_ba << false << Texts{};
+    QTest::newRow("trailing comma") << "{\"en\":\"x\",}"_ba << false << Texts{};
 }
 
 void TestProjectFile::names()
@@ -194,13 +204,13 @@ void TestProjectFile::names()
     QFETCH(Texts, texts);
     const Folder folder;
     folder.write(file(), cell + ";;;;;{};\n");
-    folder.write(QStringLiteral("descriptions.csv"), "{};;;;;" + cell + ";\n");
+    folder.write(u"descriptions.csv"_s, "{};;;;;" + cell + ";\n");
 
     QList<AppConfig> apps;
-    QCOMPARE(readProject(folder.path(file()), &apps), loaded);
+    QCOMPARE(static_cast<bool>(readProject(folder.path(file()), &apps)), loaded);
     QCOMPARE(apps.size(), loaded ? 1 : 0);
     QCOMPARE(apps.value(0).names, texts);
-    QCOMPARE(readProject(folder.path(QStringLiteral("descriptions.csv")), &apps), loaded);
+    QCOMPARE(static_cast<bool>(readProject(folder.path(u"descriptions.csv"_s), &apps)), loaded);
     QCOMPARE(apps.size(), loaded ? 1 : 0);
     QCOMPARE(apps.value(0).descriptions, texts);
 }
@@ -210,20 +220,17 @@ void TestProjectFile::author_data()
     QTest::addColumn<QByteArray>("cell");
     QTest::addColumn<QString>("author");
     QTest::newRow("empty") << QByteArray() << QString();
-    QTest::newRow("blanks stay") << QByteArray("  A B ") << QStringLiteral("  A B ");
-    QTest::newRow("quotes stay") << QByteArray("\"A\"") << QStringLiteral("\"A\"");
-    QTest::newRow("UTF-8") << QByteArray("Tom\xC3\xA1\xC5\xA1") << QStringLiteral("Tomáš");
+    QTest::newRow("spaces are kept") << "  A B "_ba << u"  A B "_s;
+    QTest::newRow("quotes are kept") << "\"A\""_ba << u"\"A\""_s;
+    QTest::newRow("UTF-8") << "Tom\xC3\xA1\xC5\xA1"_ba << u"Tomáš"_s;
 }
 
 void TestProjectFile::author()
 {
     QFETCH(QByteArray, cell);
-    const Folder folder;
-    folder.write(file(), "{};" + cell + ";;;;{};;" + cell + "\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().author, "author");
-    QTEST(apps.constFirst().icon, "author");
+    const AppConfig app = readLine("{};" + cell + ";;;;{};;" + cell + "\n");
+    QTEST(app.author, "author");
+    QTEST(app.icon, "author");
 }
 
 void TestProjectFile::versions_data()
@@ -231,26 +238,23 @@ void TestProjectFile::versions_data()
     QTest::addColumn<QByteArray>("cell");
     QTest::addColumn<QVersionNumber>("version");
     QTest::newRow("empty") << QByteArray() << QVersionNumber();
-    QTest::newRow("plain") << QByteArray("1.2.3") << QVersionNumber(1, 2, 3);
-    QTest::newRow("quoted") << QByteArray("\"1.2\"") << QVersionNumber(1, 2);
-    QTest::newRow("padded and quoted") << QByteArray("\"1.02\"") << QVersionNumber(1, 2);
-    QTest::newRow("quotes inside") << QByteArray("1\"\".\"2") << QVersionNumber(1, 2);
-    QTest::newRow("one segment") << QByteArray("7") << QVersionNumber(7);
-    QTest::newRow("suffix") << QByteArray("2.1rc1") << QVersionNumber(2, 1);
-    QTest::newRow("text") << QByteArray("beta") << QVersionNumber();
-    QTest::newRow("negative") << QByteArray("-1") << QVersionNumber();
-    QTest::newRow("out of range") << QByteArray("99999999999") << QVersionNumber();
+    QTest::newRow("plain") << "1.2.3"_ba << QVersionNumber(1, 2, 3);
+    QTest::newRow("quoted") << "\"1.2\""_ba << QVersionNumber(1, 2);
+    QTest::newRow("padded and quoted") << "\"1.02\""_ba << QVersionNumber(1, 2);
+    QTest::newRow("quotes inside") << "1\"\".\"2"_ba << QVersionNumber(1, 2);
+    QTest::newRow("one segment") << "7"_ba << QVersionNumber(7);
+    QTest::newRow("suffix") << "2.1rc1"_ba << QVersionNumber(2, 1);
+    QTest::newRow("text") << "beta"_ba << QVersionNumber();
+    QTest::newRow("negative") << "-1"_ba << QVersionNumber();
+    QTest::newRow("out of range") << "99999999999"_ba << QVersionNumber();
 }
 
 void TestProjectFile::versions()
 {
     QFETCH(QByteArray, cell);
-    const Folder folder;
-    folder.write(file(), "{};;" + cell + ";;;{};;;" + cell + "\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().version, "version");
-    QTEST(apps.constFirst().minTxVersion, "version");
+    const AppConfig app = readLine("{};;" + cell + ";;;{};;;" + cell + "\n");
+    QTEST(app.version, "version");
+    QTEST(app.minTxVersion, "version");
 }
 
 void TestProjectFile::hardware_data()
@@ -258,27 +262,23 @@ void TestProjectFile::hardware_data()
     QTest::addColumn<QByteArray>("cell");
     QTest::addColumn<QList<int>>("ids");
     QTest::newRow("empty") << QByteArray() << QList<int>{0};
-    QTest::newRow("one") << QByteArray("674") << QList<int>{674};
-    QTest::newRow("two") << QByteArray("678,3859") << QList<int>{678, 3859};
-    QTest::newRow("duplicates and order") << QByteArray("3859,678,3859") << QList<int>{3859, 678, 3859};
-    QTest::newRow("empty parts") << QByteArray(",1,,") << QList<int>{0, 1, 0, 0};
-    QTest::newRow("not a number") << QByteArray("KR-7,674") << QList<int>{0, 674};
-    QTest::newRow("fraction") << QByteArray("1.5") << QList<int>{0};
-    QTest::newRow("hexadecimal") << QByteArray("0x10") << QList<int>{0};
-    QTest::newRow("largest") << QByteArray("2147483647") << QList<int>{2147483647};
-    QTest::newRow("too large") << QByteArray("2147483648") << QList<int>{0};
-    QTest::newRow("negative") << QByteArray("-5") << QList<int>{-5};
-    QTest::newRow("too small") << QByteArray("-2147483649") << QList<int>{0};
+    QTest::newRow("one") << "674"_ba << QList<int>{674};
+    QTest::newRow("two") << "678,3859"_ba << QList<int>{678, 3859};
+    QTest::newRow("duplicates and order") << "3859,678,3859"_ba << QList<int>{3859, 678, 3859};
+    QTest::newRow("empty parts") << ",1,,"_ba << QList<int>{0, 1, 0, 0};
+    QTest::newRow("not a number") << "KR-7,674"_ba << QList<int>{0, 674};
+    QTest::newRow("fraction") << "1.5"_ba << QList<int>{0};
+    QTest::newRow("hexadecimal") << "0x10"_ba << QList<int>{0};
+    QTest::newRow("largest") << "2147483647"_ba << QList<int>{2147483647};
+    QTest::newRow("too large") << "2147483648"_ba << QList<int>{0};
+    QTest::newRow("negative") << "-5"_ba << QList<int>{-5};
+    QTest::newRow("too small") << "-2147483649"_ba << QList<int>{0};
 }
 
 void TestProjectFile::hardware()
 {
     QFETCH(QByteArray, cell);
-    const Folder folder;
-    folder.write(file(), "{};;;" + cell + ";;{};\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().hardware, "ids");
+    QTEST(readLine("{};;;" + cell + ";;{};\n").hardware, "ids");
 }
 
 void TestProjectFile::dates_data()
@@ -286,48 +286,39 @@ void TestProjectFile::dates_data()
     QTest::addColumn<QByteArray>("cell");
     QTest::addColumn<QDate>("date");
     QTest::newRow("empty") << QByteArray() << QDate();
-    QTest::newRow("as written") << QByteArray("05-03-2024") << QDate(2024, 3, 5);
-    QTest::newRow("trimmed") << QByteArray(" \t05-03-2024 ") << QDate(2024, 3, 5);
-    QTest::newRow("ISO 8601") << QByteArray("2024-03-05") << QDate(2024, 3, 5);
-    QTest::newRow("text") << QByteArray("Tue Mar 5 2024") << QDate(2024, 3, 5);
-    QTest::newRow("RFC 2822") << QByteArray("5 Mar 2024") << QDate(2024, 3, 5);
-    QTest::newRow("no such day") << QByteArray("31-02-2024") << QDate();
-    QTest::newRow("not a date") << QByteArray("tomorrow") << QDate();
+    QTest::newRow("as written") << "05-03-2024"_ba << QDate(2024, 3, 5);
+    QTest::newRow("trimmed") << " \t05-03-2024 "_ba << QDate(2024, 3, 5);
+    QTest::newRow("ISO 8601") << "2024-03-05"_ba << QDate(2024, 3, 5);
+    QTest::newRow("text") << "Tue Mar 5 2024"_ba << QDate(2024, 3, 5);
+    QTest::newRow("RFC 2822") << "5 Mar 2024"_ba << QDate(2024, 3, 5);
+    QTest::newRow("no such day") << "31-02-2024"_ba << QDate();
+    QTest::newRow("not a date") << "tomorrow"_ba << QDate();
 }
 
 void TestProjectFile::dates()
 {
     QFETCH(QByteArray, cell);
-    const Folder folder;
-    folder.write(file(), "{};;;;" + cell + ";{};\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().date, "date");
+    QTEST(readLine("{};;;;" + cell + ";{};\n").date, "date");
 }
 
 void TestProjectFile::files_data()
 {
     QTest::addColumn<QByteArray>("cell");
     QTest::addColumn<QStringList>("files");
-    const QString a = QStringLiteral("a.lua");
+    const QString a = u"a.lua"_s;
     QTest::newRow("empty") << QByteArray() << QStringList{};
-    QTest::newRow("blanks") << QByteArray("  \t") << QStringList{};
-    QTest::newRow("one") << QByteArray("a.lua") << QStringList{a};
-    QTest::newRow("outer blanks go") << QByteArray(" a.lua ") << QStringList{a};
-    QTest::newRow("inner blanks stay") << QByteArray("a.lua , b c")
-                                       << QStringList{QStringLiteral("a.lua "), QStringLiteral(" b c")};
-    QTest::newRow("empty parts") << QByteArray(",a.lua,") << QStringList{QString(), a, QString()};
-    QTest::newRow("duplicates") << QByteArray("a.lua,a.lua") << QStringList{a, a};
+    QTest::newRow("spaces") << "  \t"_ba << QStringList{};
+    QTest::newRow("one") << "a.lua"_ba << QStringList{a};
+    QTest::newRow("outer spaces are removed") << " a.lua "_ba << QStringList{a};
+    QTest::newRow("inner spaces are kept") << "a.lua , b c"_ba << QStringList{u"a.lua "_s, u" b c"_s};
+    QTest::newRow("empty parts") << ",a.lua,"_ba << QStringList{QString(), a, QString()};
+    QTest::newRow("duplicates") << "a.lua,a.lua"_ba << QStringList{a, a};
 }
 
 void TestProjectFile::files()
 {
     QFETCH(QByteArray, cell);
-    const Folder folder;
-    folder.write(file(), "{};;;;;{};" + cell + "\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().files, "files");
+    QTEST(readLine("{};;;;;{};" + cell + "\n").files, "files");
 }
 
 void TestProjectFile::optionalCells_data()
@@ -336,29 +327,26 @@ void TestProjectFile::optionalCells_data()
     QTest::addColumn<QString>("icon");
     QTest::addColumn<QVersionNumber>("minTxVersion");
     QTest::newRow("7 cells") << QByteArray() << QString() << QVersionNumber();
-    QTest::newRow("8 cells") << QByteArray(";a.png") << QStringLiteral("a.png") << QVersionNumber();
-    QTest::newRow("9 cells") << QByteArray(";a.png;5.03") << QStringLiteral("a.png") << QVersionNumber(5, 3);
-    QTest::newRow("12 cells") << QByteArray(";a.png;5.03;1;2;3") << QStringLiteral("a.png") << QVersionNumber(5, 3);
+    QTest::newRow("8 cells") << ";a.png"_ba << u"a.png"_s << QVersionNumber();
+    QTest::newRow("9 cells") << ";a.png;5.03"_ba << u"a.png"_s << QVersionNumber(5, 3);
+    QTest::newRow("12 cells") << ";a.png;5.03;1;2;3"_ba << u"a.png"_s << QVersionNumber(5, 3);
 }
 
 void TestProjectFile::optionalCells()
 {
     QFETCH(QByteArray, cells);
-    const Folder folder;
-    folder.write(file(), "{};;;;;{};x" + cells + "\n");
-    QList<AppConfig> apps;
-    QVERIFY(readProject(folder.path(file()), &apps));
-    QTEST(apps.constFirst().icon, "icon");
-    QTEST(apps.constFirst().minTxVersion, "minTxVersion");
-    QCOMPARE(apps.constFirst().files, QStringList{QStringLiteral("x")});
+    const AppConfig app = readLine("{};;;;;{};x" + cells + "\n");
+    QTEST(app.icon, "icon");
+    QTEST(app.minTxVersion, "minTxVersion");
+    QCOMPARE(app.files, QStringList{u"x"_s});
 }
 
 void TestProjectFile::cannotOpen_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("missing") << QStringLiteral("missing.csv");
-    QTest::newRow("folder") << QStringLiteral("folder");
-    QTest::newRow("not allowed") << QStringLiteral("secret.csv");
+    QTest::newRow("missing") << u"missing.csv"_s;
+    QTest::newRow("folder") << u"folder"_s;
+    QTest::newRow("not allowed") << u"secret.csv"_s;
     QTest::newRow("no name") << QString();
 }
 
@@ -366,9 +354,9 @@ void TestProjectFile::cannotOpen()
 {
     QFETCH(QString, path);
     const Folder folder;
-    folder.makeFolder(QStringLiteral("folder"));
-    folder.write(QStringLiteral("secret.csv"), GOOD_LINE);
-    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("secret.csv")), QFile::WriteOwner));
+    folder.makeFolder(u"folder"_s);
+    folder.write(u"secret.csv"_s, GOOD_LINE);
+    QVERIFY(QFile::setPermissions(folder.path(u"secret.csv"_s), QFile::WriteOwner));
     const OrdinaryUser user;
 
     QList<AppConfig> apps{AppConfig(), AppConfig()};
@@ -395,16 +383,14 @@ void TestProjectFile::writesCells_data()
         [](AppConfig &app) { app.minTxVersion = QVersionNumber(5, 3); });
     row("date", "{};;;;09-11-0795;{};;;0.00\n", [](AppConfig &app) { app.date = QDate(795, 11, 9); });
     row("order of codes", "{\"de\":\"b\",\"en\":\"a\",\"it\":\"\"};;;;;{};;;0.00\n", [](AppConfig &app) {
-        app.names = {{QStringLiteral("it"), QString()},
-                     {QStringLiteral("en"), QStringLiteral("a")},
-                     {QStringLiteral("de"), QStringLiteral("b")}};
+        app.names = {{u"it"_s, QString()}, {u"en"_s, u"a"_s}, {u"de"_s, u"b"_s}};
     });
     row("escapes in names", "{\"en\":\"a\\\"\\\\\\n/\xC3\xA9\"};;;;;{};;;0.00\n",
-        [](AppConfig &app) { app.names = english(QStringLiteral("a\"\\\n/é")); });
+        [](AppConfig &app) { app.names = english(u"a\"\\\n/é"_s); });
     row("nothing is quoted", "{};\"a;b\",c;;;;{};x,y z;i;j;0.00\n", [](AppConfig &app) {
-        app.author = QStringLiteral("\"a;b\",c");
-        app.files = QStringList{QStringLiteral("x"), QStringLiteral("y z")};
-        app.icon = QStringLiteral("i;j");
+        app.author = u"\"a;b\",c"_s;
+        app.files = QStringList{u"x"_s, u"y z"_s};
+        app.icon = u"i;j"_s;
     });
 }
 
@@ -413,15 +399,15 @@ void TestProjectFile::writesCells()
     QFETCH(AppConfig, app);
     QFETCH(QByteArray, line);
     const Folder folder;
-    QVERIFY(writeProject(folder.path(file()), {app}));
+    QVERIFY(replaceFile(folder.path(file()), projectContent({app})));
     QCOMPARE(folder.read(file()), HEADER + line);
-    QVERIFY(writeProject(folder.path(file()), {}));
+    QVERIFY(replaceFile(folder.path(file()), projectContent({})));
     QCOMPARE(folder.read(file()), HEADER);
 }
 
-void TestProjectFile::writesNamesAsTheToolkitDoes()
+void TestProjectFile::writesNamesAsQtDoes()
 {
-    const QString odd = QStringLiteral("aZ;\"\\/\b\n\x1f \x7fé日\u2028\ufeff\uffff😀");
+    const QString odd = u"aZ;\"\\/\b\n\x1f \x7fé日\u2028\ufeff\uffff😀"_s;
     QRandomGenerator random(6);
     const auto text = [&] {
         QString made;
@@ -450,31 +436,31 @@ void TestProjectFile::savingAgainChangesNothing()
     for (int round = 0; round < 2; ++round) {
         QList<AppConfig> apps;
         QVERIFY(readProject(folder.path(file()), &apps));
-        QVERIFY(writeProject(folder.path(file()), apps));
+        QVERIFY(replaceFile(folder.path(file()), projectContent(apps)));
         QCOMPARE(folder.read(file()), once);
     }
 }
 
 void TestProjectFile::savesExampleUnchanged()
 {
-    const QString example = QStringLiteral(CATALIST_SOURCE_DIR "/examples/catalogue/Apps.csv");
+    const QString example = u"" CATALIST_SOURCE_DIR "/examples/catalogue/Apps.csv"_s;
     QList<AppConfig> apps;
     QVERIFY(readProject(example, &apps));
     QVERIFY(apps.size() >= 4);
 
     const Folder folder;
-    QVERIFY(writeProject(folder.path(file()), apps));
+    QVERIFY(replaceFile(folder.path(file()), projectContent(apps)));
     QCOMPARE(folder.read(file()), readFile(example));
 }
 
 void TestProjectFile::cannotSave()
 {
     const Folder folder;
-    folder.makeFolder(QStringLiteral("folder"));
-    QVERIFY(!writeProject(folder.path(QStringLiteral("folder")), {}));
-    QVERIFY(!writeProject(folder.path(QStringLiteral("missing/Apps.csv")), {}));
-    QVERIFY(!writeProject(QString(), {}));
-    QCOMPARE(folder.entries(), QStringList{QStringLiteral("folder")});
+    folder.makeFolder(u"folder"_s);
+    QVERIFY(!replaceFile(folder.path(u"folder"_s), projectContent({})));
+    QVERIFY(!replaceFile(folder.path(u"missing/Apps.csv"_s), projectContent({})));
+    QVERIFY(!replaceFile(QString(), projectContent({})));
+    QCOMPARE(folder.entries(), QStringList{u"folder"_s});
 }
 
 CATALIST_TEST(TestProjectFile)

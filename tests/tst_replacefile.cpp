@@ -1,13 +1,13 @@
 #include "io/replacefile.h"
 
 #include "folder.h"
+#include "historyfiles.h"
 #include "testrunner.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QScopeGuard>
 #include <QTest>
 #include <QThread>
 
@@ -22,11 +22,13 @@
 #include <sys/prctl.h>
 #endif
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString target()
 {
-    return QStringLiteral("file.txt");
+    return u"file.txt"_s;
 }
 
 } // namespace
@@ -68,11 +70,11 @@ void TestReplaceFile::content()
 {
     QFETCH(QByteArray, bytes);
     const Folder folder;
-    QVERIFY(replaceFile(folder.path(target()), bytes, LineEnds::AsGiven));
-    QCOMPARE(folder.read(target()), bytes.isNull() ? QByteArray("") : bytes);
+    QVERIFY(replaceFile(folder.path(target()), bytes));
+    QCOMPARE(folder.read(target()), bytes.isNull() ? ""_ba : bytes);
     folder.write(target(), "something else, and longer");
-    QVERIFY(replaceFile(folder.path(target()), bytes, LineEnds::AsGiven));
-    QCOMPARE(folder.read(target()), bytes.isNull() ? QByteArray("") : bytes);
+    QVERIFY(replaceFile(folder.path(target()), bytes));
+    QCOMPARE(folder.read(target()), bytes.isNull() ? ""_ba : bytes);
     QCOMPARE(folder.entries(), QStringList{target()});
 }
 
@@ -83,9 +85,9 @@ void TestReplaceFile::keepsPermissions()
     const QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser
                                            | QFile::ExeOwner | QFile::ExeUser | QFile::ReadOther;
     QVERIFY(QFile::setPermissions(folder.path(target()), permissions));
-    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QVERIFY(replaceFile(folder.path(target()), "new"));
     QCOMPARE(QFile::permissions(folder.path(target())), permissions);
-    QCOMPARE(folder.read(target()), QByteArray("new"));
+    QCOMPARE(folder.read(target()), "new"_ba);
 }
 
 void TestReplaceFile::keepsOwner()
@@ -98,12 +100,12 @@ void TestReplaceFile::keepsOwner()
     const QByteArray path = QFile::encodeName(folder.path(target()));
     QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
     QVERIFY(QFile::setPermissions(folder.path(target()), QFile::Permissions(0x6604)));
-    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+    QVERIFY(replaceFile(folder.path(target()), "new"));
     const QFileInfo replaced(folder.path(target()));
     QCOMPARE(replaced.ownerId(), 12345U);
     QCOMPARE(replaced.groupId(), 23456U);
     QCOMPARE(replaced.permissions(), QFile::Permissions(0x6604));
-    QCOMPARE(folder.read(target()), QByteArray("new"));
+    QCOMPARE(folder.read(target()), "new"_ba);
 #else
     QSKIP("Owners are of Unix");
 #endif
@@ -128,7 +130,7 @@ void TestReplaceFile::keepsGroup()
     {
         const OrdinaryUser user;
         QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
-        QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+        QVERIFY(replaceFile(folder.path(target()), "new"));
     }
     QCOMPARE(::setgroups(static_cast<size_t>(count), before.data()), 0);
     const QFileInfo replaced(folder.path(target()));
@@ -145,11 +147,11 @@ void TestReplaceFile::hardLink()
 #ifdef Q_OS_UNIX
     const Folder folder;
     folder.write(target(), "old");
-    const QByteArray other = QFile::encodeName(folder.path(QStringLiteral("other.txt")));
+    const QByteArray other = QFile::encodeName(folder.path(u"other.txt"_s));
     QCOMPARE(::link(QFile::encodeName(folder.path(target())).constData(), other.constData()), 0);
-    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
-    QCOMPARE(folder.read(target()), QByteArray("new"));
-    QCOMPARE(folder.read(QStringLiteral("other.txt")), QByteArray("old"));
+    QVERIFY(replaceFile(folder.path(target()), "new"));
+    QCOMPARE(folder.read(target()), "new"_ba);
+    QCOMPARE(folder.read(u"other.txt"_s), "old"_ba);
 #else
     QSKIP("Hard links are of Unix");
 #endif
@@ -158,7 +160,7 @@ void TestReplaceFile::hardLink()
 void TestReplaceFile::writesThroughLinks_data()
 {
     QTest::addColumn<QByteArray>("old");
-    QTest::newRow("to a file") << QByteArray("old");
+    QTest::newRow("to a file") << "old"_ba;
     QTest::newRow("to a file that is to be made") << QByteArray();
 }
 
@@ -166,18 +168,18 @@ void TestReplaceFile::writesThroughLinks()
 {
     QFETCH(QByteArray, old);
     const Folder folder;
-    folder.makeFolder(QStringLiteral("real/folder"));
+    folder.makeFolder(u"real/folder"_s);
     if (!old.isNull())
-        folder.write(QStringLiteral("real/file.txt"), old);
-    // Seen from the alias, the folder above is another one.
-    folder.link(QStringLiteral("../folder/../file.txt"), QStringLiteral("real/folder/second.txt"));
-    folder.link(folder.path(QStringLiteral("real/folder")), QStringLiteral("alias"));
-    folder.link(folder.path(QStringLiteral("alias/../folder/second.txt")), target());
+        folder.write(u"real/file.txt"_s, old);
+    // ".." after the alias is another folder.
+    folder.link(u"../folder/../file.txt"_s, u"real/folder/second.txt"_s);
+    folder.link(folder.path(u"real/folder"_s), u"alias"_s);
+    folder.link(folder.path(u"alias/../folder/second.txt"_s), target());
     const QStringList entries = folder.entries();
-    QVERIFY(replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
-    QCOMPARE(folder.read(QStringLiteral("real/file.txt")), QByteArray("new"));
+    QVERIFY(replaceFile(folder.path(target()), "new"));
+    QCOMPARE(folder.read(u"real/file.txt"_s), "new"_ba);
     QVERIFY(QFileInfo(folder.path(target())).isSymLink());
-    QVERIFY(QFileInfo(folder.path(QStringLiteral("real/folder/second.txt"))).isSymLink());
+    QVERIFY(QFileInfo(folder.path(u"real/folder/second.txt"_s)).isSymLink());
     QCOMPARE(folder.entries(), entries);
 }
 
@@ -185,31 +187,31 @@ void TestReplaceFile::linkThatLeadsNowhere_data()
 {
     QTest::addColumn<QString>("leadsTo");
     QTest::newRow("itself") << target();
-    QTest::newRow("one that leads back") << QStringLiteral("back");
-    QTest::newRow("folder that is not there") << QStringLiteral("missing/file.txt");
-    QTest::newRow("below a file") << QStringLiteral("file/file.txt");
-    QTest::newRow("folder that may not be entered") << QStringLiteral("closed/file.txt");
+    QTest::newRow("one that leads back") << u"back"_s;
+    QTest::newRow("folder that is not there") << u"missing/file.txt"_s;
+    QTest::newRow("below a file") << u"file/file.txt"_s;
+    QTest::newRow("folder that may not be entered") << u"closed/file.txt"_s;
 }
 
 void TestReplaceFile::linkThatLeadsNowhere()
 {
     QFETCH(QString, leadsTo);
     const Folder folder;
-    folder.write(QStringLiteral("file"), "a file");
-    folder.write(QStringLiteral("closed/file.txt"), "old");
-    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("closed")), {}));
-    folder.link(folder.path(target()), QStringLiteral("back"));
+    folder.write(u"file"_s, "a file");
+    folder.write(u"closed/file.txt"_s, "old");
+    QVERIFY(QFile::setPermissions(folder.path(u"closed"_s), {}));
+    folder.link(folder.path(target()), u"back"_s);
     folder.link(folder.path(leadsTo), target());
     const QStringList entries = folder.entries();
     {
         const OrdinaryUser user;
-        QVERIFY(!replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
+        QVERIFY(!replaceFile(folder.path(target()), "new"));
     }
     QCOMPARE(QFile::symLinkTarget(folder.path(target())), folder.path(leadsTo));
-    QVERIFY(QFileInfo(folder.path(QStringLiteral("back"))).isSymLink());
+    QVERIFY(QFileInfo(folder.path(u"back"_s)).isSymLink());
     QCOMPARE(folder.entries(), entries);
-    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("closed")), QFile::Permissions(0x7777)));
-    QCOMPARE(folder.read(QStringLiteral("closed/file.txt")), QByteArray("old"));
+    QVERIFY(QFile::setPermissions(folder.path(u"closed"_s), QFile::Permissions(0x7777)));
+    QCOMPARE(folder.read(u"closed/file.txt"_s), "old"_ba);
 }
 
 void TestReplaceFile::readOnlyFile()
@@ -220,27 +222,27 @@ void TestReplaceFile::readOnlyFile()
     QVERIFY(QFile::setPermissions(folder.path(target()), QFile::ReadOwner));
     if (QFileInfo(folder.path(target())).isWritable())
         QSKIP("The superuser may write everything");
-    QVERIFY(!replaceFile(folder.path(target()), "new", LineEnds::AsGiven));
-    QCOMPARE(folder.read(target()), QByteArray("old"));
+    QVERIFY(!replaceFile(folder.path(target()), "new"));
+    QCOMPARE(folder.read(target()), "old"_ba);
     QCOMPARE(folder.entries(), QStringList{target()});
 }
 
 void TestReplaceFile::folderThatAllowsNoStagedFile()
 {
     const Folder folder;
-    folder.write(QStringLiteral("closed/file.txt"), "old");
-    const QString path = folder.path(QStringLiteral("closed/file.txt"));
-    const QString closed = folder.path(QStringLiteral("closed"));
+    folder.write(u"closed/file.txt"_s, "old");
+    const QString path = folder.path(u"closed/file.txt"_s);
+    const QString closed = folder.path(u"closed"_s);
     QVERIFY(QFile::setPermissions(path, QFile::Permissions(0x6666)));
     QVERIFY(QFile::setPermissions(closed, QFile::Permissions(0x5555)));
     {
         const OrdinaryUser user;
-        QVERIFY(replaceFile(path, "new", LineEnds::AsGiven));
-        QCOMPARE(folder.read(QStringLiteral("closed/file.txt")), QByteArray("new"));
-        QVERIFY(!replaceFile(folder.path(QStringLiteral("closed/another.txt")), "new", LineEnds::AsGiven));
+        QVERIFY(replaceFile(path, "new"));
+        QCOMPARE(folder.read(u"closed/file.txt"_s), "new"_ba);
+        QVERIFY(!replaceFile(folder.path(u"closed/another.txt"_s), "new"));
     }
     QVERIFY(QFile::setPermissions(closed, QFile::Permissions(0x7777)));
-    QVERIFY(!folder.exists(QStringLiteral("closed/another.txt")));
+    QVERIFY(!folder.exists(u"closed/another.txt"_s));
 }
 
 void TestReplaceFile::fileOfSomebodyElseInAStickyFolder()
@@ -249,29 +251,25 @@ void TestReplaceFile::fileOfSomebodyElseInAStickyFolder()
     if (::geteuid() != 0)
         QSKIP("Only the superuser gives files away");
     const Folder folder;
-    folder.write(QStringLiteral("sticky/file.txt"), "old");
-    const QByteArray path = QFile::encodeName(folder.path(QStringLiteral("sticky/file.txt")));
+    folder.write(u"sticky/file.txt"_s, "old");
+    const QByteArray path = QFile::encodeName(folder.path(u"sticky/file.txt"_s));
     QCOMPARE(::chown(path.constData(), 12345, 23456), 0);
     QCOMPARE(::chmod(path.constData(), 0666), 0);
-    QCOMPARE(::chmod(QFile::encodeName(folder.path(QStringLiteral("sticky"))).constData(), 01777), 0);
-    folder.makeFolder(QStringLiteral("data"));
-    QVERIFY(QFile::setPermissions(folder.path(QStringLiteral("data")), QFile::Permissions(0x7777)));
-    const QByteArray dataHome = qgetenv("XDG_DATA_HOME");
-    const auto restore = qScopeGuard([&dataHome] { qputenv("XDG_DATA_HOME", dataHome); });
+    QCOMPARE(::chmod(QFile::encodeName(folder.path(u"sticky"_s)).constData(), 01777), 0);
+    folder.makeFolder(u"data"_s);
+    QVERIFY(QFile::setPermissions(folder.path(u"data"_s), QFile::Permissions(0x7777)));
     for (const bool hasHistory : {false, true}) {
-        // Written directly it could be torn, so that its old content has to be somewhere.
-        qputenv("XDG_DATA_HOME", QFile::encodeName(folder.path(hasHistory ? QStringLiteral("data")
-                                                                          : QStringLiteral("sticky/file.txt"))));
+        // It is written directly, so its old content has to be kept first.
+        const DataHome dataHome(folder.path(hasHistory ? u"data"_s : u"sticky/file.txt"_s));
         const OrdinaryUser user;
         QCOMPARE(::prctl(PR_SET_DUMPABLE, 1), 0);
-        QCOMPARE(replaceFile(QFile::decodeName(path), "new", LineEnds::AsGiven), hasHistory);
-        QCOMPARE(readFile(QFile::decodeName(path)), hasHistory ? QByteArray("new") : QByteArray("old"));
+        QCOMPARE(static_cast<bool>(History::saveFile(QFile::decodeName(path), "new")), hasHistory);
+        QCOMPARE(readFile(QFile::decodeName(path)), hasHistory ? "new"_ba : "old"_ba);
     }
-    QCOMPARE(folder.read(QStringLiteral("sticky/file.txt")), QByteArray("new"));
+    QCOMPARE(folder.read(u"sticky/file.txt"_s), "new"_ba);
     QCOMPARE(QFileInfo(QFile::decodeName(path)).ownerId(), 12345U);
-    QCOMPARE(
-        QDir(folder.path(QStringLiteral("sticky"))).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-        QStringList{target()});
+    QCOMPARE(QDir(folder.path(u"sticky"_s)).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{target()});
 #else
     QSKIP("Sticky folders are of Unix");
 #endif
@@ -280,89 +278,86 @@ void TestReplaceFile::fileOfSomebodyElseInAStickyFolder()
 void TestReplaceFile::noRegularFile_data()
 {
     QTest::addColumn<QString>("path");
-    QTest::newRow("folder") << QStringLiteral("folder");
-    QTest::newRow("pipe that nobody reads") << QStringLiteral("pipe");
-    QTest::newRow("link to it") << QStringLiteral("link");
-    QTest::newRow("device") << QStringLiteral("/dev/null");
+    QTest::newRow("folder") << u"folder"_s;
+    QTest::newRow("pipe that nobody reads") << u"pipe"_s;
+    QTest::newRow("link to it") << u"link"_s;
+    QTest::newRow("device") << u"/dev/null"_s;
 }
 
 void TestReplaceFile::noRegularFile()
 {
-#ifdef Q_OS_UNIX
+#ifndef Q_OS_UNIX
+    QSKIP("Pipes and devices in folders are of Unix");
+#endif
     QFETCH(QString, path);
     const Folder folder;
-    folder.makeFolder(QStringLiteral("folder"));
-    QCOMPARE(::mkfifo(folder.path(QStringLiteral("pipe")).toLocal8Bit().constData(), 0666), 0);
-    folder.link(folder.path(QStringLiteral("pipe")), QStringLiteral("link"));
+    folder.makeFolder(u"folder"_s);
+    folder.makePipe(u"pipe"_s);
+    folder.link(folder.path(u"pipe"_s), u"link"_s);
     const QStringList entries = folder.entries();
     // The superuser could replace the device.
     const OrdinaryUser user;
-    QVERIFY(!replaceFile(path.startsWith(QLatin1Char('/')) ? path : folder.path(path), "x", LineEnds::AsGiven));
+    QVERIFY(!replaceFile(path.startsWith(u'/') ? path : folder.path(path), "x"));
     QCOMPARE(folder.entries(), entries);
-    QVERIFY(!QFileInfo(folder.path(QStringLiteral("pipe"))).isFile());
-#else
-    QSKIP("Pipes and devices in folders are of Unix");
-#endif
+    QVERIFY(!QFileInfo(folder.path(u"pipe"_s)).isFile());
 }
 
 void TestReplaceFile::cannotBeOpened()
 {
     const Folder folder;
-    QVERIFY(!replaceFile(folder.path(), "x", LineEnds::AsGiven));
-    QVERIFY(!replaceFile(folder.path(QStringLiteral("missing/file.txt")), "x", LineEnds::AsGiven));
-    QVERIFY(!replaceFile(QString(), "x", LineEnds::AsGiven));
+    QVERIFY(!replaceFile(folder.path(), "x"));
+    QVERIFY(!replaceFile(folder.path(u"missing/file.txt"_s), "x"));
+    QVERIFY(!replaceFile(QString(), "x"));
     QVERIFY(folder.entries().isEmpty());
 }
 
 void TestReplaceFile::killedAtAnyMoment()
 {
     constexpr int KILLS = 120;
-    constexpr quint32 LONGEST_WAIT = 8000; // microseconds, some saves long
+    constexpr quint32 LONGEST_WAIT = 8000; // microseconds, enough for some saves
 
     const Folder folder;
-    const QString path = folder.path(QStringLiteral("Apps.csv"));
-    const QStringList versions{QStringLiteral("1"), QStringLiteral("2")};
+    const QString path = folder.path(u"Apps.csv"_s);
+    const QStringList versions{u"1"_s, u"2"_s};
     QList<QByteArray> whole;
     for (const QString &version : versions) {
-        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("once"), path, version}), 0);
-        whole.append(folder.read(QStringLiteral("Apps.csv")));
+        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {u"once"_s, path, version}), 0);
+        whole.append(folder.read(u"Apps.csv"_s));
         QVERIFY(whole.constLast().size() > 100'000);
     }
     QVERIFY(whole.at(0) != whole.at(1));
 
     for (int kill = 0; kill < KILLS; ++kill) {
         QProcess saver;
-        saver.start(QStringLiteral(SAVER), {QStringLiteral("forever"), path});
+        saver.start(QStringLiteral(SAVER), {u"forever"_s, path});
         QVERIFY(saver.waitForReadyRead());
         QThread::usleep(QRandomGenerator::global()->bounded(LONGEST_WAIT));
         saver.kill();
         QVERIFY(saver.waitForFinished());
         QCOMPARE(saver.exitStatus(), QProcess::CrashExit);
-        QVERIFY2(whole.contains(folder.read(QStringLiteral("Apps.csv"))),
-                 "The file is neither the old nor the new one");
+        QVERIFY2(whole.contains(folder.read(u"Apps.csv"_s)), "The file is neither the old nor the new one");
     }
 
-    // What the kills left beside the file is in nobody's way.
-    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("once"), path, versions.at(0)}), 0);
-    QCOMPARE(folder.read(QStringLiteral("Apps.csv")), whole.at(0));
+    // Staged files that are left behind do no harm.
+    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {u"once"_s, path, versions.at(0)}), 0);
+    QCOMPARE(folder.read(u"Apps.csv"_s), whole.at(0));
 }
 
 void TestReplaceFile::fullDisk()
 {
 #ifdef Q_OS_UNIX
     const Folder folder;
-    const QString path = folder.path(QStringLiteral("Apps.csv"));
+    const QString path = folder.path(u"Apps.csv"_s);
     const QByteArray old = "the only copy\n";
-    folder.write(QStringLiteral("Apps.csv"), old);
+    folder.write(u"Apps.csv"_s, old);
     for (const char *limit : {"0", "1", "4096", "65536"}) {
-        // 1 says that the save reported its failure and that the changes were still marked as unsaved.
-        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("limited"), path, QLatin1String(limit)}), 1);
-        QCOMPARE(folder.read(QStringLiteral("Apps.csv")), old);
-        QCOMPARE(folder.entries(), QStringList{QStringLiteral("Apps.csv")});
+        // 1: the failure was reported, and the changes are still marked as unsaved.
+        QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {u"limited"_s, path, QLatin1String(limit)}), 1);
+        QCOMPARE(folder.read(u"Apps.csv"_s), old);
+        QCOMPARE(folder.entries(), QStringList{u"Apps.csv"_s});
     }
-    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {QStringLiteral("limited"), path, QStringLiteral("100000000")}),
-             0);
-    QVERIFY(folder.read(QStringLiteral("Apps.csv")) != old);
+    QCOMPARE(QProcess::execute(QStringLiteral(SAVER), {u"limited"_s, path, u"100000000"_s}), 0);
+    QVERIFY(folder.read(u"Apps.csv"_s) != old);
 #else
     QSKIP("File-size limits are of Unix");
 #endif

@@ -7,16 +7,18 @@
 #include <QJsonArray>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString url()
 {
-    return QStringLiteral("http://repo/");
+    return u"http://repo/"_s;
 }
 
 QString output()
 {
-    return QStringLiteral("Apps.json");
+    return u"Apps.json"_s;
 }
 
 AppConfig listing(const QStringList &files)
@@ -26,15 +28,14 @@ AppConfig listing(const QStringList &files)
     return app;
 }
 
-/// The relative paths of the file entries, as the URLs say them.
+/// The relative paths of the file entries, taken from their URLs.
 QStringList published(const AppConfig &app, const QString &projectDir)
 {
     const QJsonObject index = buildRepositoryIndex({app}, QString(), projectDir);
     QStringList paths;
-    const QJsonArray files =
-        index.value(QLatin1String("applications")).toArray().at(0).toObject().value(QLatin1String("files")).toArray();
+    const QJsonArray files = index.value("applications"_L1).toArray().at(0).toObject().value("files"_L1).toArray();
     for (const auto file : files)
-        paths.append(file.toObject().value(QLatin1String("url")).toString());
+        paths.append(file.toObject().value("url"_L1).toString());
     return paths;
 }
 
@@ -53,14 +54,14 @@ private slots:
     void walks();
     void namesThatDifferOnlyInCase();
     void links();
-    void endlessLinkEnds();
+    void circularLinkEnds();
     void unreadableFile();
     void backslashes();
     void fullListing();
-    void meetsItself();
+    void listsTheIndexItself();
     void otherProjectNext();
     void projectFolderThroughDots();
-    void projectFolderThatIsGone();
+    void missingProjectFolder();
     void cannotOpen();
 };
 
@@ -69,29 +70,28 @@ void TestRepositoryIndex::emptyCatalogue()
     const Folder folder;
     folder.write(output(), "something longer than the four lines of an empty index, and then some more of it");
     QVERIFY(writeRepositoryIndex(folder.path(output()), {}, url(), folder.path()));
-    QCOMPARE(folder.read(output()), QByteArray("{\n    \"applications\": [\n    ]\n}\n"));
+    QCOMPARE(folder.read(output()), "{\n    \"applications\": [\n    ]\n}\n"_ba);
 }
 
 void TestRepositoryIndex::wholeDocument()
 {
     const Folder folder;
-    folder.write(QStringLiteral("Lua/b.lua"), "abc");
-    folder.write(QStringLiteral("Lua/A.lua"), "");
-    folder.write(QStringLiteral("Lua/.cache"), "hidden");
-    folder.write(QStringLiteral("Lua/sub/déjà vu.txt"), "abc");
-    folder.write(QStringLiteral(".listed"), "abc");
+    folder.write(u"Lua/b.lua"_s, "abc");
+    folder.write(u"Lua/A.lua"_s, "");
+    folder.write(u"Lua/.cache"_s, "hidden");
+    folder.write(u"Lua/sub/déjà vu.txt"_s, "abc");
+    folder.write(u".listed"_s, "abc");
 
     AppConfig app;
-    app.names = {{QStringLiteral("en"), QStringLiteral("Say \"hi\"")}, {QStringLiteral("de"), QString()}};
-    app.author = QStringLiteral("Björn \\ Söhne/Töchter");
+    app.names = {{u"en"_s, u"Say \"hi\""_s}, {u"de"_s, QString()}};
+    app.author = u"Björn \\ Söhne/Töchter"_s;
     app.version = QVersionNumber(1, 2, 3);
     app.date = QDate(2023, 11, 15);
-    app.icon = QStringLiteral("icons\\a b.png");
+    app.icon = u"icons\\a b.png"_s;
     app.minTxVersion = QVersionNumber(5, 3);
     app.hardware = {3859, 678, 3859};
-    app.descriptions = {{QStringLiteral("en"), QStringLiteral("doc\\en.html")}};
-    app.files = QStringList{QStringLiteral("Lua"), QStringLiteral(".listed"), QStringLiteral("missing"),
-                            QStringLiteral("Lua/b.lua")};
+    app.descriptions = {{u"en"_s, u"doc\\en.html"_s}};
+    app.files = QStringList{u"Lua"_s, u".listed"_s, u"missing"_s, u"Lua/b.lua"_s};
 
     const QByteArray expected = R"({
     "applications": [
@@ -178,21 +178,20 @@ void TestRepositoryIndex::emptyApp()
 void TestRepositoryIndex::prefixes()
 {
     const Folder folder;
-    folder.write(QStringLiteral("Lua/app.lua"), "abc");
-    AppConfig app = listing({QStringLiteral("Lua")});
-    app.icon = QStringLiteral("icon.png");
-    app.descriptions = {{QStringLiteral("en"), QStringLiteral("../en.html")}};
-    const QJsonObject object = buildRepositoryIndex({app}, QStringLiteral("http://host/repo"), folder.path())
-                                   .value(QLatin1String("applications"))
+    folder.write(u"Lua/app.lua"_s, "abc");
+    AppConfig app = listing({u"Lua"_s});
+    app.icon = u"icon.png"_s;
+    app.descriptions = {{u"en"_s, u"../en.html"_s}};
+    const QJsonObject object = buildRepositoryIndex({app}, u"http://host/repo"_s, folder.path())
+                                   .value("applications"_L1)
                                    .toArray()
                                    .at(0)
                                    .toObject();
-    const QJsonObject file = object.value(QLatin1String("files")).toArray().at(0).toObject();
-    QCOMPARE(file.value(QLatin1String("url")).toString(), QStringLiteral("http://host/repoLua/app.lua"));
-    QCOMPARE(file.value(QLatin1String("destination")).toString(), QStringLiteral("Apps/Lua/app.lua"));
-    QCOMPARE(object.value(QLatin1String("previewIcon")).toString(), QStringLiteral("http://host/repoicon.png"));
-    QCOMPARE(object.value(QLatin1String("description")).toObject().value(QLatin1String("en")).toString(),
-             QStringLiteral("http://host/repo../en.html"));
+    const QJsonObject file = object.value("files"_L1).toArray().at(0).toObject();
+    QCOMPARE(file.value("url"_L1).toString(), u"http://host/repoLua/app.lua"_s);
+    QCOMPARE(file.value("destination"_L1).toString(), u"Apps/Lua/app.lua"_s);
+    QCOMPARE(object.value("previewIcon"_L1).toString(), u"http://host/repoicon.png"_s);
+    QCOMPARE(object.value("description"_L1).toObject().value("en"_L1).toString(), u"http://host/repo../en.html"_s);
 }
 
 void TestRepositoryIndex::walks_data()
@@ -219,7 +218,7 @@ void TestRepositoryIndex::walks_data()
     QTest::newRow("dots are resolved") << texts({"L/a"}) << texts({"./L/../L/a", "L//a"}) << texts({"L/a", "L/a"});
     QTest::newRow("slash at the end of a folder") << texts({"L/a"}) << texts({"L/"}) << texts({"L/a"});
     QTest::newRow("empty entry is the whole project") << texts({"L/a", "b"}) << texts({""}) << texts({"b", "L/a"});
-    QTest::newRow("absolute paths lie in the project too")
+    QTest::newRow("absolute paths are relative to the project")
         << texts({"L/a"}) << texts({"/L/a", "/etc"}) << texts({"L/a"});
     QTest::newRow("non-ASCII") << texts({"é/ž.lua", "é/Ä.lua", "é/日本.lua"}) << texts({"é"})
                                << texts({"é/Ä.lua", "é/ž.lua", "é/日本.lua"});
@@ -233,7 +232,7 @@ void TestRepositoryIndex::walks()
     QFETCH(QStringList, listed);
     const Folder folder;
     for (const QString &path : std::as_const(made)) {
-        if (path.endsWith(QLatin1Char('/')))
+        if (path.endsWith(u'/'))
             folder.makeFolder(path);
         else
             folder.write(path, "abc");
@@ -244,55 +243,53 @@ void TestRepositoryIndex::walks()
 void TestRepositoryIndex::namesThatDifferOnlyInCase()
 {
     const Folder folder;
-    const QStringList names{QStringLiteral("readme"), QStringLiteral("README"), QStringLiteral("ReadMe")};
+    const QStringList names{u"readme"_s, u"README"_s, u"ReadMe"_s};
     for (const QString &name : names)
         folder.write(name, "abc");
     if (folder.entries().size() < names.size())
         QSKIP("The file system ignores case");
-    QCOMPARE(published(listing({QString()}), folder.path()),
-             (QStringList{QStringLiteral("README"), QStringLiteral("ReadMe"), QStringLiteral("readme")}));
+    QCOMPARE(published(listing({QString()}), folder.path()), (QStringList{u"README"_s, u"ReadMe"_s, u"readme"_s}));
 }
 
 void TestRepositoryIndex::links()
 {
     const Folder outside;
-    outside.write(QStringLiteral("file"), "abc");
-    outside.write(QStringLiteral("folder/inner"), "abc");
+    outside.write(u"file"_s, "abc");
+    outside.write(u"folder/inner"_s, "abc");
     const Folder folder;
-    folder.makeFolder(QStringLiteral("L"));
-    folder.link(outside.path(QStringLiteral("file")), QStringLiteral("L/alias"));
-    folder.link(outside.path(QStringLiteral("folder")), QStringLiteral("L/dir"));
-    folder.link(outside.path(QStringLiteral("missing")), QStringLiteral("L/broken"));
-    QCOMPARE(published(listing({QStringLiteral("L"), QStringLiteral("L/broken")}), folder.path()),
-             (QStringList{QStringLiteral("L/alias"), QStringLiteral("L/dir/inner")}));
+    folder.makeFolder(u"L"_s);
+    folder.link(outside.path(u"file"_s), u"L/alias"_s);
+    folder.link(outside.path(u"folder"_s), u"L/dir"_s);
+    folder.link(outside.path(u"missing"_s), u"L/broken"_s);
+    QCOMPARE(published(listing({u"L"_s, u"L/broken"_s}), folder.path()), (QStringList{u"L/alias"_s, u"L/dir/inner"_s}));
 
-    QVERIFY(writeRepositoryIndex(folder.path(output()), {listing({QStringLiteral("L/alias")})}, url(), folder.path()));
+    QVERIFY(writeRepositoryIndex(folder.path(output()), {listing({u"L/alias"_s})}, url(), folder.path()));
     QVERIFY(folder.read(output()).contains("\"hash\": \"a9993e364706816aba3e25717850c26c9cd0d89d\",\n"
                                            "                    \"size\": 3,\n"));
 }
 
-void TestRepositoryIndex::endlessLinkEnds()
+void TestRepositoryIndex::circularLinkEnds()
 {
     const Folder folder;
-    folder.write(QStringLiteral("L/a"), "abc");
-    folder.link(folder.path(QStringLiteral("L")), QStringLiteral("L/again"));
-    const QStringList paths = published(listing({QStringLiteral("L")}), folder.path());
+    folder.write(u"L/a"_s, "abc");
+    folder.link(folder.path(u"L"_s), u"L/again"_s);
+    const QStringList paths = published(listing({u"L"_s}), folder.path());
     QVERIFY(paths.size() > 1);
     QVERIFY(paths.size() < 1000);
-    QVERIFY(paths.contains(QStringLiteral("L/a")));
-    QVERIFY(paths.contains(QStringLiteral("L/again/again/a")));
+    QVERIFY(paths.contains(u"L/a"_s));
+    QVERIFY(paths.contains(u"L/again/again/a"_s));
 }
 
 void TestRepositoryIndex::unreadableFile()
 {
     const Folder folder;
-    folder.write(QStringLiteral("L/a"), "12345");
-    folder.write(QStringLiteral("L/b"), "abc");
-    const QString unreadable = folder.path(QStringLiteral("L/a"));
+    folder.write(u"L/a"_s, "12345");
+    folder.write(u"L/b"_s, "abc");
+    const QString unreadable = folder.path(u"L/a"_s);
     QVERIFY(QFile::setPermissions(unreadable, QFile::WriteOwner));
-    QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("File \" \"%1\" \" read error.").arg(unreadable)));
+    QTest::ignoreMessage(QtDebugMsg, qPrintable(u"File \" \"%1\" \" read error."_s.arg(unreadable)));
     const OrdinaryUser user;
-    QVERIFY(writeRepositoryIndex(folder.path(output()), {listing({QStringLiteral("L")})}, url(), folder.path()));
+    QVERIFY(writeRepositoryIndex(folder.path(output()), {listing({u"L"_s})}, url(), folder.path()));
     QVERIFY(folder.read(output()).contains(R"(            "files": [
                 {
                     "destination": "Apps/L/a",
@@ -316,13 +313,13 @@ void TestRepositoryIndex::backslashes()
     QSKIP("Not in a file name here");
 #endif
     const Folder folder;
-    folder.write(QStringLiteral("L/a\\b.lua"), "abc");
-    QCOMPARE(published(listing({QStringLiteral("L")}), folder.path()), QStringList{QStringLiteral("L/a/b.lua")});
-    // The toolkit's path of the file has a slash after the name of the folder, whatever that ends in.
-    const QString file = QStringLiteral("/a.lua");
-    const QString name = QStringLiteral("M") + QLatin1Char('\\');
+    folder.write(u"L/a\\b.lua"_s, "abc");
+    QCOMPARE(published(listing({u"L"_s}), folder.path()), QStringList{u"L/a/b.lua"_s});
+    // Qt appends a slash to the folder, even after a backslash.
+    const QString file = u"/a.lua"_s;
+    const QString name = u"M"_s + u'\\';
     folder.write(name + file, "abc");
-    QCOMPARE(published(listing({name}), folder.path()), QStringList(QStringLiteral("M/") + file));
+    QCOMPARE(published(listing({name}), folder.path()), QStringList(u"M/"_s + file));
 }
 
 void TestRepositoryIndex::fullListing()
@@ -330,13 +327,13 @@ void TestRepositoryIndex::fullListing()
     const Folder folder;
     QStringList expected;
     for (int number = 100; number < 400; ++number) {
-        folder.write(QStringLiteral("L/f%1").arg(number), "abc");
-        expected.append(QStringLiteral("L/f%1").arg(number));
+        folder.write(u"L/f%1"_s.arg(number), "abc");
+        expected.append(u"L/f%1"_s.arg(number));
     }
-    QCOMPARE(published(listing({QStringLiteral("L")}), folder.path()), expected);
+    QCOMPARE(published(listing({u"L"_s}), folder.path()), expected);
 }
 
-void TestRepositoryIndex::meetsItself()
+void TestRepositoryIndex::listsTheIndexItself()
 {
     const Folder folder;
     folder.write(output(), "an index from before");
@@ -349,35 +346,34 @@ void TestRepositoryIndex::otherProjectNext()
 {
     const Folder first;
     const Folder second;
-    first.write(QStringLiteral("L/one"), "abc");
-    second.write(QStringLiteral("L/two"), "abc");
-    QCOMPARE(published(listing({QStringLiteral("L")}), first.path()), QStringList{QStringLiteral("L/one")});
-    QCOMPARE(published(listing({QStringLiteral("L")}), second.path()), QStringList{QStringLiteral("L/two")});
-    QCOMPARE(published(listing({QStringLiteral("L")}), first.path()), QStringList{QStringLiteral("L/one")});
+    first.write(u"L/one"_s, "abc");
+    second.write(u"L/two"_s, "abc");
+    QCOMPARE(published(listing({u"L"_s}), first.path()), QStringList{u"L/one"_s});
+    QCOMPARE(published(listing({u"L"_s}), second.path()), QStringList{u"L/two"_s});
+    QCOMPARE(published(listing({u"L"_s}), first.path()), QStringList{u"L/one"_s});
 }
 
 void TestRepositoryIndex::projectFolderThroughDots()
 {
     const Folder folder;
-    folder.write(QStringLiteral("project/in"), "abc");
-    folder.write(QStringLiteral("out"), "abc");
-    QCOMPARE(
-        published(listing({QStringLiteral("in"), QStringLiteral("../out")}), folder.path(QStringLiteral("project"))),
-        (QStringList{QStringLiteral("in"), QStringLiteral("../out")}));
+    folder.write(u"project/in"_s, "abc");
+    folder.write(u"out"_s, "abc");
+    QCOMPARE(published(listing({u"in"_s, u"../out"_s}), folder.path(u"project"_s)),
+             (QStringList{u"in"_s, u"../out"_s}));
 }
 
-void TestRepositoryIndex::projectFolderThatIsGone()
+void TestRepositoryIndex::missingProjectFolder()
 {
-    QCOMPARE(published(listing({QString(), QStringLiteral("etc")}), QString()), QStringList{});
+    QCOMPARE(published(listing({QString(), u"etc"_s}), QString()), QStringList{});
 }
 
 void TestRepositoryIndex::cannotOpen()
 {
     const Folder folder;
-    folder.write(QStringLiteral("L/a"), "abc");
-    QVERIFY(!writeRepositoryIndex(folder.path(), {listing({QStringLiteral("L")})}, url(), folder.path()));
-    QVERIFY(!writeRepositoryIndex(folder.path(QStringLiteral("missing/Apps.json")), {}, url(), folder.path()));
-    QCOMPARE(folder.entries(), QStringList{QStringLiteral("L")});
+    folder.write(u"L/a"_s, "abc");
+    QVERIFY(!writeRepositoryIndex(folder.path(), {listing({u"L"_s})}, url(), folder.path()));
+    QVERIFY(!writeRepositoryIndex(folder.path(u"missing/Apps.json"_s), {}, url(), folder.path()));
+    QCOMPARE(folder.entries(), QStringList{u"L"_s});
 }
 
 CATALIST_TEST(TestRepositoryIndex)

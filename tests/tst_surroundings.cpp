@@ -9,7 +9,9 @@
 
 #include <clocale>
 
-/// The surroundings that all tests rely on to be awkward.
+using namespace Qt::StringLiterals;
+
+/// The difficult surroundings in which CTest runs the tests.
 class TestSurroundings : public QObject
 {
     Q_OBJECT
@@ -30,15 +32,15 @@ void TestSurroundings::folder()
 
 void TestSurroundings::timeZone()
 {
-    QCOMPARE(QTimeZone::systemTimeZoneId(), QByteArray("Pacific/Kiritimati"));
+    QCOMPARE(QTimeZone::systemTimeZoneId(), "Pacific/Kiritimati"_ba);
     QCOMPARE(QDateTime(QDate(2024, 3, 5), QTime(0, 0), Qt::LocalTime).offsetFromUtc(), 14 * 60 * 60);
 }
 
 void TestSurroundings::localeOfQt()
 {
     const QLocale system = QLocale::system();
-    QCOMPARE(system.toString(QDate(2024, 8, 5), QLocale::LongFormat), QStringLiteral("5 Ağustos 2024 Pazartesi"));
-    QCOMPARE(system.toString(1.5), QStringLiteral("1,5"));
+    QCOMPARE(system.toString(QDate(2024, 8, 5), QLocale::LongFormat), u"5 Ağustos 2024 Pazartesi"_s);
+    QCOMPARE(system.toString(1.5), u"1,5"_s);
 }
 
 void TestSurroundings::localeOfTheCLibrary()
@@ -46,8 +48,8 @@ void TestSurroundings::localeOfTheCLibrary()
 #ifdef Q_OS_LINUX
     if (!QFile::exists(qEnvironmentVariable("LOCPATH")))
         QSKIP("The locales of the tests could not be made (package locales)");
-    QCOMPARE(QByteArray(std::setlocale(LC_CTYPE, nullptr)), QByteArray("tr_TR.UTF-8"));
-    QCOMPARE(QByteArray(std::setlocale(LC_TIME, nullptr)), QByteArray("tr_TR.UTF-8"));
+    QCOMPARE(QByteArray(std::setlocale(LC_CTYPE, nullptr)), "tr_TR.UTF-8"_ba);
+    QCOMPARE(QByteArray(std::setlocale(LC_TIME, nullptr)), "tr_TR.UTF-8"_ba);
 #else
     QSKIP("Locales have other names here");
 #endif

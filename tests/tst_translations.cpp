@@ -12,8 +12,6 @@
 #include <QLabel>
 #include <QLibraryInfo>
 #include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTabBar>
@@ -36,7 +34,7 @@ struct Text
     friend auto qHash(const Text &text, size_t seed = 0) { return qHashMulti(seed, text.context, text.source); }
 };
 
-/// What a translator would be given to translate. Empty where there is no program that extracts it.
+/// The texts that lupdate extracts for translators. Empty where it is not installed.
 QSet<Text> extractedTexts()
 {
     QString lupdate = QStandardPaths::findExecutable(u"lupdate"_s, {QLibraryInfo::path(QLibraryInfo::BinariesPath)});
@@ -63,7 +61,7 @@ QSet<Text> extractedTexts()
     return texts;
 }
 
-/// Puts a mark around every text that was extracted.
+/// Puts marks around every extracted text.
 class Marks : public QTranslator
 {
 public:
@@ -78,7 +76,7 @@ public:
         asked.insert(text);
         if (!texts.contains(text))
             return {};
-        // What is no key would not be a shortcut.
+        // A shortcut has to stay one.
         return text.source.isEmpty() || text.source.startsWith("Ctrl+"_L1) ? text.source : u"⟦%1⟧"_s.arg(text.source);
     }
 
@@ -86,15 +84,15 @@ public:
     mutable QSet<Text> asked;
 };
 
-/// The toolkit words these itself.
-bool isToolkits(const QObject *object)
+/// Qt translates the texts of these itself.
+bool isMadeByQt(const QObject *object)
 {
     const QObject *parent = object->parent();
     return object->objectName().startsWith("qt_"_L1) || qobject_cast<const QDialogButtonBox *>(parent)
            || qobject_cast<const QLineEdit *>(parent) || qobject_cast<const QTabBar *>(parent);
 }
 
-/// Every text of an object that people may see or hear, apart from what they typed themselves.
+/// Every text of an object that users may see or hear, without what they typed.
 QStringList texts(const QObject *object)
 {
     QStringList found;
@@ -117,14 +115,14 @@ QStringList texts(const QObject *object)
     return found;
 }
 
-/// The texts of a window that did not pass through the translation; those that hold data excepted.
+/// The texts of a window that were not translated, without those that are data.
 QStringList unmarked(const QWidget &window, const QString &data)
 {
     QStringList found;
     QObjectList objects = window.findChildren<QObject *>();
     objects.append(const_cast<QWidget *>(&window));
     for (const QObject *object : objects) {
-        if (isToolkits(object))
+        if (isMadeByQt(object))
             continue;
         const QStringList shown = texts(object);
         for (const QString &text : shown) {
@@ -138,7 +136,7 @@ QStringList unmarked(const QWidget &window, const QString &data)
 
 } // namespace
 
-/// Every text passes through the translation, and is among those that are extracted for it.
+/// Every text is translated, and among those that are extracted.
 class TestTranslations : public WindowTest
 {
     Q_OBJECT
@@ -199,7 +197,7 @@ void TestTranslations::windows()
 
     const FileDialog files(project, {u"*.*"_s}, window.get());
     QCOMPARE(unmarked(files, {}).join(u'\n'), QString());
-    // The walk does see what was not translated.
+    // A text that is not translated is found.
     child<QLabel>(*window, "label_3")->setText(u"App name"_s);
     QCOMPARE(unmarked(*window, project), QStringList{u"label_3: App name"_s});
 }
@@ -207,8 +205,7 @@ void TestTranslations::windows()
 void TestTranslations::failToOpenAndSave()
 {
     const QString project = folder->path(u"catalogue/Apps.csv"_s);
-    answers->chooseFile(folder->path(u"elsewhere.csv"_s));
-    clickTool(*window, "actionNew_project");
+    clickNewProject(folder->path(u"elsewhere.csv"_s));
     folder->makeFolder(u"elsewhere.csv"_s);
     answers->press(QMessageBox::Ok);
     clickTool(*window, "actionSave");
@@ -217,8 +214,7 @@ void TestTranslations::failToOpenAndSave()
     answers->chooseFile(folder->path(u"broken.csv"_s));
     answers->press(QMessageBox::Ok);
     clickTool(*window, "actionOpen_project");
-    answers->chooseFile(project);
-    clickTool(*window, "actionOpen_project");
+    clickOpenProject(project);
 
     answers->cancel();
     clickTool(*window, "actionSave_generate_JSON");
@@ -228,24 +224,19 @@ void TestTranslations::failToOpenAndSave()
 // Of one app and of several, with one file and with several.
 void TestTranslations::publish()
 {
-    for (const QByteArray &apps : {QByteArray("{};;;;;{};a.txt;;\n"), QByteArray("{};;;;;{};;;\n{};;;;;{};;;\n")}) {
+    for (const QByteArray &apps : {"{};;;;;{};a.txt;;\n"_ba, "{};;;;;{};;;\n{};;;;;{};;;\n"_ba}) {
         folder->write(u"small/a.txt"_s, "a");
         folder->write(u"small/Apps.csv"_s, HEADER + apps);
-        answers->chooseFile(folder->path(u"small/Apps.csv"_s));
-        clickTool(*window, "actionOpen_project");
-        answers->chooseFile(folder->path(u"Apps%1.json"_s.arg(apps.size())));
-        clickTool(*window, "actionSave_generate_JSON");
+        clickOpenProject(folder->path(u"small/Apps.csv"_s));
+        clickPublish(folder->path(u"Apps%1.json"_s.arg(apps.size())));
     }
-    answers->chooseFile(folder->path(u"catalogue/Apps.csv"_s));
-    clickTool(*window, "actionOpen_project");
+    clickOpenProject(folder->path(u"catalogue/Apps.csv"_s));
 }
 
 void TestTranslations::closeOnAFullDisk()
 {
-    clickCell(child<QListWidget>(*window, "listApps"), 1);
-    showTab(*window, "tabDescription");
-    clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-    type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"x"_s);
+    openDescription(0, 1);
+    typeInDescription(u"x"_s);
     const FileSizeLimit fullDisk(0);
     answers->press(QMessageBox::No);
     answers->pressButton(u"⟦Close all the same⟧"_s);
@@ -254,9 +245,9 @@ void TestTranslations::closeOnAFullDisk()
 
 void TestTranslations::describe()
 {
-    clickCell(child<QListWidget>(*window, "listApps"), 0);
+    selectApp(0);
     showTab(*window, "tabDescription");
-    answers->enterText(u"en"_s); // which is there already
+    answers->enterText(u"en"_s); // exists already
     answers->press(QMessageBox::Ok);
     click(*window, "btnNewDescription");
     answers->enterText(u"it"_s);

@@ -1,4 +1,4 @@
-#include "io/unsavedwork.h"
+#include "history/unsavedwork.h"
 
 #include "folder.h"
 #include "historyfiles.h"
@@ -12,7 +12,7 @@
 
 using namespace Qt::StringLiterals;
 
-/// A text whose save fails is in the history, or held until it is somewhere.
+/// A text whose save fails is in the history, or held in memory until it is saved or copied.
 class TestUnsavedWork : public QObject
 {
     Q_OBJECT
@@ -38,25 +38,25 @@ private:
     void allowSaving() const { QVERIFY(QDir(file()).removeRecursively()); }
     void refuseHistory() const;
     void allowHistory() const { QVERIFY(QFile::remove(folder->path(u"data"_s))); }
+    void holdText();
     [[nodiscard]] QString file() const { return folder->path(u"file.html"_s); }
     [[nodiscard]] QString other() const { return folder->path(u"other.html"_s); }
 
     std::unique_ptr<Folder> folder;
-    QByteArray dataHome;
+    std::unique_ptr<DataHome> dataHome;
     UnsavedWork work;
 };
 
 void TestUnsavedWork::init()
 {
     folder = std::make_unique<Folder>();
-    dataHome = qgetenv("XDG_DATA_HOME");
-    qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path(u"data"_s)));
+    dataHome = std::make_unique<DataHome>(folder->path(u"data"_s));
     work = {};
 }
 
 void TestUnsavedWork::cleanup()
 {
-    qputenv("XDG_DATA_HOME", dataHome);
+    dataHome.reset();
     folder.reset();
 }
 
@@ -66,10 +66,17 @@ void TestUnsavedWork::refuseHistory() const
     folder->write(u"data"_s, "no folder");
 }
 
+void TestUnsavedWork::holdText()
+{
+    refuseSaving();
+    refuseHistory();
+    QVERIFY(!work.save(file(), "text"));
+}
+
 void TestUnsavedWork::saves()
 {
     QVERIFY(work.save(file(), "text"));
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QCOMPARE(folder->read(u"file.html"_s), "text"_ba);
     QVERIFY(work.heldFiles().isEmpty());
     QCOMPARE(countInHistory(), 0);
 }
@@ -85,35 +92,29 @@ void TestUnsavedWork::copiesWhatCannotBeSaved()
 
 void TestUnsavedWork::holdsWhatCannotBeCopied()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     QCOMPARE(work.heldFiles(), QStringList{file()});
-    QCOMPARE(work.held(file()), QByteArray("text"));
+    QCOMPARE(work.held(file()), "text"_ba);
     work.tryAgain();
     QCOMPARE(work.heldFiles(), QStringList{file()});
     allowSaving();
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QCOMPARE(folder->read(u"file.html"_s), "text"_ba);
     QVERIFY(work.heldFiles().isEmpty());
 }
 
 void TestUnsavedWork::laterSaveOfAnotherFile()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     allowSaving();
     QVERIFY(work.save(other(), "other"));
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QCOMPARE(folder->read(u"file.html"_s), "text"_ba);
     QVERIFY(work.heldFiles().isEmpty());
 }
 
 void TestUnsavedWork::laterCopyOfAnotherFile()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     allowHistory();
     work.copy(other(), "other", UnsavedWork::Later::Copy);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
@@ -123,12 +124,10 @@ void TestUnsavedWork::laterCopyOfAnotherFile()
 
 void TestUnsavedWork::laterDraftOfAnotherFile()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     allowSaving();
     work.keepDraft(other(), "other");
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("text"));
+    QCOMPARE(folder->read(u"file.html"_s), "text"_ba);
     QVERIFY(work.heldFiles().isEmpty());
 }
 
@@ -140,7 +139,7 @@ void TestUnsavedWork::copyThatWaitsForRoom()
     QCOMPARE(work.heldFiles(), QStringList{file()});
     allowHistory();
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("saved"));
+    QCOMPARE(folder->read(u"file.html"_s), "saved"_ba);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"not to be saved"});
     QVERIFY(work.heldFiles().isEmpty());
 }
@@ -150,43 +149,39 @@ void TestUnsavedWork::copyThatIsSavedLater()
     folder->write(u"file.html"_s, "saved");
     refuseHistory();
     work.copy(file(), "to be saved after all", UnsavedWork::Later::Save);
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("saved"));
+    QCOMPARE(folder->read(u"file.html"_s), "saved"_ba);
     QCOMPARE(work.heldFiles(), QStringList{file()});
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("to be saved after all"));
+    QCOMPARE(folder->read(u"file.html"_s), "to be saved after all"_ba);
     QVERIFY(work.heldFiles().isEmpty());
 }
 
 void TestUnsavedWork::newerTextTakesThePlace()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     QVERIFY(!work.save(file(), "newer"));
-    QCOMPARE(work.held(file()), QByteArray("newer"));
-    // A text that was to be saved once still is when it is only to be copied the next time.
+    QCOMPARE(work.held(file()), "newer"_ba);
+    // A text that was to be saved is still saved after a request to copy it only.
     work.copy(file(), "newest", UnsavedWork::Later::Copy);
-    QCOMPARE(work.held(file()), QByteArray("newest"));
+    QCOMPARE(work.held(file()), "newest"_ba);
     allowSaving();
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("newest"));
+    QCOMPARE(folder->read(u"file.html"_s), "newest"_ba);
     QVERIFY(work.heldFiles().isEmpty());
 }
 
 void TestUnsavedWork::fileOfSomebodyElse()
 {
-    refuseSaving();
-    refuseHistory();
-    QVERIFY(!work.save(file(), "text"));
+    holdText();
     allowSaving();
     folder->write(u"file.html"_s, "template");
     work.stopSaving(file());
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("template"));
-    QCOMPARE(work.held(file()), QByteArray("text"));
+    QCOMPARE(folder->read(u"file.html"_s), "template"_ba);
+    QCOMPARE(work.held(file()), "text"_ba);
     allowHistory();
     work.tryAgain();
-    QCOMPARE(folder->read(u"file.html"_s), QByteArray("template"));
+    QCOMPARE(folder->read(u"file.html"_s), "template"_ba);
     QCOMPARE(keptContents(file()), QList<QByteArray>{"text"});
 }
 

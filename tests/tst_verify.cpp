@@ -30,15 +30,7 @@ QByteArray asBytes(const QJsonObject &index)
     return QJsonDocument(index).toJson();
 }
 
-QStringList told(const CheckResult &result)
-{
-    QStringList all;
-    for (const Finding &finding : result.findings)
-        all.append(finding.code + u": "_s + finding.text);
-    return all;
-}
-
-/// A small published folder, and its index, for cases to change.
+/// A small published folder with its index, for a case to change.
 struct Published
 {
     Folder folder;
@@ -82,32 +74,20 @@ struct Published
 
     void remove(const QString &path) const { QFile::remove(folder.path(u"www/"_s + path)); }
 
-    CheckResult verify() const
+    FileResult<QList<Check::Finding>> verify() const
     {
         folder.write(u"www/Apps.json"_s, asBytes({{u"applications"_s, QJsonArray{app}}}));
-        return verifyIndex(folder.path(u"www"_s), folder.path(u"www/Apps.json"_s), url);
+        return Check::verifyIndex(folder.path(u"www"_s), folder.path(u"www/Apps.json"_s), url);
     }
 };
 
 const QString EMPTY_HASH = u"da39a3ee5e6b4b0d3255bfef95601890afd80709"_s;
 const QString OTHER_HASH = u"a9993e364706816aba3e25717850c26c9cd0d89d"_s;
 
-struct Case
-{
-    const char *code;
-    bool isFaulty; ///< otherwise it nearly is
-    const char *title;
-    void (*make)(Published &published);
-    const char *also = ""; ///< the other codes that it has
-};
-
-constexpr bool FAULT = true;
-constexpr bool NEARLY = false;
-
 // clang-format off
-const QList<Case> &cases()
+const QList<Case<Published>> &cases()
 {
-    static const QList<Case> all{
+    static const QList<Case<Published>> all{
         {"index-form", FAULT, "no files", [](Published &p) { p.app.remove("files"_L1); }, "file-unnamed"},
         {"index-form", FAULT, "size in letters", [](Published &p) { p.setEntry("size"_L1, u"0"_s); }, "file-unnamed"},
         {"index-form", FAULT, "no hash", [](Published &p) { p.setEntry("hash"_L1, QJsonValue()); }, "file-unnamed"},
@@ -122,7 +102,7 @@ const QList<Case> &cases()
         {"url-elsewhere", NEARLY, "no icon", [](Published &p) { p.app.insert("previewIcon"_L1, URL); p.remove(u"icon.png"_s); }},
         {"url-characters", FAULT, "number sign", [](Published &p) { p.folder.write(u"www/a#b"_s, ""); p.appendEntry(u"a#b"_s, u"Apps/a#b"_s, EMPTY_HASH); }},
         {"url-characters", FAULT, "question mark in an icon", [](Published &p) { p.folder.write(u"www/i?.png"_s, PNG); p.app.insert("previewIcon"_L1, QString(URL + u"i?.png"_s)); }, "file-unnamed"},
-        {"url-characters", NEARLY, "blank and letters", [](Published &p) { p.folder.write(u"www/a ž&+"_s, ""); p.appendEntry(u"a ž&+"_s, u"Apps/a ž&+"_s, EMPTY_HASH); }},
+        {"url-characters", NEARLY, "space and letters", [](Published &p) { p.folder.write(u"www/a ž&+"_s, ""); p.appendEntry(u"a ž&+"_s, u"Apps/a ž&+"_s, EMPTY_HASH); }},
         {"path-escapes", FAULT, "URL climbs out", [](Published &p) { p.folder.write(u"x"_s, ""); p.appendEntry(u"../x"_s, u"Apps/../x"_s, EMPTY_HASH); }},
         {"path-escapes", FAULT, "destination climbs out of Apps", [](Published &p) { p.setEntry("destination"_L1, u"Apps/../a.lua"_s); }, "destination-differs"},
         {"path-escapes", FAULT, "destination beside Apps", [](Published &p) { p.setEntry("destination"_L1, u"Other/a.lua"_s); }, "destination-differs"},
@@ -196,81 +176,61 @@ private slots:
     void everyMember();
     void cannotBeRead_data();
     void cannotBeRead();
-    void findsWhatHappened_data();
-    void findsWhatHappened();
-    void findsWhatHappenedToPages();
+    void findsDamage_data();
+    void findsDamage();
+    void findsDamagedPages();
     void linksBackThatDifferInCase();
 
 private:
     void makeLargeTree();
 
-    std::unique_ptr<Folder> large; ///< with its index beside it
-    QStringList named; ///< what the index of the large tree names as files
+    std::unique_ptr<Folder> large; ///< with its index next to it
+    QStringList named; ///< the files in the index of the large tree
 };
 
 void TestVerify::everyCode_data()
 {
-    QTest::addColumn<int>("number");
-    for (int i = 0; i < cases().size(); ++i) {
-        const Case &one = cases().at(i);
-        QTest::addRow("%s, %s%s", one.code, one.isFaulty ? "" : "nearly: ", one.title) << i;
-    }
+    addCaseRows(cases());
 }
 
 void TestVerify::everyCode()
 {
     QFETCH(int, number);
-    const Case &one = cases().at(number);
+    const Case<Published> &one = cases().at(number);
     Published published;
     one.make(published);
     (void)published.verify();
-    const CheckResult result = [&published] {
+    const auto result = [&published] {
         const OrdinaryUser user;
-        return verifyIndex(published.folder.path(u"www"_s), published.folder.path(u"www/Apps.json"_s), published.url);
+        return Check::verifyIndex(published.folder.path(u"www"_s), published.folder.path(u"www/Apps.json"_s),
+                                  published.url);
     }();
-    QCOMPARE(result.error, QString());
-    QStringList expected = QString::fromLatin1(one.also).split(u' ', Qt::SkipEmptyParts);
-    if (one.isFaulty)
-        expected.append(QString::fromLatin1(one.code));
-    expected.sort();
-    QVERIFY2(codesOf(result) == expected, qPrintable(told(result).join(u'\n')));
+    QVERIFY(result);
+    QVERIFY2(codesOf(result) == one.expectedCodes(), qPrintable(textsOf(result).join(u'\n')));
 }
 
 void TestVerify::everyCodeHasCases()
 {
-    const QList<KnownCode> known = verifyCodes();
-    QStringList names;
-    for (const KnownCode &code : known) {
-        names.append(code.code);
-        const auto count = [&](bool isFaulty) {
-            return std::count_if(cases().cbegin(), cases().cend(), [&](const Case &one) {
-                return one.isFaulty == isFaulty && QLatin1String(one.code) == code.code;
-            });
-        };
-        QVERIFY2(count(FAULT) >= 2, qPrintable(code.code));
-        QVERIFY2(count(NEARLY) >= 1, qPrintable(code.code));
-    }
-    QCOMPARE(names.removeDuplicates(), 0);
+    const QList<Check::Rule> rules = Check::verifyRules();
+    compareRules(rules, cases());
     // A code means the same in both commands.
-    const QList<KnownCode> ofCheck = checkCodes();
-    for (const KnownCode &code : known) {
-        for (const KnownCode &other : ofCheck)
-            QVERIFY2(code.code != other.code || code.severity == other.severity, qPrintable(code.code));
+    const QList<Check::Rule> ofCheck = Check::checkRules();
+    for (const Check::Rule &rule : rules) {
+        for (const Check::Rule &other : ofCheck)
+            QVERIFY2(qstrcmp(rule.code, other.code) != 0 || rule.severity == other.severity, rule.code);
     }
-    for (const Case &one : cases())
-        QVERIFY2(names.contains(QLatin1String(one.code)), one.code);
 }
 
 void TestVerify::wholeIndex()
 {
     const Folder folder;
     folder.write(u"Apps.json"_s, "[]");
-    QCOMPARE(told(verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL)),
-             QStringList{u"index-form: Publish the index anew: \"applications\" is missing or of another kind."_s});
+    QCOMPARE(textsOf(Check::verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL)),
+             QStringList{u"index-form: \"applications\" is missing or of another kind: publish the index again."_s});
     folder.write(u"Apps.json"_s, R"({"applications": [5, {"name": {"de": "Uhr"}, "files": [null]}]})");
-    const CheckResult result = verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
+    const auto result = Check::verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
     QCOMPARE(codesOf(result), QStringList{u"index-form"_s});
-    QCOMPARE(result.findings.constLast().app, u"Uhr"_s);
+    QCOMPARE(result->constLast().app, u"Uhr"_s);
 }
 
 void TestVerify::everyMember_data()
@@ -286,10 +246,11 @@ void TestVerify::everyMember()
     QFETCH(QString, member);
     Published published;
     QVERIFY(published.app.contains(member));
-    const QString expected = u"index-form: Publish the index anew: \"%1\" is missing or of another kind."_s.arg(member);
+    const QString expected =
+        u"index-form: \"%1\" is missing or of another kind: publish the index again."_s.arg(member);
     for (const QJsonValue &value : {QJsonValue(QJsonValue::Undefined), QJsonValue(), QJsonValue(true)}) {
         published.app.insert(member, value);
-        QStringList forms = told(published.verify());
+        QStringList forms = textsOf(published.verify());
         forms.removeIf([](const QString &one) { return one.startsWith(u"file-unnamed"); });
         QCOMPARE(forms, QStringList{expected});
     }
@@ -301,7 +262,7 @@ void TestVerify::cannotBeRead_data()
     QTest::addColumn<QString>("index");
     QTest::addColumn<QString>("error");
     QTest::newRow("no folder") << u"none"_s << u"good.json"_s << u"%1/none: No such file or directory"_s;
-    QTest::newRow("a file") << u"good.json"_s << u"good.json"_s << u"%1/good.json: Is not a folder"_s;
+    QTest::newRow("a file") << u"good.json"_s << u"good.json"_s << u"%1/good.json: Not a directory"_s;
     QTest::newRow("no index") << u"www"_s << u"none.json"_s << u"%1/none.json: No such file or directory"_s;
     QTest::newRow("a folder as index") << u"www"_s << u"www"_s << u"%1/www: Is not a regular file"_s;
     QTest::newRow("not JSON") << u"www"_s << u"bad.json"_s << u"%1/bad.json:3: illegal number"_s;
@@ -316,9 +277,9 @@ void TestVerify::cannotBeRead()
     place.makeFolder(u"www"_s);
     place.write(u"good.json"_s, asBytes({{u"applications"_s, QJsonArray()}}));
     place.write(u"bad.json"_s, "{\n    \"applications\":\n    oops\n}\n");
-    const CheckResult result = verifyIndex(place.path(folder), place.path(index), URL);
-    QCOMPARE(result.error, error.arg(place.path()));
-    QVERIFY(result.findings.isEmpty());
+    const auto result = Check::verifyIndex(place.path(folder), place.path(index), URL);
+    QVERIFY(!result);
+    QCOMPARE(result.error().text(), error.arg(place.path()));
 }
 
 void TestVerify::makeLargeTree()
@@ -355,7 +316,7 @@ void TestVerify::makeLargeTree()
     }
 }
 
-enum class Mishap {
+enum class Damage {
     FlippedBit,
     Truncated,
     Missing,
@@ -363,22 +324,22 @@ enum class Mishap {
     Added,
 };
 
-Q_DECLARE_METATYPE(Mishap)
+Q_DECLARE_METATYPE(Damage)
 
-void TestVerify::findsWhatHappened_data()
+void TestVerify::findsDamage_data()
 {
-    QTest::addColumn<Mishap>("mishap");
+    QTest::addColumn<Damage>("damage");
     QTest::addColumn<QString>("code");
-    QTest::newRow("flipped bit") << Mishap::FlippedBit << u"hash-differs"_s;
-    QTest::newRow("truncated") << Mishap::Truncated << u"size-differs"_s;
-    QTest::newRow("missing") << Mishap::Missing << u"file-missing"_s;
-    QTest::newRow("other case") << Mishap::OtherCase << u"file-other-case"_s;
-    QTest::newRow("added") << Mishap::Added << u"file-unnamed"_s;
+    QTest::newRow("flipped bit") << Damage::FlippedBit << u"hash-differs"_s;
+    QTest::newRow("truncated") << Damage::Truncated << u"size-differs"_s;
+    QTest::newRow("missing") << Damage::Missing << u"file-missing"_s;
+    QTest::newRow("other case") << Damage::OtherCase << u"file-other-case"_s;
+    QTest::newRow("added") << Damage::Added << u"file-unnamed"_s;
 }
 
 namespace {
 
-/// With the case of one of its letters changed; each path here has some.
+/// With the case of one letter changed; the path must have a letter.
 QString inOtherCase(QString path, QRandomGenerator &random)
 {
     for (;;) {
@@ -409,17 +370,17 @@ QString newFile(const QString &beside, QRandomGenerator &random)
 
 } // namespace
 
-void TestVerify::findsWhatHappened()
+void TestVerify::findsDamage()
 {
     const int trials = lengthOf(25, 250);
-    QFETCH(Mishap, mishap);
+    QFETCH(Damage, damage);
     QFETCH(QString, code);
     makeLargeTree();
     const quint32 seed = testSeed();
     QRandomGenerator random(seed);
     const QString root = large->path(u"www"_s);
     const QString index = large->path(u"Apps.json"_s);
-    QCOMPARE(told(verifyIndex(root, index, URL)), QStringList());
+    QCOMPARE(textsOf(Check::verifyIndex(root, index, URL)), QStringList());
 
     for (int trial = 0; trial < trials; ++trial) {
         const QString path = named.at(random.bounded(int(named.size())));
@@ -427,64 +388,64 @@ void TestVerify::findsWhatHappened()
         const QByteArray content = large->read(onDisk);
         QByteArray changed = content;
         QString other;
-        switch (mishap) {
-        case Mishap::FlippedBit: {
+        switch (damage) {
+        case Damage::FlippedBit: {
             const int bit = random.bounded(int(content.size()) * 8);
             changed[bit / 8] = char(changed.at(bit / 8) ^ (1 << (bit % 8)));
             large->write(onDisk, changed);
             break;
         }
-        case Mishap::Truncated:
+        case Damage::Truncated:
             changed.truncate(random.bounded(int(content.size())));
             large->write(onDisk, changed);
             break;
-        case Mishap::Missing:
+        case Damage::Missing:
             QFile::remove(large->path(onDisk));
             break;
-        case Mishap::OtherCase:
-            // The name of the file alone, or of a folder with all that is in it.
+        case Damage::OtherCase:
+            // The file, or one of its folders.
             other = inOtherCase(path, random);
             while (large->exists(u"www/"_s + other))
                 other = inOtherCase(path, random);
             large->makeFolder(QFileInfo(u"www/"_s + other).path());
             QVERIFY(QFile::rename(large->path(onDisk), large->path(u"www/"_s + other)));
             break;
-        case Mishap::Added:
+        case Damage::Added:
             other = newFile(path, random);
             large->write(u"www/"_s + other, "abc");
             break;
         }
 
-        const CheckResult result = verifyIndex(root, index, URL);
+        const auto result = Check::verifyIndex(root, index, URL);
         const QString trace =
-            u"seed %1, trial %2, %3 %4:\n%5"_s.arg(seed).arg(trial).arg(path, other, told(result).join(u'\n'));
-        const auto isOfIt = [&](const Finding &finding) {
-            const QString place = mishap == Mishap::Added ? other : path;
-            // An added folder is told as a whole.
-            const int quoted = mishap == Mishap::OtherCase ? 3 : 1;
+            u"seed %1, trial %2, %3 %4:\n%5"_s.arg(seed).arg(trial).arg(path, other, textsOf(result).join(u'\n'));
+        const auto isOfIt = [&](const Check::Finding &finding) {
+            const QString place = damage == Damage::Added ? other : path;
+            // An added folder is a single finding.
+            const int quoted = damage == Damage::OtherCase ? 3 : 1;
             const QString top = finding.text.section(u'"', quoted, quoted);
             return finding.code == code && (place == top || (top.endsWith(u'/') && place.startsWith(top)));
         };
-        QVERIFY2(std::count_if(result.findings.cbegin(), result.findings.cend(), isOfIt) == 1, qPrintable(trace));
-        QVERIFY2(result.findings.size() == 1, qPrintable(trace));
+        QVERIFY2(std::count_if(result->cbegin(), result->cend(), isOfIt) == 1, qPrintable(trace));
+        QVERIFY2(result->size() == 1, qPrintable(trace));
 
-        if (mishap == Mishap::Added) {
+        if (damage == Damage::Added) {
             QVERIFY(QFile::remove(large->path(u"www/"_s + other)));
-        } else if (mishap == Mishap::OtherCase) {
+        } else if (damage == Damage::OtherCase) {
             QVERIFY(QFile::rename(large->path(u"www/"_s + other), large->path(onDisk)));
         } else {
             large->write(onDisk, content);
         }
-        // Only folders that are empty again.
+        // Removes folders that are empty again.
         for (QString folder = other; folder.contains(u'/');) {
             folder = folder.section(u'/', 0, -2);
             QDir().rmdir(large->path(u"www/"_s + folder));
         }
     }
-    QCOMPARE(told(verifyIndex(root, index, URL)), QStringList());
+    QCOMPARE(textsOf(Check::verifyIndex(root, index, URL)), QStringList());
 }
 
-void TestVerify::findsWhatHappenedToPages()
+void TestVerify::findsDamagedPages()
 {
     makeLargeTree();
     const QString root = large->path(u"www"_s);
@@ -493,13 +454,13 @@ void TestVerify::findsWhatHappenedToPages()
     const QString icon = large->path(u"www/App3/icon.png"_s);
     QVERIFY(QFile::rename(page, page + u"x"_s));
     QVERIFY(QFile::rename(icon, icon.chopped(8) + u"Icon.png"_s));
-    QCOMPARE(codesOf(verifyIndex(root, index, URL)),
+    QCOMPARE(codesOf(Check::verifyIndex(root, index, URL)),
              (QStringList{u"description-not-found"_s, u"file-other-case"_s, u"file-unnamed"_s}));
     QVERIFY(QFile::rename(page + u"x"_s, page));
     QVERIFY(QFile::rename(icon.chopped(8) + u"Icon.png"_s, icon));
 }
 
-// There are at least 2 to the power of 38 spellings of each path: whoever looks at all of them does not end.
+// Each path has at least 2^38 spellings, too many to try.
 void TestVerify::linksBackThatDifferInCase()
 {
     Published published;

@@ -1,138 +1,89 @@
 #include "check/catalogue.h"
 
-#include "io/csv.h"
-#include "io/platform.h"
-#include "io/projectfile.h"
+#include "io/folderwalk.h"
+#include "io/linktarget.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QStringDecoder>
-#include <QTextStream>
+#include <utility>
 
-#include <filesystem>
-#include <system_error>
+namespace Check {
 
 namespace {
 
-QString jsonProblem(const QStringList &cells, ProjectColumn column)
+/// Walks over a listed path, but not over what is outside the project folder: it may be the whole disk.
+class ListedWalk
 {
-    QJsonParseError error;
-    QJsonDocument::fromJson(cells.at(column).toUtf8(), &error);
-    if (error.error == QJsonParseError::NoError)
-        return {};
-    return QStringLiteral("%1 is not JSON: %2 at byte %3")
-        .arg(columnTitle(column), error.errorString())
-        .arg(error.offset + 1);
-}
+public:
+    ListedWalk(const ProjectTree &projectTree, ListedPath *found) : tree(projectTree), listed(found) { }
 
-// The loading drops every carriage return; here they are still to be seen.
-QStringList loadedCells(QStringList cells)
-{
-    for (QString &cell : cells)
-        cell.remove(QLatin1Char('\r'));
-    return cells;
-}
-
-bool readRows(const QString &projectFile, QList<Row> *rows, QString *error)
-{
-    std::optional<QByteArray> content = readWholeFile(projectFile, LARGEST_CATALOGUE, error);
-    if (!content)
-        return false;
-
-    QTextStream stream(&*content, QIODevice::ReadOnly);
-    QStringList cells;
-    while (readCSVRow(stream, &cells)) {
-        Row row;
-        row.line = static_cast<int>(rows->size()) + 1;
-        row.cells = cells;
-        const QStringList loaded = loadedCells(cells);
-        row.isHeader = loaded.constFirst() == columnTitle(NameColumn);
-        if (!row.isHeader)
-            row.app = appFromCells(loaded);
-        rows->append(row);
+    WalkStep visit(const WalkEntry &entry)
+    {
+        const QString &path = entry.path;
+        switch (entry.kind) {
+        case WalkEntry::File:
+            if (isInside(entry) && !readBeginning(entry.info.filePath(), 0))
+                listed->unreadable.append(path);
+            listed->files.append({path, publishedPath(path)});
+            break;
+        case WalkEntry::Folder:
+            return isInside(entry) ? WalkStep::GoOn : WalkStep::Skip;
+        case WalkEntry::Circle:
+            listed->circles.append(path);
+            return WalkStep::Skip;
+        case WalkEntry::Missing:
+            listed->isMissing = listed->isMissing || entry.isStart;
+            if (!entry.isStart)
+                listed->missing.append(path);
+            break;
+        case WalkEntry::Other:
+            listed->others.append(path);
+            break;
+        case WalkEntry::NotUtf8:
+            // Several names may be the same as far as they can be read; they come one after another.
+            if (listed->notUtf8.isEmpty() || listed->notUtf8.constLast() != path)
+                listed->notUtf8.append(path);
+            break;
+        case WalkEntry::Unreadable:
+            listed->unreadable.append(path);
+            break;
+        }
+        return WalkStep::GoOn;
     }
-    return true;
-}
 
-bool canRead(const QFileInfo &info)
-{
-    return info.isDir() ? info.isReadable() && info.isExecutable() : openProblem(info.filePath()).isEmpty();
-}
-
-/// What lies in a folder and is left out of it without a word.
-void addLeftOut(const QFileInfo &folder, const QDir &project, ListedPath *listed)
-{
-    std::error_code error;
-    std::filesystem::directory_iterator entry(systemPath(folder.filePath()), error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        std::error_code unknown;
-        const std::u8string bytes = entry->path().filename().u8string();
-        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString name = decoder(QByteArray(reinterpret_cast<const char *>(bytes.data()), qsizetype(bytes.size())));
-        const QString path = folder.filePath() + QLatin1Char('/') + name;
-        const QString place = project.relativeFilePath(path);
-        if (name.startsWith(QLatin1Char('.')))
-            continue;
-        if (decoder.hasError())
-            listed->notUtf8.append(place);
-        else if (entry->is_regular_file(unknown) || entry->is_directory(unknown))
-            continue;
-        else if (isCircle(path))
-            listed->circles.append(place);
-        else
-            (QFileInfo::exists(path) ? listed->others : listed->missing).append(place);
+private:
+    bool isInside(const WalkEntry &entry)
+    {
+        const bool isInside = tree.holds(entry.info.filePath());
+        if (!isInside)
+            listed->outside.append(entry.path);
+        else if (isAbsoluteLink(entry.info.filePath()))
+            listed->absoluteLinks.append(entry.path);
+        return isInside;
     }
-    for (QStringList *paths : {&listed->notUtf8, &listed->circles, &listed->others, &listed->missing}) {
-        paths->sort();
-        paths->removeDuplicates();
-    }
-}
 
-ListedPath walk(const QString &path, const ProjectTree &tree)
+    const ProjectTree &tree;
+    ListedPath *listed;
+};
+
+ListedPath walkListed(const QString &path, const ProjectTree &tree)
 {
     ListedPath listed;
     listed.path = path;
-    const QDir folder(tree.path());
-    // What lies outside is reported and not opened: it may be the whole disk.
-    const auto isInside = [&](const QFileInfo &info) {
-        const bool inside = tree.holds(info.filePath());
-        const QString place = folder.relativeFilePath(info.filePath());
-        if (!inside) {
-            listed.outside.append(place);
-            return false;
-        }
-        if (isAbsoluteLink(info.filePath()))
-            listed.absoluteLinks.append(place);
-        if (!canRead(info))
-            listed.unreadable.append(place);
-        return true;
-    };
-    WalkVisitor visitor;
-    visitor.file = [&](const QFileInfo &info, const QString &relativePath) {
-        isInside(info);
-        listed.files.append({folder.relativeFilePath(info.filePath()), relativePath});
-    };
-    visitor.enters = [&](const QFileInfo &info) {
-        const bool circle = isCircle(info.filePath());
-        if (circle)
-            listed.circles.append(folder.relativeFilePath(info.filePath()));
-        const bool isEntered = !circle && isInside(info);
-        if (isEntered)
-            addLeftOut(info, folder, &listed);
-        return isEntered;
-    };
-    visitor.neither = [&](const QFileInfo &info) {
-        if (isCircle(info.filePath()))
-            listed.circles.append(folder.relativeFilePath(info.filePath()));
-        else if (info.filePath() == tree.path(path))
-            (info.exists() ? listed.isOther : listed.isMissing) = true;
-    };
-    walkListedPath(path, tree.path(), visitor);
+    ListedWalk listedWalk(tree, &listed);
+    walk(path, tree.path(), [&](const WalkEntry &entry) { return listedWalk.visit(entry); });
     return listed;
+}
+
+void addFiles(Row *row, const ProjectTree &tree)
+{
+    for (const QString &path : std::as_const(row->app->files))
+        row->listed.append(walkListed(path, tree));
+    const QMap<QString, QString> &descriptions = row->app->descriptions;
+    for (auto entry = descriptions.cbegin(); entry != descriptions.cend(); ++entry) {
+        const auto page = tree.isOutside(entry.value()) ? std::nullopt : readPage(tree.path(), entry.value());
+        row->descriptions.append({entry.key(), entry.value(), page.has_value(), page.value_or(Page())});
+    }
 }
 
 } // namespace
@@ -159,45 +110,20 @@ QStringList Row::publishedFiles() const
     return paths;
 }
 
-std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *error)
+FileResult<Catalogue> readCatalogue(const QString &projectFile)
 {
-    Catalogue catalogue{projectFile, ProjectTree(QFileInfo(projectFile).absoluteDir().canonicalPath()), {}};
-    if (!readRows(projectFile, &catalogue.rows, error))
-        return std::nullopt;
+    Catalogue catalogue{projectFile, ProjectTree(projectFolder(projectFile)), {}};
+    const auto read = readProjectLines(projectFile, [&](ProjectLine &&line) {
+        catalogue.rows.append(Row{std::move(line), {}, {}});
+        return true;
+    });
+    if (!read)
+        return read.error();
     for (Row &row : catalogue.rows) {
-        if (!row.app)
-            continue;
-        const AppConfig &app = *row.app;
-        for (const QString &path : app.files)
-            row.listed.append(walk(path, catalogue.tree));
-        for (auto entry = app.descriptions.cbegin(); entry != app.descriptions.cend(); ++entry) {
-            const QString &path = entry.value();
-            row.descriptions.append(
-                {entry.key(), path,
-                 catalogue.tree.isOutside(path) ? std::nullopt : readPage(catalogue.tree.path(path))});
-        }
+        if (row.app)
+            addFiles(&row, catalogue.tree);
     }
     return catalogue;
 }
 
-QString rowProblem(const QStringList &cells)
-{
-    const QStringList loaded = loadedCells(cells);
-    if (loaded.size() < REQUIRED_COLUMNS)
-        return QStringLiteral("%1 of at least %2 cells").arg(loaded.size()).arg(REQUIRED_COLUMNS);
-    const QString problem = jsonProblem(loaded, NameColumn);
-    return problem.isEmpty() ? jsonProblem(loaded, DescriptionColumn) : problem;
-}
-
-QString loadProblem(const QString &projectFile)
-{
-    QList<Row> rows;
-    QString error;
-    if (!readRows(projectFile, &rows, &error))
-        return error;
-    for (const Row &row : std::as_const(rows)) {
-        if (!row.isHeader && !row.app)
-            return QStringLiteral("%1:%2: ").arg(projectFile, QString::number(row.line)) + rowProblem(row.cells);
-    }
-    return {};
-}
+} // namespace Check

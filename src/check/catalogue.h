@@ -2,7 +2,8 @@
 
 #include "check/page.h"
 #include "check/projecttree.h"
-#include "model/appconfig.h"
+#include "io/fileresult.h"
+#include "io/projectfile.h"
 
 #include <QList>
 #include <QString>
@@ -10,27 +11,28 @@
 
 #include <optional>
 
+namespace Check {
+
 /// A file as it is published.
 struct PublishedFile
 {
-    QString onDisk; ///< relative to the project folder, as it is called there
-    QString path; ///< as it stands in URLs and destinations
+    QString onDisk; ///< its name on the disk, relative to the project folder
+    QString path; ///< in URLs and destinations
 };
 
-/// What the walk over one listed path met.
+/// What was found under a listed path.
 struct ListedPath
 {
     QString path; ///< as listed
     QList<PublishedFile> files;
-    QStringList circles; ///< links that lead back; they are not followed here
-    QStringList outside; ///< where the project folder is left
+    QStringList circles; ///< links that lead back; they are not followed
+    QStringList outside; ///< paths that leave the project folder
     QStringList unreadable;
-    QStringList absoluteLinks; ///< that lead to a place in the project folder
-    QStringList missing; ///< links that lead nowhere, in folders
-    QStringList others; ///< neither files nor folders, in folders
-    QStringList notUtf8; ///< names that are not published, with what could be read of them
+    QStringList absoluteLinks; ///< links with an absolute target in the project folder
+    QStringList missing; ///< links that lead nowhere, in listed folders
+    QStringList others; ///< neither files nor folders
+    QStringList notUtf8; ///< names that are not published, as far as they could be read
     bool isMissing = false;
-    bool isOther = false; ///< exists, and is neither file nor folder
 };
 
 /// A description.
@@ -38,30 +40,27 @@ struct DescriptionFile
 {
     QString language;
     QString path;
-    std::optional<Page> page; ///< nothing when it cannot be read, or is outside of the project folder
+    bool isRead = false; ///< not when it cannot be read, or is outside the project folder
+    Page page;
 };
 
-/// A line of the project file.
-struct Row
+/// A line of the project file, with what its app names.
+struct Row : ProjectLine
 {
-    int line = 0;
-    QStringList cells; ///< as they stand
-    std::optional<AppConfig> app; ///< nothing when the line cannot be understood
-    bool isHeader = false; ///< or is skipped like one
     QList<ListedPath> listed;
     QList<DescriptionFile> descriptions;
 
-    /// The name that the editor lists the app by, or another one of its names.
+    /// The name in the default language, or else another one.
     [[nodiscard]] QString name() const;
 
     /// The paths of the icon and of the descriptions.
     [[nodiscard]] QStringList pages() const;
 
-    /// The paths of the files that are published, as they are called on the disk.
+    /// The paths of the published files on the disk.
     [[nodiscard]] QStringList publishedFiles() const;
 };
 
-/// Everything that the rules look at, read once.
+/// Everything that the rules look at.
 struct Catalogue
 {
     QString projectFile;
@@ -69,13 +68,7 @@ struct Catalogue
     QList<Row> rows;
 };
 
-/// Reads a project file, all of its lines, and walks over what the apps list. Nothing when it cannot be read to its
-/// end; the error then says why.
-[[nodiscard]] std::optional<Catalogue> readCatalogue(const QString &projectFile, QString *error);
+/// Reads a project file, malformed lines too, and walks over what the apps list.
+[[nodiscard]] FileResult<Catalogue> readCatalogue(const QString &projectFile);
 
-/// Why a line cannot be understood; empty when it can. Names the column and the place in it.
-[[nodiscard]] QString rowProblem(const QStringList &cells);
-
-/// The first line of a project file that cannot be understood, as "FILE:LINE: WHY", or why the file cannot be read.
-/// Empty when there is no such thing.
-[[nodiscard]] QString loadProblem(const QString &projectFile);
+} // namespace Check

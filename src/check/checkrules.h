@@ -1,9 +1,15 @@
 #pragma once
 
 #include "check/finding.h"
+#include "io/fileresult.h"
 
-/// What is wrong with a catalogue, before anybody downloads it; in the order of the lines, what concerns no line last.
-[[nodiscard]] CheckResult checkCatalogue(const QString &projectFile);
+namespace Check {
 
-/// Every code that checkCatalogue can report.
-[[nodiscard]] QList<KnownCode> checkCodes();
+/// What is wrong with a catalogue; in the order of the lines, what concerns no line last.
+/// An error when the project file cannot be read.
+[[nodiscard]] FileResult<QList<Finding>> checkCatalogue(const QString &projectFile);
+
+/// The rules of checkCatalogue().
+[[nodiscard]] QList<Rule> checkRules();
+
+} // namespace Check

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <array>
 
+namespace Check {
+
 namespace {
 
 QStringList stylePictures(const QString &style)
@@ -51,7 +53,7 @@ bool isSource(const QString &tag, const QString &attribute)
                        [&](const Source &source) { return source.tag == tag && source.attribute == attribute; });
 }
 
-QStringList pictures(const QString &html)
+QStringList pictureSources(const QString &html)
 {
     QStringList found;
     HtmlReader reader(html);
@@ -72,19 +74,8 @@ QStringList pictures(const QString &html)
     return found;
 }
 
-} // namespace
-
-std::optional<Page> readPage(const QString &path)
-{
-    const std::optional<QByteArray> content = readWholeFile(path, LARGEST_DESCRIPTION);
-    if (!content)
-        return std::nullopt;
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString html = decoder(*content);
-    return Page{!decoder.hasError(), pictures(html)};
-}
-
-std::optional<QString> pictureFile(const QString &pagePath, const QString &source)
+/// Where a picture of a page is in the project.
+std::optional<QString> picturePath(const QString &pagePath, const QString &source)
 {
     static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*:"));
     if (source.startsWith(QLatin1String("data:"), Qt::CaseInsensitive))
@@ -92,8 +83,26 @@ std::optional<QString> pictureFile(const QString &pagePath, const QString &sourc
     const QString named = source.section(QLatin1Char('#'), 0, 0).section(QLatin1Char('?'), 0, 0);
     const QString decoded = QUrl::fromPercentEncoding(named.toUtf8());
     const QString path = QDir::cleanPath(QFileInfo(pagePath).path() + QLatin1Char('/') + decoded);
-    // What is not absolute as written may be so when it is decoded and cleaned.
+    // A path may become absolute only by being decoded and cleaned.
     if (isAbsolutePath(source) || isAbsolutePath(path) || scheme.match(source).hasMatch() || climbsOut(path))
         return std::nullopt;
     return path;
 }
+
+} // namespace
+
+std::optional<Page> readPage(const QString &projectFolder, const QString &path)
+{
+    const auto content = readWholeFile(projectFolder + QLatin1Char('/') + path, LARGEST_DESCRIPTION);
+    if (!content)
+        return std::nullopt;
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString html = decoder(*content);
+    Page page{!decoder.hasError(), {}};
+    const QStringList sources = pictureSources(html);
+    for (const QString &source : sources)
+        page.pictures.append({source, picturePath(path, source)});
+    return page;
+}
+
+} // namespace Check

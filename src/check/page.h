@@ -1,20 +1,27 @@
 #pragma once
 
+#include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <optional>
 
-/// What counts of an HTML file.
+namespace Check {
+
+struct Picture
+{
+    QString source; ///< as written in the page
+    /// In the project; nothing when the picture is loaded from elsewhere, empty when the source is the picture itself.
+    std::optional<QString> path;
+};
+
+/// What is checked of an HTML file.
 struct Page
 {
     bool isUtf8 = true;
-    QStringList pictures; ///< where they are loaded from, as the file says
+    QList<Picture> pictures;
 };
 
-/// Nothing when there is no such file, or when it cannot be read.
-[[nodiscard]] std::optional<Page> readPage(const QString &path);
+/// Reads a page by its path in the project; nothing when it cannot be read.
+[[nodiscard]] std::optional<Page> readPage(const QString &projectFolder, const QString &path);
 
-/// The file in the project that a page means by the source of a picture; nothing when it is loaded from elsewhere.
-/// A picture that lies in the page itself has an empty path.
-[[nodiscard]] std::optional<QString> pictureFile(const QString &pagePath, const QString &source);
+} // namespace Check

@@ -1,37 +1,32 @@
 #include "check/projecttree.h"
 
-#include "io/platform.h"
+#include "io/folderwalk.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QRegularExpression>
 
-#include <filesystem>
-#include <system_error>
+#include <algorithm>
+#include <functional>
 #include <utility>
+
+namespace Check {
 
 namespace {
 
 constexpr QLatin1Char SLASH('/');
 
-void appendUnused(const QString &folder, const QString &prefix, const QSet<QString> &used,
-                  const QSet<QString> &usedFolders, QStringList *found)
+/// Whether there is a file in a folder or below it. Links are not followed.
+bool holdsFiles(const QString &folder)
 {
-    const QFileInfoList entries =
-        QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo &entry : entries) {
-        const QString path = prefix + entry.fileName();
-        const bool isLink = entry.isSymLink();
-        if (used.contains(path) || (isLink && usedFolders.contains(path)))
-            continue;
-        if (isLink || !entry.isDir())
-            found->append(path);
-        else if (usedFolders.contains(path))
-            appendUnused(entry.filePath(), path + SLASH, used, usedFolders, found);
-        else if (QDirIterator(entry.filePath(), QDir::Files, QDirIterator::Subdirectories).hasNext())
-            found->append(path + SLASH);
-    }
+    bool hasFile = false;
+    walk({}, folder, [&hasFile](const WalkEntry &entry) {
+        hasFile = hasFile || entry.kind == WalkEntry::File;
+        if (hasFile)
+            return WalkStep::Stop;
+        return entry.isLink && !entry.isStart ? WalkStep::Skip : WalkStep::GoOn;
+    });
+    return hasFile;
 }
 
 } // namespace
@@ -49,11 +44,14 @@ const ProjectTree::Names &ProjectTree::names(const QString &folder) const
     if (found != known.constEnd())
         return *found;
     Names listed;
-    constexpr QDir::Filters ALL = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    const QStringList entries = holds(folder) ? QDir(folder).entryList(ALL, QDir::Name) : QStringList();
-    for (const QString &entry : entries) {
-        listed.exact.insert(entry);
-        listed.folded.insert(entry.toCaseFolded(), entry);
+    const auto entries = holds(folder) ? listFolder(folder) : FileResult<QList<FolderName>>();
+    if (entries) {
+        for (const FolderName &entry : *entries) {
+            if (!entry.isUtf8)
+                continue;
+            listed.exact.insert(entry.name);
+            listed.folded.insert(entry.name.toCaseFolded(), entry.name);
+        }
     }
     return *known.insert(folder, listed);
 }
@@ -65,8 +63,8 @@ QString ProjectTree::spelling(const QString &relative) const
         return QFileInfo::exists(path(relative)) ? relative : QString();
 
     QSet<std::pair<QString, qsizetype>> deadEnds;
-    const QString spelt = spelling(cleaned.split(SLASH), {}, &deadEnds);
-    return spelt == cleaned ? relative : spelt;
+    const QString spelled = spelling(cleaned.split(SLASH), {}, &deadEnds);
+    return spelled == cleaned ? relative : spelled;
 }
 
 QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
@@ -76,7 +74,7 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
         return folder;
     const QString &part = parts.constFirst();
     const QString place = folder.isEmpty() ? root : path(folder);
-    // Most paths have no dead end, and then nothing is asked of the disk for this.
+    // Computed only when it is needed, as it asks the disk.
     const auto here = [&] { return std::pair(canonical(place), parts.size()); };
     if (!deadEnds->isEmpty() && deadEnds->contains(here()))
         return {};
@@ -84,7 +82,8 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
     {
         const Names &there = names(place);
         candidates = there.folded.values(part.toCaseFolded());
-        // A folder that may be passed but not listed shows no names, nor does one outside.
+        std::sort(candidates.begin(), candidates.end(), std::greater<>());
+        // A folder that cannot be listed shows no names, but its files may exist.
         const bool isHere = there.exact.contains(part) || part == QLatin1String(".")
                             || (there.exact.isEmpty() && QFileInfo::exists(place + SLASH + part));
         candidates.removeOne(part);
@@ -100,7 +99,7 @@ QString ProjectTree::spelling(const QStringList &parts, const QString &folder,
     return {};
 }
 
-// The system would follow every folder on the way again for each of its files.
+// Canonical folders are remembered, so that the system need not follow their links again for each file.
 QString ProjectTree::canonical(const QString &path) const
 {
     const QFileInfo info(path);
@@ -147,7 +146,22 @@ QStringList ProjectTree::unused(const QSet<QString> &used) const
         }
     }
     QStringList found;
-    appendUnused(root, {}, used, usedFolders, &found);
+    walk({}, root, [&](const WalkEntry &entry) {
+        const QString &path = entry.path;
+        if (entry.isStart)
+            return WalkStep::GoOn;
+        const bool isUsedFolder = usedFolders.contains(path);
+        if (used.contains(path) || (entry.isLink && isUsedFolder))
+            return WalkStep::Skip;
+        if (isUsedFolder)
+            return WalkStep::GoOn;
+        if (entry.kind == WalkEntry::File || (entry.isLink && entry.info.isDir()))
+            found.append(path);
+        else if (entry.kind == WalkEntry::Folder && holdsFiles(entry.info.filePath()))
+            found.append(path + SLASH);
+        return WalkStep::Skip;
+    });
+    found.sort();
     return found;
 }
 
@@ -169,29 +183,4 @@ bool isCutInUrl(const QString &path)
     return path.contains(cut);
 }
 
-bool isCircle(const QString &path)
-{
-    const QFileInfo info(path);
-    if (!info.isSymLink())
-        return false;
-    if (!info.exists()) {
-        std::error_code error;
-        (void)std::filesystem::status(systemPath(path), error);
-        return error == std::errc::too_many_symbolic_link_levels;
-    }
-    const QString target = info.canonicalFilePath();
-    for (QString above = info.path(); above.size() > 1; above = QFileInfo(above).path()) {
-        if (QFileInfo(above).canonicalFilePath() == target)
-            return true;
-    }
-    return false;
-}
-
-bool isAbsoluteLink(const QString &path)
-{
-    const QFileInfo info(path);
-    if (!info.isSymLink())
-        return false;
-    std::error_code error;
-    return std::filesystem::read_symlink(systemPath(path), error).is_absolute();
-}
+} // namespace Check

@@ -9,15 +9,11 @@
 
 #include <algorithm>
 
+namespace Check {
+
 namespace {
 
 constexpr qsizetype NAMES_SHOWN = 3; // besides the default one
-
-/// The cell as a version is read from it.
-QString versionCell(const Row &row, ProjectColumn column)
-{
-    return row.cells.value(column).remove(QLatin1Char('"')).remove(QLatin1Char('\r'));
-}
 
 bool isWhollyVersion(const QString &text)
 {
@@ -31,53 +27,40 @@ QString defaultName(const AppConfig &app)
     return app.names.value(DEFAULT_LANGUAGE).trimmed();
 }
 
-struct HardwareIds
+struct HardwareId
 {
-    QStringList unclear;
-    QList<qint32> ids; ///< the rest, in their order
+    QString text; ///< in the cell
+    qint32 value; ///< that the text is read as
 };
 
-HardwareIds hardwareIds(const Row &row)
+/// None where the cell is empty, although that is read as 0.
+QList<HardwareId> hardwareIds(const Row &row)
 {
-    HardwareIds read;
-    const QString cell = QString(row.cells.value(HardwareColumn)).remove(QLatin1Char('\r'));
+    QList<HardwareId> ids;
+    const QString cell = row.cells.value(HardwareColumn);
     if (cell.trimmed().isEmpty())
-        return read;
-    const QStringList parts = cell.split(QLatin1Char(','));
-    for (const QString &part : parts) {
-        bool isNumber = false;
-        const qint32 id = part.toInt(&isNumber);
-        if (isNumber)
-            read.ids.append(id);
-        else
-            read.unclear.append(part);
-    }
-    return read;
+        return ids;
+    const QStringList texts = cell.split(QLatin1Char(','));
+    for (qsizetype i = 0; i < texts.size(); ++i)
+        ids.append({texts.at(i), row.app->hardware.at(i)});
+    return ids;
 }
 
-} // namespace
-
-bool isLanguageCode(const QString &text)
+/// Whether the text is no number, and so is read as 0.
+bool isUnclear(const HardwareId &id)
 {
-    static const QRegularExpression code(QStringLiteral("\\A[a-z]{2}\\z"));
-    return code.match(text).hasMatch();
+    bool isNumber = false;
+    (void)id.text.toInt(&isNumber);
+    return !isNumber;
 }
 
-bool isOfferedLanguage(const QString &code)
-{
-    return std::any_of(LANGUAGES.cbegin(), LANGUAGES.cend(),
-                       [&code](const char *language) { return code == QLatin1String(language); });
-}
-
-namespace FactRules {
-
-void nameMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void nameMissing(const Row &row, const Report &report)
 {
     if (defaultName(*row.app).isEmpty())
         reportAt(row, report);
 }
 
-void nameCode(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void nameCode(const Row &row, const Report &report)
 {
     const QStringList codes = row.app->names.keys();
     for (const QString &code : codes) {
@@ -86,7 +69,7 @@ void nameCode(const Catalogue & /*catalogue*/, const Row &row, const Report &rep
     }
 }
 
-void nameNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void nameNotOffered(const Row &row, const Report &report)
 {
     const QStringList codes = row.app->names.keys();
     for (const QString &code : codes) {
@@ -95,7 +78,7 @@ void nameNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Repor
     }
 }
 
-void namesTooMany(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void namesTooMany(const Row &row, const Report &report)
 {
     QStringList codes = row.app->names.keys();
     codes.removeOne(DEFAULT_LANGUAGE);
@@ -113,37 +96,37 @@ void nameTwice(const Catalogue &catalogue, const Report &report)
         if (lines.contains(name))
             reportAt(row, report, {QString::number(lines.value(name))});
         else
-            lines.insert(name, row.line);
+            lines.insert(name, row.number);
     }
 }
 
-void versionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void versionMissing(const Row &row, const Report &report)
 {
-    if (versionCell(row, VersionColumn).trimmed().isEmpty())
+    if (versionText(row.cells.value(VersionColumn)).trimmed().isEmpty())
         reportAt(row, report);
 }
 
-void versionUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void versionUnclear(const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, VersionColumn);
+    const QString text = versionText(row.cells.value(VersionColumn));
     if (!text.trimmed().isEmpty() && !isWhollyVersion(text))
         reportAt(row, report, {text, row.app->version.toString()});
 }
 
-void dateMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void dateMissing(const Row &row, const Report &report)
 {
     if (row.cells.value(DateColumn).trimmed().isEmpty())
         reportAt(row, report);
 }
 
-void dateUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void dateUnclear(const Row &row, const Report &report)
 {
     const QString text = row.cells.value(DateColumn).trimmed();
     if (!text.isEmpty() && !row.app->date.isValid())
         reportAt(row, report, {text});
 }
 
-void dateForm(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void dateForm(const Row &row, const Report &report)
 {
     const QString text = row.cells.value(DateColumn).trimmed();
     const QString usual = row.app->date.toString(QString(DATE_FORMAT));
@@ -151,52 +134,107 @@ void dateForm(const Catalogue & /*catalogue*/, const Row &row, const Report &rep
         reportAt(row, report, {text, usual});
 }
 
-void minVersionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void minVersionMissing(const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, MinVersionColumn);
+    const QString text = versionText(row.cells.value(MinVersionColumn));
     if (text.trimmed().isEmpty() || (isWhollyVersion(text) && row.app->minTxVersion.normalized().isNull()))
         reportAt(row, report);
 }
 
-void minVersionUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void minVersionUnclear(const Row &row, const Report &report)
 {
-    const QString text = versionCell(row, MinVersionColumn);
+    const QString text = versionText(row.cells.value(MinVersionColumn));
     if (!text.trimmed().isEmpty() && (!isWhollyVersion(text) || row.app->minTxVersion.segmentCount() != 2))
         reportAt(row, report, {text, firmwareText(row.app->minTxVersion)});
 }
 
-void hardwareMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void hardwareMissing(const Row &row, const Report &report)
 {
-    const HardwareIds read = hardwareIds(row);
-    if (read.ids.isEmpty() && read.unclear.isEmpty())
+    if (hardwareIds(row).isEmpty())
         reportAt(row, report);
 }
 
-void hardwareUnclear(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void hardwareUnclear(const Row &row, const Report &report)
 {
-    const QStringList unclear = hardwareIds(row).unclear;
-    for (const QString &part : unclear)
-        reportAt(row, report, {part});
-}
-
-void hardwareUnknown(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    const QList<qint32> ids = hardwareIds(row).ids;
-    for (const qint32 id : ids) {
-        if (std::find(TX_IDS.cbegin(), TX_IDS.cend(), id) == TX_IDS.cend())
-            reportAt(row, report, {QString::number(id)});
+    const QList<HardwareId> ids = hardwareIds(row);
+    for (const HardwareId &id : ids) {
+        if (isUnclear(id))
+            reportAt(row, report, {id.text});
     }
 }
 
-void hardwareTwice(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void hardwareUnknown(const Row &row, const Report &report)
+{
+    const QList<HardwareId> ids = hardwareIds(row);
+    for (const HardwareId &id : ids) {
+        if (!isUnclear(id) && std::find(TX_IDS.cbegin(), TX_IDS.cend(), id.value) == TX_IDS.cend())
+            reportAt(row, report, {QString::number(id.value)});
+    }
+}
+
+void hardwareTwice(const Row &row, const Report &report)
 {
     QSet<qint32> seen;
-    const QList<qint32> ids = hardwareIds(row).ids;
-    for (const qint32 id : ids) {
-        if (seen.contains(id))
-            reportAt(row, report, {QString::number(id)});
-        seen.insert(id);
+    const QList<HardwareId> ids = hardwareIds(row);
+    for (const HardwareId &id : ids) {
+        if (isUnclear(id))
+            continue;
+        if (seen.contains(id.value))
+            reportAt(row, report, {QString::number(id.value)});
+        seen.insert(id.value);
     }
 }
 
-} // namespace FactRules
+} // namespace
+
+bool isLanguageCode(const QString &text)
+{
+    static const QRegularExpression code(QStringLiteral("\\A[a-z]{2}\\z"));
+    return code.match(text).hasMatch();
+}
+
+bool isOfferedLanguage(const QString &code)
+{
+    return std::any_of(LANGUAGES.cbegin(), LANGUAGES.cend(),
+                       [&code](const char *language) { return code == QLatin1String(language); });
+}
+
+QList<Rule> factRules()
+{
+    using enum Severity;
+    return {
+        {"name-missing", Error, "The app has no name in \"en\", the default language: add it.", inEachApp<nameMissing>},
+        {"name-code", Error, "The language code \"%1\" of a name is not two lower-case letters: correct it.",
+         inEachApp<nameCode>},
+        {"name-not-offered", Warning,
+         "The editor does not offer the language \"%1\" of a name, and Apply would store another one: choose one that "
+         "it offers.",
+         inEachApp<nameNotOffered>},
+        {"name-too-many", Warning,
+         "The editor shows \"en\" and three other names, and Apply would drop the one in \"%1\": remove a name.",
+         inEachApp<namesTooMany>},
+        {"name-twice", Warning, "The app in line %1 has the same name: rename one of them.", nameTwice},
+        {"version-missing", Error, "The app has no version: add one.", inEachApp<versionMissing>},
+        {"version-unclear", Error, "The version \"%1\" is read as \"%2\": write it as numbers with dots.",
+         inEachApp<versionUnclear>},
+        {"date-missing", Warning, "The app has no publication date: add one.", inEachApp<dateMissing>},
+        {"date-unclear", Error, "The date \"%1\" cannot be read: write it as day-month-year, like 05-03-2024.",
+         inEachApp<dateUnclear>},
+        {"date-form", Note, "The date \"%1\" may be read differently elsewhere: write it as %2.", inEachApp<dateForm>},
+        {"min-version-missing", Note,
+         "The app has no minimum transmitter version: set it, unless every version will do.",
+         inEachApp<minVersionMissing>},
+        {"min-version-unclear", Error,
+         "The minimum transmitter version \"%1\" is read as %2: write it as two numbers with a dot.",
+         inEachApp<minVersionUnclear>},
+        {"hardware-missing", Error, "The app runs on no transmitter: choose those that it runs on.",
+         inEachApp<hardwareMissing>},
+        {"hardware-unclear", Error, "The transmitter id \"%1\" is not a number and is read as 0: correct it.",
+         inEachApp<hardwareUnclear>},
+        {"hardware-unknown", Error, "No known transmitter has the id %1: correct it.", inEachApp<hardwareUnknown>},
+        {"hardware-twice", Warning, "The transmitter id %1 is listed more than once: list it once.",
+         inEachApp<hardwareTwice>},
+    };
+}
+
+} // namespace Check

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace Check {
+
 namespace {
 
 constexpr QLatin1Char SEPARATOR(';');
@@ -20,7 +22,7 @@ bool isObject(const QString &cell)
     return QJsonDocument::fromJson(cell.toUtf8()).isObject();
 }
 
-bool isBlank(const QStringList &cells)
+bool isEmpty(const QStringList &cells)
 {
     return cells.join(QString()).trimmed().isEmpty();
 }
@@ -30,7 +32,7 @@ bool isWhole(const QStringList &cells)
     return cells.size() == COLUMN_COUNT && isObject(cells.constFirst()) && isObject(cells.at(DescriptionColumn));
 }
 
-/// The cells with those from a position on made one again, as they were before a ";" in a text came between.
+/// The cells as they were before a ";" in the text of the one at a position split it.
 QStringList joinedAt(const QStringList &cells, qsizetype position)
 {
     const qsizetype count = cells.size() - COLUMN_COUNT + 1;
@@ -38,10 +40,10 @@ QStringList joinedAt(const QStringList &cells, qsizetype position)
            + cells.mid(position + count);
 }
 
-/// The column of a text that was torn apart so that the line cannot be understood any more.
-QString tornColumn(const Row &row)
+/// The column whose text was split by a ";", so that the line became malformed.
+QString splitColumn(const Row &row)
 {
-    if (row.isHeader || row.app || row.cells.size() <= COLUMN_COUNT)
+    if (row.problem.isEmpty() || row.cells.size() <= COLUMN_COUNT)
         return {};
     for (const ProjectColumn column : {NameColumn, AuthorColumn, DescriptionColumn}) {
         if (isWhole(joinedAt(row.cells, column)))
@@ -66,16 +68,12 @@ QString columnWithSemicolon(const AppConfig &app)
 
 bool isBrokenOver(const Row &row, const Row &next)
 {
-    if (row.cells.size() >= COLUMN_COUNT || isBlank(row.cells) || isBlank(next.cells) || (row.app && next.app))
+    if (row.cells.size() >= COLUMN_COUNT || isEmpty(row.cells) || isEmpty(next.cells) || (row.app && next.app))
         return false;
     const QStringList joined = row.cells.mid(0, row.cells.size() - 1)
                                + QStringList{row.cells.constLast() + next.cells.constFirst()} + next.cells.mid(1);
     return isWhole(joined);
 }
-
-} // namespace
-
-namespace LineRules {
 
 void headerMissing(const Catalogue &catalogue, const Report &report)
 {
@@ -87,67 +85,55 @@ void headerDiffers(const Catalogue &catalogue, const Report &report)
 {
     if (catalogue.rows.isEmpty() || !catalogue.rows.constFirst().isHeader)
         return;
-    if (catalogue.rows.constFirst().cells.join(SEPARATOR) != header())
-        report.add({}, 1, {header()});
+    const Row &first = catalogue.rows.constFirst();
+    if (first.hasCarriageReturn || first.cells.join(SEPARATOR) != header())
+        report.add({}, 1, {header(), first.cells.join(SEPARATOR)});
 }
 
-void headerAgain(const Catalogue &catalogue, const Report &report)
+void headerAgain(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        if (row.isHeader && row.line > 1)
-            reportAt(row, report);
-    }
+    if (row.isHeader && row.number > 1)
+        reportAt(row, report);
 }
 
-void tooShort(const Catalogue &catalogue, const Report &report)
+void tooShort(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && row.cells.size() < REQUIRED_COLUMNS)
-            reportAt(row, report, {rowProblem(row.cells)});
-    }
+    if (!row.problem.isEmpty() && row.cells.size() < REQUIRED_COLUMNS)
+        reportAt(row, report, {row.problem});
 }
 
-void tooLong(const Catalogue &catalogue, const Report &report)
+void tooLong(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && row.cells.size() > COLUMN_COUNT)
-            reportAt(row, report, {QString::number(row.cells.size()), row.cells.mid(COLUMN_COUNT).join(SEPARATOR)});
-    }
+    if (!row.isHeader && row.cells.size() > COLUMN_COUNT)
+        reportAt(row, report, {QString::number(row.cells.size()), row.cells.mid(COLUMN_COUNT).join(SEPARATOR)});
 }
 
-void notJson(const Catalogue &catalogue, const Report &report)
+void notJson(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        if (!row.isHeader && !row.app && row.cells.size() >= REQUIRED_COLUMNS)
-            reportAt(row, report, {rowProblem(row.cells)});
-    }
+    if (!row.problem.isEmpty() && row.cells.size() >= REQUIRED_COLUMNS)
+        reportAt(row, report, {row.problem});
 }
 
-void semicolon(const Catalogue &catalogue, const Report &report)
+void semicolon(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        const QString column = row.app ? columnWithSemicolon(*row.app) : tornColumn(row);
-        if (!column.isEmpty())
-            reportAt(row, report, {column});
-    }
+    const QString column = row.app ? columnWithSemicolon(*row.app) : splitColumn(row);
+    if (!column.isEmpty())
+        reportAt(row, report, {column});
 }
 
 void lineBreak(const Catalogue &catalogue, const Report &report)
 {
     for (qsizetype i = 0; i < catalogue.rows.size(); ++i) {
         const Row &row = catalogue.rows.at(i);
-        const bool isInside = row.cells.join(SEPARATOR).contains(QLatin1Char('\r'));
-        if (isInside || (i + 1 < catalogue.rows.size() && isBrokenOver(row, catalogue.rows.at(i + 1))))
+        if (row.hasCarriageReturn || (i + 1 < catalogue.rows.size() && isBrokenOver(row, catalogue.rows.at(i + 1))))
             reportAt(row, report);
     }
 }
 
-void encoding(const Catalogue &catalogue, const Report &report)
+void encoding(const Row &row, const Report &report)
 {
-    for (const Row &row : catalogue.rows) {
-        if (row.cells.join(SEPARATOR).contains(QChar(QChar::ReplacementCharacter)))
-            reportAt(row, report);
-    }
+    if (row.cells.join(SEPARATOR).contains(QChar(QChar::ReplacementCharacter)))
+        reportAt(row, report);
 }
 
 void noApps(const Catalogue &catalogue, const Report &report)
@@ -158,4 +144,33 @@ void noApps(const Catalogue &catalogue, const Report &report)
         report.add({}, 0);
 }
 
-} // namespace LineRules
+} // namespace
+
+QList<Rule> lineRules()
+{
+    using enum Severity;
+    return {
+        {"header-missing", Warning, "The header is missing: begin the file with \"%1\".", headerMissing},
+        {"header-differs", Warning,
+         "The header is \"%2\", not \"%1\": write it so; the columns are read in that order whatever it says.",
+         headerDiffers},
+        {"header-again", Warning,
+         "The line begins with the cell NAME, so it is skipped like a header: remove it, or name the app.",
+         inEachLine<headerAgain>},
+        {"row-too-short", Error, "%1, and the catalogue does not open with it: complete it or remove it.",
+         inEachLine<tooShort>},
+        {"row-not-json", Error, "%1, and the catalogue does not open with it: correct the cell.", inEachLine<notJson>},
+        {"row-too-long", Error,
+         "The line has %1 cells, but there are only 9 columns, and \"%2\" is dropped: remove each \";\" from the "
+         "texts.",
+         inEachLine<tooLong>},
+        {"text-semicolon", Error, "%1 contains a \";\", which ends the cell when the catalogue is read: remove it.",
+         inEachLine<semicolon>},
+        {"text-line-break", Error, "A text contains a line break, which ends the line or is dropped: remove it.",
+         lineBreak},
+        {"text-not-utf8", Error, "A letter could not be read: save the file as UTF-8.", inEachLine<encoding>},
+        {"no-apps", Warning, "The catalogue has no apps: add one.", noApps},
+    };
+}
+
+} // namespace Check

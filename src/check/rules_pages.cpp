@@ -1,16 +1,17 @@
 #include "check/rules.h"
 
-#include "io/platform.h"
+#include "io/wholefile.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <array>
 
+namespace Check {
+
 namespace {
 
-/// Whether it is no file, under this path or in another case.
+/// Whether there is no such file, not even in another case.
 bool isNowhere(const ProjectTree &tree, const QString &path)
 {
     return !isAbsolutePath(path) && !QFileInfo(tree.path(path)).isFile()
@@ -24,11 +25,11 @@ bool hasOfferedEnding(const QString &path)
     });
 }
 
-/// Whether a file begins as its ending promises; one that cannot be opened does.
+/// Whether a file begins like the kind of picture that its ending says; true when it cannot be opened.
 bool beginsLikePicture(const QString &path)
 {
-    QFile file(path);
-    if (!openRegularFile(&file).isEmpty())
+    const auto begin = readBeginning(path, 8);
+    if (!begin)
         return true;
     struct Kind
     {
@@ -41,17 +42,12 @@ bool beginsLikePicture(const QString &path)
         {QLatin1String(".png"), "\x89PNG\r\n\x1a\n"},
         {QLatin1String(".gif"), "GIF8"},
     }};
-    const QByteArray begin = file.read(8);
     return std::any_of(kinds.cbegin(), kinds.cend(), [&](const Kind &kind) {
-        return path.endsWith(kind.ending, Qt::CaseInsensitive) && begin.startsWith(kind.begin);
+        return path.endsWith(kind.ending, Qt::CaseInsensitive) && begin->startsWith(kind.begin);
     });
 }
 
-} // namespace
-
-namespace PageRules {
-
-void iconMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void iconMissing(const Row &row, const Report &report)
 {
     if (row.app->icon.isEmpty())
         reportAt(row, report);
@@ -70,7 +66,7 @@ void iconOutside(const Catalogue &catalogue, const Row &row, const Report &repor
         reportAt(row, report, {row.app->icon});
 }
 
-void iconKind(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void iconKind(const Row &row, const Report &report)
 {
     const QString &icon = row.app->icon;
     if (!icon.isEmpty() && !hasOfferedEnding(icon))
@@ -84,7 +80,7 @@ void iconContent(const Catalogue &catalogue, const Row &row, const Report &repor
         reportAt(row, report, {icon});
 }
 
-void descriptionMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void descriptionMissing(const Row &row, const Report &report)
 {
     if (row.descriptions.isEmpty())
         reportAt(row, report);
@@ -106,7 +102,7 @@ void descriptionOutside(const Catalogue &catalogue, const Row &row, const Report
     }
 }
 
-void descriptionCode(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void descriptionCode(const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
         if (!isLanguageCode(description.language))
@@ -114,7 +110,7 @@ void descriptionCode(const Catalogue & /*catalogue*/, const Row &row, const Repo
     }
 }
 
-void descriptionNotOffered(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void descriptionNotOffered(const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
         if (isLanguageCode(description.language) && !isOfferedLanguage(description.language))
@@ -122,26 +118,22 @@ void descriptionNotOffered(const Catalogue & /*catalogue*/, const Row &row, cons
     }
 }
 
-void descriptionEncoding(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void descriptionEncoding(const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
-        if (description.page && !description.page->isUtf8)
+        if (!description.page.isUtf8)
             reportAt(row, report, {description.path});
     }
 }
 
 void pictureNotFound(const Catalogue &catalogue, const Row &row, const Report &report)
 {
+    const ProjectTree &tree = catalogue.tree;
     for (const DescriptionFile &description : row.descriptions) {
-        const QStringList sources = description.page ? description.page->pictures : QStringList();
-        for (const QString &source : sources) {
-            const std::optional<QString> path = pictureFile(description.path, source);
-            if (!path || path->isEmpty())
-                continue;
-            const bool isThere =
-                catalogue.tree.spelling(*path) == *path && QFileInfo(catalogue.tree.path(*path)).isFile();
-            if (!isThere)
-                reportAt(row, report, {source, description.path});
+        for (const Picture &picture : description.page.pictures) {
+            const QString path = picture.path.value_or(QString());
+            if (!path.isEmpty() && (tree.spelling(path) != path || !QFileInfo(tree.path(path)).isFile()))
+                reportAt(row, report, {picture.source, description.path});
         }
     }
 }
@@ -149,13 +141,47 @@ void pictureNotFound(const Catalogue &catalogue, const Row &row, const Report &r
 void pictureElsewhere(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     for (const DescriptionFile &description : row.descriptions) {
-        const QStringList sources = description.page ? description.page->pictures : QStringList();
-        for (const QString &source : sources) {
-            const std::optional<QString> path = pictureFile(description.path, source);
-            if (!path || catalogue.tree.isOutside(*path))
-                reportAt(row, report, {source, description.path});
+        for (const Picture &picture : description.page.pictures) {
+            if (!picture.path || catalogue.tree.isOutside(*picture.path))
+                reportAt(row, report, {picture.source, description.path});
         }
     }
 }
 
-} // namespace PageRules
+} // namespace
+
+QList<Rule> pageRules()
+{
+    using enum Severity;
+    return {
+        {"icon-missing", Warning, "The app has no icon: choose one.", inEachApp<iconMissing>},
+        {"icon-not-found", Error, "There is no icon \"%1\": add the file, or choose another one.",
+         inEachApp<iconNotFound>},
+        {"icon-outside", Error, "The icon \"%1\" is outside the project folder: move it there and choose it again.",
+         inEachApp<iconOutside>},
+        {"icon-kind", Error, "The icon \"%1\" is not a jpg, jpeg, png or gif file: choose another one.",
+         inEachApp<iconKind>},
+        {"icon-content", Error, "The icon \"%1\" does not hold the kind of picture that its name says: replace it.",
+         inEachApp<iconContent>},
+        {"description-missing", Warning, "The app has no description: write one.", inEachApp<descriptionMissing>},
+        {"description-not-found", Error, "There is no file \"%2\", the description in \"%1\": add it.",
+         inEachApp<descriptionNotFound>},
+        {"description-outside", Error,
+         "The description \"%1\" is outside the project folder: move it there and list it again.",
+         inEachApp<descriptionOutside>},
+        {"description-code", Error,
+         "The language code \"%1\" of a description is not two lower-case letters: correct it.",
+         inEachApp<descriptionCode>},
+        {"description-not-offered", Warning,
+         "The editor does not offer the language \"%1\" of a description: choose one that it offers.",
+         inEachApp<descriptionNotOffered>},
+        {"description-not-utf8", Error, "The description \"%1\" is not UTF-8: save it as UTF-8.",
+         inEachApp<descriptionEncoding>},
+        {"picture-not-found", Error, "There is no picture \"%1\", which \"%2\" shows: add the file.",
+         inEachApp<pictureNotFound>},
+        {"picture-elsewhere", Warning, "The picture \"%1\" of \"%2\" is outside the project folder: copy it there.",
+         inEachApp<pictureElsewhere>},
+    };
+}
+
+} // namespace Check

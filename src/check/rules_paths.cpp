@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+namespace Check {
+
 namespace {
 
 constexpr QLatin1Char SLASH('/');
@@ -22,7 +24,7 @@ QStringList namedPaths(const Row &row)
     return row.app->files + row.pages();
 }
 
-/// The listed paths that are parts of one name with a "," in it. Those of each name are joined.
+/// The names with a "," in them that are listed as several paths, by the position of each such path.
 QHash<qsizetype, QString> commaNames(const Catalogue &catalogue, const Row &row)
 {
     constexpr qsizetype MOST_PARTS = 8;
@@ -46,11 +48,25 @@ bool isWholeProject(const QString &path)
     return cleaned.isEmpty() || cleaned == QLatin1String(".");
 }
 
-} // namespace
+/// Reports the listed paths of a kind.
+template <bool (*isFaulty)(const QString &path)> void eachFile(const Row &row, const Report &report)
+{
+    for (const QString &path : row.app->files) {
+        if (isFaulty(path))
+            reportAt(row, report, {path});
+    }
+}
 
-namespace PathRules {
+/// Reports what was found under the listed paths.
+template <QStringList ListedPath::*paths> void eachFound(const Row &row, const Report &report)
+{
+    for (const ListedPath &listed : row.listed) {
+        for (const QString &path : listed.*paths)
+            reportAt(row, report, {path});
+    }
+}
 
-void form(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void form(const Row &row, const Report &report)
 {
     const QStringList paths = row.pages();
     for (const QString &path : paths) {
@@ -60,26 +76,10 @@ void form(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
     }
 }
 
-void filesMissing(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void filesMissing(const Row &row, const Report &report)
 {
     if (row.publishedFiles().isEmpty())
         reportAt(row, report);
-}
-
-void empty(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    for (const QString &path : row.app->files) {
-        if (isWholeProject(path))
-            reportAt(row, report, {path});
-    }
-}
-
-void absolute(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    for (const QString &path : row.app->files) {
-        if (isAbsolutePath(path))
-            reportAt(row, report, {path});
-    }
 }
 
 void comma(const Catalogue &catalogue, const Row &row, const Report &report)
@@ -110,7 +110,7 @@ void notFound(const Catalogue &catalogue, const Row &row, const Report &report)
     for (qsizetype i = 0; i < row.listed.size(); ++i) {
         const ListedPath &listed = row.listed.at(i);
         const QString spelling = catalogue.tree.spelling(listed.path);
-        // A link that leads nowhere has a name.
+        // A link that leads nowhere is found under its own name.
         const bool hasOtherCase = !spelling.isEmpty() && spelling != listed.path;
         if (listed.isMissing && !isAbsolutePath(listed.path) && !parts.contains(i) && !hasOtherCase)
             reportAt(row, report, {listed.path});
@@ -119,33 +119,7 @@ void notFound(const Catalogue &catalogue, const Row &row, const Report &report)
     }
 }
 
-void otherKind(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    for (const ListedPath &listed : row.listed) {
-        if (listed.isOther)
-            reportAt(row, report, {listed.path});
-        for (const QString &path : listed.others)
-            reportAt(row, report, {path});
-    }
-}
-
-void notUtf8(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    for (const ListedPath &listed : row.listed) {
-        for (const QString &path : listed.notUtf8)
-            reportAt(row, report, {path});
-    }
-}
-
-void circle(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    for (const ListedPath &listed : row.listed) {
-        for (const QString &path : listed.circles)
-            reportAt(row, report, {path});
-    }
-}
-
-void outside(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void outside(const Row &row, const Report &report)
 {
     for (const ListedPath &listed : row.listed) {
         if (listed.outside.isEmpty() && climbsOut(listed.path))
@@ -182,12 +156,12 @@ void unreadable(const Catalogue &catalogue, const Row &row, const Report &report
     };
     const QString &icon = row.app->icon;
     if (!catalogue.tree.isOutside(icon))
-        reportFile(icon, openProblem(catalogue.tree.path(icon)).isEmpty());
+        reportFile(icon, static_cast<bool>(readBeginning(catalogue.tree.path(icon), 0)));
     for (const DescriptionFile &description : row.descriptions)
-        reportFile(description.path, description.page.has_value());
+        reportFile(description.path, description.isRead);
 }
 
-void twice(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void twice(const Row &row, const Report &report)
 {
     QSet<QString> listedBefore;
     QSet<QString> reached;
@@ -217,7 +191,7 @@ void shared(const Catalogue &catalogue, const Report &report)
                 if (!first) {
                     publishers.insert(file.path, &row);
                 } else if (first != &row && !isReported) {
-                    reportAt(row, report, {file.path, QString::number(first->line)});
+                    reportAt(row, report, {file.path, QString::number(first->number)});
                     isReported = true;
                 }
             }
@@ -234,7 +208,7 @@ void indexOutside(const Catalogue &catalogue, const Report &report)
 
 void unlisted(const Catalogue &catalogue, const Report &report)
 {
-    // What a line lists that cannot be understood is not known.
+    // What a malformed line lists is not known.
     for (const Row &row : catalogue.rows) {
         if (!row.isHeader && !row.app)
             return;
@@ -249,14 +223,13 @@ void unlisted(const Catalogue &catalogue, const Report &report)
         use(row.app->icon);
         for (const DescriptionFile &description : row.descriptions) {
             use(description.path);
-            const QStringList sources = description.page ? description.page->pictures : QStringList();
-            for (const QString &source : sources)
-                use(pictureFile(description.path, source).value_or(QString()));
+            for (const Picture &picture : description.page.pictures)
+                use(picture.path.value_or(QString()));
         }
         const QStringList files = row.publishedFiles();
         for (const QString &file : files)
             use(file);
-        // What is named in another case is reported already.
+        // Another rule reports names in another case.
         const QStringList named = namedPaths(row);
         for (const QString &path : named)
             used.insert(catalogue.tree.spelling(path));
@@ -275,4 +248,44 @@ void unlisted(const Catalogue &catalogue, const Report &report)
         report.add({}, 0, {path});
 }
 
-} // namespace PathRules
+} // namespace
+
+QList<Rule> pathRules()
+{
+    using enum Severity;
+    return {
+        {"path-form", Error, "\"%1\" is published as it is written: write it as \"%2\".", inEachApp<form>},
+        {"path-none", Warning, "No file of the app is published: list its files.", inEachApp<filesMissing>},
+        {"path-whole-project", Error,
+         "\"%1\" publishes the whole project folder: remove it from the list, and list the files of the app.",
+         inEachApp<eachFile<isWholeProject>>},
+        {"path-absolute", Error, "\"%1\" is an absolute path: list it by its path from the project folder.",
+         inEachApp<eachFile<isAbsolutePath>>},
+        {"path-comma", Error, "\"%1\" has a \",\" in its name, so it counts as several paths: rename it.",
+         inEachApp<comma>},
+        {"path-other-case", Error, "\"%1\" is called \"%2\" on the disk: write it so.", inEachApp<otherCase>},
+        {"path-not-found", Error, "There is no file or folder \"%1\": add it, or remove it from the list.",
+         inEachApp<notFound>},
+        {"path-other-kind", Error, "\"%1\" is neither a file nor a folder: remove it from the list.",
+         inEachApp<eachFound<&ListedPath::others>>},
+        {"path-not-utf8", Error, "\"%1\" is not published, as its name is not UTF-8: rename it.",
+         inEachApp<eachFound<&ListedPath::notUtf8>>},
+        {"path-circle", Error, "The link \"%1\" leads back to itself or to a folder above it: remove it.",
+         inEachApp<eachFound<&ListedPath::circles>>},
+        {"path-outside", Error,
+         "\"%1\" is outside the project folder: copy it there, and list it by its path from that folder.",
+         inEachApp<outside>},
+        {"path-link", Warning,
+         "The link \"%1\" has an absolute target, so a copy of it leads elsewhere: make it relative.",
+         inEachApp<absoluteLink>},
+        {"path-unreadable", Error, "\"%1\" cannot be read: allow reading it.", inEachApp<unreadable>},
+        {"path-twice", Warning, "\"%1\" is published twice: list it once, by itself or with its folder.",
+         inEachApp<twice>},
+        {"path-shared", Note, "\"%1\" belongs to the app in line %2 too: list it once, unless both need it.", shared},
+        {"index-outside", Error,
+         "The link \"%1\" leads out of the project folder, and publishing writes to \"%2\": remove it.", indexOutside},
+        {"file-unlisted", Note, "\"%1\" belongs to no app: list it if it should be published.", unlisted},
+    };
+}
+
+} // namespace Check

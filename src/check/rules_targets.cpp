@@ -1,13 +1,15 @@
+#include "check/caseclashes.h"
 #include "check/rules.h"
 
 #include "io/repositoryindex.h"
 
-#include <QHash>
 #include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
 #include <utility>
+
+namespace Check {
 
 namespace {
 
@@ -16,7 +18,7 @@ constexpr qsizetype FAT_LENGTH = 255;
 
 using IsFaulty = bool (*)(const QString &part);
 
-/// The paths up to each faulty part of the given ones, every place once.
+/// The given paths up to each of their faulty parts, each once.
 QStringList faultyPlaces(const QStringList &paths, IsFaulty isFaulty)
 {
     QStringList places;
@@ -44,7 +46,7 @@ void reportPlaces(const Row &row, const Report &report, const QStringList &paths
         reportAt(row, report, {place});
 }
 
-/// What of the app goes into URLs, as it stands there.
+/// The paths of the app that URLs are made of.
 QStringList urlPaths(const Row &row)
 {
     QStringList paths = row.pages();
@@ -87,46 +89,31 @@ bool isEscapedInUrl(const QString &part)
     return part.contains(escaped);
 }
 
-} // namespace
+template <IsFaulty isFaulty> void onTransmitter(const Row &row, const Report &report)
+{
+    reportPlaces(row, report, row.publishedFiles(), isFaulty);
+}
 
-namespace TargetRules {
+template <IsFaulty isFaulty> void inUrls(const Row &row, const Report &report)
+{
+    reportPlaces(row, report, urlPaths(row), isFaulty);
+}
 
 void differInCase(const Catalogue &catalogue, const Report &report)
 {
-    QHash<QString, QString> files;
-    QHash<QString, QString> folders; // which may differ among themselves, as they become one
-    QSet<QString> reported;
-    const auto compare = [&](const Row &row, const QString &path, const QString &first) {
-        if (first.isEmpty() || first == path || reported.contains(path))
-            return;
-        reportAt(row, report, {path, first});
-        reported.insert(path);
-    };
+    CaseClashes clashes;
     for (const Row &row : catalogue.rows) {
         for (const ListedPath &listed : row.listed) {
             for (const PublishedFile &file : listed.files) {
-                const QString folded = file.path.toCaseFolded();
-                const QString first = files.value(folded, file.path);
-                files.insert(folded, first);
-                compare(row, file.path, first);
-                compare(row, file.path, folders.value(folded));
-                for (qsizetype end = file.path.indexOf(SLASH); end > 0; end = file.path.indexOf(SLASH, end + 1)) {
-                    const QString folder = file.path.left(end);
-                    const QString foldedFolder = folder.toCaseFolded();
-                    folders.insert(foldedFolder, folder);
-                    compare(row, folder, files.value(foldedFolder));
-                }
+                const QList<CaseClashes::Clash> found = clashes.add(file.path);
+                for (const CaseClashes::Clash &clash : found)
+                    reportAt(row, report, {clash.path, clash.other});
             }
         }
     }
 }
 
-void fatCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, row.publishedFiles(), isBadOnFat);
-}
-
-void fatLength(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+void fatLength(const Row &row, const Report &report)
 {
     const QStringList paths = row.publishedFiles();
     QStringList tooLong = faultyPlaces(paths, isTooLongForFat);
@@ -137,28 +124,39 @@ void fatLength(const Catalogue & /*catalogue*/, const Row &row, const Report &re
             once.insert(path);
         }
     }
-    for (const QString &path : std::as_const(tooLong))
-        reportAt(row, report, {path});
+    for (const QString &path : std::as_const(tooLong)) {
+        const qsizetype part = path.size() - path.lastIndexOf(SLASH) - 1;
+        const qsizetype length = part > FAT_LENGTH ? part : APPS_FOLDER.size() + path.size();
+        reportAt(row, report, {path, QString::number(length)});
+    }
 }
 
-void fatEnding(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
+} // namespace
+
+QList<Rule> targetRules()
 {
-    reportPlaces(row, report, row.publishedFiles(), endsBadlyForFat);
+    using enum Severity;
+    return {
+        {"path-case", Error,
+         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it.",
+         differInCase},
+        {"fat-characters", Error, "\"%1\" has a character that a transmitter's file system does not allow: rename it.",
+         inEachApp<onTransmitter<isBadOnFat>>},
+        {"fat-length", Error, "\"%1\" has %2 characters, and a transmitter's file system allows 255: shorten it.",
+         inEachApp<fatLength>},
+        {"fat-ending", Error, "\"%1\" ends with a dot or a space, which a transmitter's file system drops: rename it.",
+         inEachApp<onTransmitter<endsBadlyForFat>>},
+        {"fat-reserved", Error, "\"%1\" is a name that FAT file systems reserve: rename it.",
+         inEachApp<onTransmitter<isReservedOnFat>>},
+        {"url-characters", Error,
+         "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it.",
+         inEachApp<inUrls<isCutInUrl>>},
+        {"url-escapes", Note,
+         "\"%1\" has a character that clients must escape in a URL: use plain letters, digits, \"-\" and \"_\" only, "
+         "or "
+         "make sure that they do.",
+         inEachApp<inUrls<isEscapedInUrl>>},
+    };
 }
 
-void fatReserved(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, row.publishedFiles(), isReservedOnFat);
-}
-
-void urlCharacters(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, urlPaths(row), isCutInUrl);
-}
-
-void urlEscapes(const Catalogue & /*catalogue*/, const Row &row, const Report &report)
-{
-    reportPlaces(row, report, urlPaths(row), isEscapedInUrl);
-}
-
-} // namespace TargetRules
+} // namespace Check

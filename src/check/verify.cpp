@@ -1,9 +1,10 @@
 #include "check/verify.h"
 
+#include "check/caseclashes.h"
 #include "check/page.h"
 #include "check/projecttree.h"
-#include "check/report.h"
 #include "io/filehash.h"
+#include "io/folderwalk.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
@@ -18,49 +19,40 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
 
+namespace Check {
+
 namespace {
-
-constexpr QLatin1Char SLASH('/');
-
-struct Fault
-{
-    const char *code;
-    Severity severity;
-    const char *sentence; ///< what to do; %1 and %2 are filled in
-};
 
 using enum Severity;
 
-constexpr Fault FORM{"index-form", Error, "Publish the index anew: %1 is missing or of another kind."};
-constexpr Fault ELSEWHERE{"url-elsewhere", Error,
-                          "Publish the index anew with this URL: \"%1\" does not begin with it."};
-constexpr Fault CUT{"url-characters", Error,
-                    "Rename \"%1\": a URL cannot carry its \"#\", \"?\", \"%\" or \"\\\" as written."};
-constexpr Fault ESCAPES{"path-escapes", Error,
-                        "Publish \"%1\" from inside of the folder: its path leads out, or is none."};
-constexpr Fault DESTINATION{"destination-differs", Error, "Publish the index anew: \"%1\" is to go to \"%2\"."};
-constexpr Fault TWICE{"destination-twice", Error, "Keep one file for \"%1\": it is to hold two different contents."};
-constexpr Fault CASE{"destination-case", Error,
-                     "Rename \"%1\": it differs from \"%2\" only in case, and takes its place on a transmitter."};
-constexpr Fault MISSING{"file-missing", Error, "Upload \"%1\": it is not in the folder."};
-constexpr Fault OTHER_CASE{"file-other-case", Error, "Rename \"%2\" to \"%1\", as the index calls it."};
-constexpr Fault UNREADABLE{"file-unreadable", Error, "Make \"%1\" readable."};
-constexpr Fault SIZE{"size-differs", Error,
-                     "Upload \"%1\" again, or publish the index anew: the size is another one, %2."};
-constexpr Fault NO_HASH{"hash-missing", Error, "Publish the index anew: \"%1\" has no hash, as it could not be read."};
-constexpr Fault HASH{"hash-differs", Error,
-                     "Upload \"%1\" again, or publish the index anew: the content is another one."};
-constexpr Fault ICON{"icon-not-found", Error, "Upload the icon \"%1\": it is not in the folder."};
-constexpr Fault DESCRIPTION{"description-not-found", Error, "Upload the description \"%1\": it is not in the folder."};
-constexpr Fault UNNAMED{"file-unnamed", Warning,
-                        "Remove \"%1\", or publish the index anew: the index does not name it."};
-
-constexpr std::array FAULTS{FORM,       ELSEWHERE,  CUT,  ESCAPES, DESTINATION, TWICE, CASE,        MISSING,
-                            OTHER_CASE, UNREADABLE, SIZE, NO_HASH, HASH,        ICON,  DESCRIPTION, UNNAMED};
+constexpr std::array RULES{
+    Rule{"index-form", Error, "%1 is missing or of another kind: publish the index again."},
+    Rule{"url-elsewhere", Error,
+         "\"%1\" does not begin with the repository URL: publish the index again with this URL."},
+    Rule{"url-characters", Error,
+         "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it."},
+    Rule{"path-escapes", Error, "\"%1\" leads out of the folder, or is no path: publish a file inside of it."},
+    Rule{"destination-differs", Error, "The destination of \"%1\" is \"%2\", not \"%3\": publish the index again."},
+    Rule{"destination-twice", Error,
+         "\"%1\" is to have the hash \"%3\", but \"%2\" elsewhere in the index: keep one of the files."},
+    Rule{"destination-case", Error,
+         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it."},
+    Rule{"file-missing", Error, "\"%1\" is not in the folder: upload it."},
+    Rule{"file-other-case", Error, "\"%2\" is called \"%1\" in the index: rename it."},
+    Rule{"file-unreadable", Error, "\"%1\" cannot be read: allow reading it."},
+    Rule{"size-differs", Error, "\"%1\" has %2 bytes, the index says %3: upload it again, or publish the index again."},
+    Rule{"hash-missing", Error, "\"%1\" has no hash, as it could not be read: publish the index again."},
+    Rule{"hash-differs", Error,
+         "\"%1\" has the hash %2, the index says %3: upload it again, or publish the index again."},
+    Rule{"icon-not-found", Error, "The icon \"%1\" is not in the folder: upload it."},
+    Rule{"description-not-found", Error, "The description \"%1\" is not in the folder: upload it."},
+    Rule{"file-unnamed", Warning, "The index does not name \"%1\": remove it, or publish the index again."},
+};
 
 struct Member
 {
@@ -77,8 +69,8 @@ constexpr std::array MEMBERS{
     Member{"files", QJsonValue::Array},
 };
 
-/// Whether a path stays below where it begins, and is spelt in one way only.
-bool isPlain(const QString &path)
+/// Whether a path stays below where it begins, and is written in one way only.
+bool isCleanPath(const QString &path)
 {
     return !path.isEmpty() && !isAbsolutePath(path) && !climbsOut(path) && QDir::cleanPath(path) == path;
 }
@@ -102,7 +94,7 @@ public:
     {
         const QJsonValue applications = index.value(QLatin1String("applications"));
         if (!applications.isArray())
-            say(FORM, {QStringLiteral("\"applications\"")});
+            report("index-form", {QStringLiteral("\"applications\"")});
         const QJsonArray apps = applications.toArray();
         for (const auto object : apps)
             verifyApp(object);
@@ -116,13 +108,16 @@ public:
         used.insert(QDir(tree.path()).relativeFilePath(QFileInfo(indexFile).canonicalFilePath()));
         const QStringList unnamed = tree.unused(used);
         for (const QString &path : unnamed)
-            say(UNNAMED, {path});
+            report("file-unnamed", {path});
     }
 
 private:
-    void say(const Fault &fault, const QStringList &particulars)
+    void report(const char *code, const QStringList &particulars)
     {
-        Report(fault.code, fault.severity, fault.sentence, &findings).add(app, 0, particulars);
+        const auto *rule =
+            std::find_if(RULES.begin(), RULES.end(), [code](const Rule &one) { return qstrcmp(one.code, code) == 0; });
+        Q_ASSERT(rule != RULES.end());
+        Report(*rule, &findings).add(app, 0, particulars);
     }
 
     void verifyApp(const QJsonValue &value)
@@ -130,12 +125,12 @@ private:
         const QJsonObject object = value.toObject();
         app = appName(object);
         if (!value.isObject()) {
-            say(FORM, {QStringLiteral("an app")});
+            report("index-form", {QStringLiteral("an app")});
             return;
         }
         for (const Member &member : MEMBERS) {
             if (object.value(QLatin1String(member.name)).type() != member.type)
-                say(FORM, {QStringLiteral("\"%1\"").arg(QLatin1String(member.name))});
+                report("index-form", {QStringLiteral("\"%1\"").arg(QLatin1String(member.name))});
         }
         const QJsonArray entries = object.value(QLatin1String("files")).toArray();
         for (const auto entry : entries)
@@ -149,7 +144,7 @@ private:
             if (entry.value().isString())
                 verifyDescription(entry.value().toString());
             else
-                say(FORM, {QStringLiteral("the description in \"%1\"").arg(entry.key())});
+                report("index-form", {QStringLiteral("the description in \"%1\"").arg(entry.key())});
         }
     }
 
@@ -160,7 +155,7 @@ private:
         const QJsonValue size = entry.value(QLatin1String("size"));
         const QJsonValue hash = entry.value(QLatin1String("hash"));
         if (!url.isString() || !destination.isString() || !size.isDouble() || !hash.isString()) {
-            say(FORM, {QStringLiteral("a member of the file entry \"%1\"").arg(url.toString())});
+            report("index-form", {QStringLiteral("a member of the file entry \"%1\"").arg(url.toString())});
             return;
         }
         verifyDestination(destination.toString(), hash.toString());
@@ -168,73 +163,60 @@ private:
         if (!path)
             return;
         if (destination.toString() != APPS_FOLDER + *path)
-            say(DESTINATION, {*path, destination.toString()});
-        if (isThere(*path, MISSING))
+            report("destination-differs", {*path, destination.toString(), APPS_FOLDER + *path});
+        if (isThere(*path, "file-missing"))
             verifyContent(*path, size.toInteger(-1), hash.toString());
     }
 
     void verifyDestination(const QString &destination, const QString &hash)
     {
-        if (!destination.startsWith(APPS_FOLDER) || !isPlain(destination)) {
-            say(ESCAPES, {destination});
+        if (!destination.startsWith(APPS_FOLDER) || !isCleanPath(destination)) {
+            report("path-escapes", {destination});
             return;
         }
         const auto before = hashes.constFind(destination);
-        if (before != hashes.constEnd() && *before != hash)
-            say(TWICE, {destination});
+        if (before == hashes.constEnd())
+            verifyCase(destination);
+        else if (*before != hash)
+            report("destination-twice", {destination, *before, hash});
         hashes.insert(destination, hash);
-
-        if (before != hashes.constEnd())
-            return;
-        const QString folded = destination.toCaseFolded();
-        const QString first = spellings.value(folded, destination);
-        spellings.insert(folded, first);
-        compareCase(destination, first);
-        compareCase(destination, folders.value(folded));
-        for (qsizetype end = destination.lastIndexOf(SLASH); end > 0; end = destination.lastIndexOf(SLASH, end - 1)) {
-            const QString folder = destination.left(end);
-            const QString foldedFolder = folder.toCaseFolded();
-            folders.insert(foldedFolder, folder);
-            compareCase(folder, spellings.value(foldedFolder));
-        }
     }
 
-    void compareCase(const QString &path, const QString &other)
+    void verifyCase(const QString &destination)
     {
-        if (other.isEmpty() || other == path || inOtherCase.contains(path))
-            return;
-        say(CASE, {path, other});
-        inOtherCase.insert(path);
+        const QList<CaseClashes::Clash> found = clashes.add(destination);
+        for (const CaseClashes::Clash &clash : found)
+            report("destination-case", {clash.path, clash.other});
     }
 
     void verifyContent(const QString &path, qint64 size, const QString &hash)
     {
         static const QRegularExpression digest(QStringLiteral("\\A[0-9a-f]{40}\\z"));
         if (hash.isEmpty()) {
-            say(NO_HASH, {path});
+            report("hash-missing", {path});
             return;
         }
         if (!digest.match(hash).hasMatch()) {
-            say(FORM, {QStringLiteral("the hash of \"%1\"").arg(path)});
+            report("index-form", {QStringLiteral("the hash of \"%1\"").arg(path)});
             return;
         }
         const QFileInfo info(tree.path(path));
         if (info.size() != size) {
-            say(SIZE, {path, QString::number(info.size())});
+            report("size-differs", {path, QString::number(info.size()), QString::number(size)});
             return;
         }
-        const QString real = hasher.hash(info.filePath());
-        if (real.isNull())
-            say(UNREADABLE, {path});
-        else if (real != hash)
-            say(HASH, {path});
+        const auto real = hasher.hash(info.filePath());
+        if (!real)
+            report("file-unreadable", {path});
+        else if (*real != hash)
+            report("hash-differs", {path, *real, hash});
     }
 
     void verifyIcon(const QString &url)
     {
         const std::optional<QString> path = pathOf(url);
-        if (path && isThere(*path, ICON) && !openProblem(tree.path(*path)).isEmpty())
-            say(UNREADABLE, {*path});
+        if (path && isThere(*path, "icon-not-found") && !readBeginning(tree.path(*path), 0))
+            report("file-unreadable", {*path});
     }
 
     void verifyDescription(const QString &url)
@@ -242,104 +224,96 @@ private:
         const std::optional<QString> path = pathOf(url);
         if (!path)
             return;
-        const bool isNamed = isThere(*path, DESCRIPTION);
+        const bool isNamed = isThere(*path, "description-not-found");
         if (tree.isOutside(*path))
             return;
-        const std::optional<Page> page = readPage(tree.path(*path));
+        const auto page = readPage(tree.path(), *path);
         if (isNamed && !page)
-            say(UNREADABLE, {*path});
-        const QStringList pictures = page.value_or(Page()).pictures;
-        for (const QString &picture : pictures)
-            tree.use(pictureFile(*path, picture).value_or(QString()), &used);
+            report("file-unreadable", {*path});
+        const QList<Picture> pictures = page.value_or(Page()).pictures;
+        for (const Picture &picture : pictures)
+            tree.use(picture.path.value_or(QString()), &used);
     }
 
-    /// The path that a URL stands for; nothing, with a finding, when it stands for none in the folder.
+    /// The path in the folder that a URL names; nothing, and a finding, when there is none.
     std::optional<QString> pathOf(const QString &url)
     {
         if (!url.startsWith(repoUrl)) {
-            say(ELSEWHERE, {url});
+            report("url-elsewhere", {url});
             return std::nullopt;
         }
         const QString path = url.mid(repoUrl.size());
         used.insert(path);
-        if (!isPlain(path)) {
-            say(ESCAPES, {path});
+        if (!isCleanPath(path)) {
+            report("path-escapes", {path});
             return std::nullopt;
         }
         if (isCutInUrl(path))
-            say(CUT, {path});
+            report("url-characters", {path});
         return path;
     }
 
-    bool isThere(const QString &path, const Fault &missing)
+    bool isThere(const QString &path, const char *missing)
     {
         const QString spelling = tree.spelling(path);
         const bool isFile = !spelling.isEmpty() && QFileInfo(tree.path(spelling)).isFile();
         if (!isFile)
-            say(missing, {path});
+            report(missing, {path});
         else if (spelling != path)
-            say(OTHER_CASE, {path, spelling});
+            report("file-other-case", {path, spelling});
         if (!isFile)
             return false;
         tree.use(spelling, &used);
         const bool isInside = tree.holds(tree.path(spelling));
         if (!isInside)
-            say(ESCAPES, {path});
+            report("path-escapes", {path});
         return isInside && spelling == path;
     }
 
     ProjectTree tree;
     FileHasher hasher{QCryptographicHash::Sha1};
     QString repoUrl;
-    QString app; ///< that is being looked at
+    QString app; // that is verified now
     QSet<QString> used;
-    QHash<QString, QString> hashes; ///< by destination
-    QHash<QString, QString> spellings; ///< of destinations, by their folded case
-    QHash<QString, QString> folders; ///< of destinations, which may differ among themselves, as they become one
-    QSet<QString> inOtherCase; ///< is reported already
+    QHash<QString, QString> hashes; // by destination
+    CaseClashes clashes; // of destinations
 };
 
-QString lineOf(const QByteArray &content, qsizetype offset)
+int lineOf(const QByteArray &content, qsizetype offset)
 {
-    return QString::number(content.left(offset).count('\n') + 1);
+    return static_cast<int>(content.left(offset).count('\n')) + 1;
+}
+
+FileResult<QJsonObject> readIndex(const QString &path)
+{
+    const auto content = readWholeFile(path, LARGEST_CATALOGUE);
+    if (!content)
+        return content.error();
+    QJsonParseError error;
+    const QJsonDocument index = QJsonDocument::fromJson(*content, &error);
+    if (error.error != QJsonParseError::NoError)
+        return FileError{path, error.errorString(), lineOf(*content, error.offset)};
+    return index.object();
 }
 
 } // namespace
 
-CheckResult verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl)
+FileResult<QList<Finding>> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl)
 {
-    CheckResult result;
-    QString problem;
-    const std::optional<QByteArray> content = readWholeFile(indexFile, LARGEST_CATALOGUE, &problem);
-    if (!QFileInfo::exists(folder)) {
-        result.error = folder + QStringLiteral(": No such file or directory");
-    } else if (!QFileInfo(folder).isDir()) {
-        result.error = folder + QStringLiteral(": Is not a folder");
-    } else if (!QFileInfo(folder).isReadable()) {
-        result.error = listProblem(folder);
-    } else if (!content) {
-        result.error = problem;
-    }
-    if (!result.error.isEmpty())
-        return result;
-
-    QJsonParseError error;
-    const QJsonDocument index = QJsonDocument::fromJson(*content, &error);
-    if (error.error != QJsonParseError::NoError) {
-        result.error = QStringLiteral("%1:%2: ").arg(indexFile, lineOf(*content, error.offset)) + error.errorString();
-        return result;
-    }
+    if (const auto listed = listFolder(folder); !listed)
+        return listed.error();
+    const auto index = readIndex(indexFile);
+    if (!index)
+        return index.error();
     Verification verification(folder, repoUrl);
-    verification.verify(index.object());
+    verification.verify(*index);
     verification.addUnnamed(indexFile);
-    result.findings = verification.findings;
-    return result;
+    return verification.findings;
 }
 
-QList<KnownCode> verifyCodes()
+QList<Rule> verifyRules()
 {
-    QList<KnownCode> codes;
-    for (const Fault &fault : FAULTS)
-        codes.append({QString::fromLatin1(fault.code), fault.severity});
-    return codes;
+    return {RULES.begin(), RULES.end()};
 }
+
+} // namespace Check

@@ -1,10 +1,17 @@
 #pragma once
 
 #include "check/finding.h"
+#include "io/fileresult.h"
 
-/// What a client that downloads from a repository URL would find wrong with a published index, the folder being what
-/// lies under that URL. In the order of the index, what the index does not name last.
-[[nodiscard]] CheckResult verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl);
+namespace Check {
 
-/// Every code that verifyIndex can report.
-[[nodiscard]] QList<KnownCode> verifyCodes();
+/// What is wrong with a published index for a client that downloads from a repository URL; the folder has the files of
+/// that URL. In the order of the index; files that the index does not name come last. An error when the folder or the
+/// index cannot be read.
+[[nodiscard]] FileResult<QList<Finding>> verifyIndex(const QString &folder, const QString &indexFile,
+                                                     const QString &repoUrl);
+
+/// The rules of verifyIndex().
+[[nodiscard]] QList<Rule> verifyRules();
+
+} // namespace Check

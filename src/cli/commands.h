@@ -7,6 +7,8 @@
 
 #include <array>
 
+namespace Cli {
+
 /// What the program ends with.
 enum ExitCode {
     Clean, ///< done
@@ -23,7 +25,7 @@ struct Argument
 struct Option
 {
     const char *name;
-    const char *value; ///< what it takes, or the words with "|" between them that it takes; null for a switch
+    const char *value; ///< name of its value, or the allowed words with "|" between them; null for a switch
     const char *description;
     const char *fallback = nullptr;
     bool isRequired = false;
@@ -35,7 +37,9 @@ struct Command
     QList<Argument> arguments;
     const char *description;
     QList<Option> options;
-    ExitCode (*run)(const QStringList &arguments, const QCommandLineParser &options); ///< prints what it has to say
+    ExitCode (*run)(const QStringList &arguments, const QCommandLineParser &options); ///< prints its result
 };
 
 [[nodiscard]] const std::array<Command, 5> &commands();
+
+} // namespace Cli

@@ -1,9 +1,11 @@
 #include "cli/commands.h"
 #include "cli/output.h"
-#include "io/platform.h"
+#include "cli/terminal.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+
+using namespace Cli;
 
 namespace {
 

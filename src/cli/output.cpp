@@ -1,6 +1,7 @@
 #include "cli/output.h"
 
-#include "io/platform.h"
+#include "cli/terminal.h"
+#include "io/fileresult.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,7 +10,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
+
+namespace Cli {
+
+using Check::Finding;
+using Check::Severity;
 
 namespace {
 
@@ -35,7 +40,7 @@ bool print(const QString &text)
     errno = 0;
     if (write(stdout, text))
         return true;
-    printError(QStringLiteral("standard output: ") + QString::fromStdString(std::generic_category().message(errno)));
+    printError(FileError{QStringLiteral("standard output"), systemReason(errno)}.text());
     return false;
 }
 
@@ -83,13 +88,14 @@ QString asText(const QList<Finding> &findings)
                       counted(count(findings, Severity::Note), QStringLiteral("note")));
 }
 
-QString asText(const QList<ProjectVersion> &versions)
+QString asText(const QList<History::ProjectVersion> &versions)
 {
     QString text;
-    for (const ProjectVersion &one : versions) {
+    for (const History::ProjectVersion &one : versions) {
         text += QStringLiteral("%1  %2  %3  %4  %5\n")
-                    .arg(one.version.time.toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
-                         reasonName(one.version.reason).leftJustified(8), visible(one.entry()), visible(one.place));
+                    .arg(one.version.time().toString(Qt::ISODate), QString::number(one.version.size).rightJustified(11),
+                         History::reasonName(one.version.reason()).leftJustified(8), visible(one.version.name()),
+                         visible(one.place));
     }
     return text;
 }
@@ -141,3 +147,5 @@ void ProgressLine::show(const QString &text)
     isShown = true;
     write(stderr, QStringLiteral("\r\033[K") + text);
 }
+
+} // namespace Cli

@@ -1,37 +1,39 @@
 #pragma once
 
 #include "check/finding.h"
-#include "io/projecthistory.h"
+#include "history/projecthistory.h"
 
 #include <QString>
 #include <QStringList>
 
-// What the command prints. Nothing here ends the program.
+// What the command prints.
 
-/// Writes a text to standard output, where false means that it did not get there; standard error then says why.
+namespace Cli {
+
+/// Writes a text to standard output. False when that failed; standard error then says why.
 [[nodiscard]] bool print(const QString &text);
 
 /// "catalist-cli: " and a message, on standard error; more lines may follow it.
 void printError(const QString &message, const QStringList &more = {});
 
-/// A text with its control characters escaped, so that no name passes for a line of its own.
+/// A text with its control characters escaped, so that no name can look like a line of its own.
 [[nodiscard]] QString visible(const QString &text);
 
-/// The findings, grouped by app, to be read.
-[[nodiscard]] QString asText(const QList<Finding> &findings);
+/// The findings as text, grouped by app.
+[[nodiscard]] QString asText(const QList<Check::Finding> &findings);
 
 /// A line for each version.
-[[nodiscard]] QString asText(const QList<ProjectVersion> &versions);
+[[nodiscard]] QString asText(const QList<History::ProjectVersion> &versions);
 
 /// The findings as one JSON object; the input is what they were found in.
-[[nodiscard]] QString asJson(const QList<Finding> &findings, const QString &command, const QString &input);
+[[nodiscard]] QString asJson(const QList<Check::Finding> &findings, const QString &command, const QString &input);
 
 /// "1 file", "2 files".
 [[nodiscard]] QString counted(qint64 number, const QString &thing);
 
-[[nodiscard]] qsizetype count(const QList<Finding> &findings, Severity severity);
+[[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
 
-/// A line on a terminal that is written over again and again, and gone in the end.
+/// A line on a terminal that each show() overwrites; it is removed in the end.
 class ProgressLine
 {
 public:
@@ -44,3 +46,5 @@ public:
 private:
     bool isShown = false;
 };
+
+} // namespace Cli

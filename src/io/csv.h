@@ -7,9 +7,9 @@
 
 class QTextStream;
 
-// Semicolon-separated text in two dialects, on purpose: readCSVRow knows no quotes, parseCSV and
+// Semicolon-separated text in two dialects, which is meant: readCSVRow knows no quotes, parseCSV and
 // writeCSV do. What writeCSV writes does not always read back through readCSVRow.
-// The project file is of the first kind; io/projectfile reads it with readCSVRow, and writes it by itself.
+// The project file is of the first kind. io/projectfile reads it with readCSVRow and has its own writer.
 
 /// Of the dates in a project file.
 inline constexpr QLatin1String DATE_FORMAT("dd-MM-yyyy");
@@ -22,8 +22,8 @@ inline constexpr QLatin1String DATE_FORMAT("dd-MM-yyyy");
 /// an empty field at the end of the line is dropped.
 [[nodiscard]] QStringList parseCSV(const QString &line);
 
-/// Replaces a file by the rows, as UTF-8 with CR LF after each. A field is quoted only for "," or CR LF, and then as
-/// it stands; other double quotes become U+201D. False when the file cannot be opened; later errors go unnoticed.
+/// Replaces a file by the rows, as UTF-8 with CR LF after each. A field is quoted only for "," or CR LF, and then
+/// unchanged; other double quotes become U+201D. False when the file cannot be opened; later errors go unnoticed.
 [[nodiscard]] bool writeCSV(QList<QStringList> rows, const QString &path);
 
 /// The first match of: RFC 2822, Qt's text form, ISO 8601, the locale's long form, dd-MM-yyyy.

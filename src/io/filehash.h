@@ -1,9 +1,10 @@
 #pragma once
 
+#include "io/digest.h"
+#include "io/fileresult.h"
+
 #include <QCryptographicHash>
 #include <QString>
-
-#include <memory>
 
 /// The digest of a file's content in lower-case hexadecimal digits.
 /// A null string, and a debug message, when the file cannot be read.
@@ -14,14 +15,12 @@ class FileHasher
 {
 public:
     explicit FileHasher(QCryptographicHash::Algorithm algorithm);
-    ~FileHasher();
-    Q_DISABLE_COPY_MOVE(FileHasher)
 
-    [[nodiscard]] QString hash(const QString &path);
+    [[nodiscard]] FileResult<QString> hash(const QString &path);
 
 private:
-    class Digest;
+    FileResult<> addContent(const QString &path);
 
-    std::unique_ptr<Digest> digest;
+    Digest digest;
     QByteArray block;
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What stands between the signs of an entity, decoded; nothing when it is none.
+/// The character of an entity, which is given without "&" and ";"; empty when there is no such entity.
 QString entityText(QStringView entity)
 {
     if (entity.startsWith(u'#')) {

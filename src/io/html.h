@@ -17,7 +17,7 @@ struct HtmlAttribute
     QString value; ///< without entities
 };
 
-/// Reads an HTML text once, from its beginning to its end. Tags begin and end where they do for Qt, even in a script.
+/// Reads the tags of an HTML text once, from its beginning to its end, as Qt does: even in a script.
 class HtmlReader
 {
 public:
@@ -30,7 +30,7 @@ public:
     /// The next attribute of this tag, without those that have no value; nothing when there are no more.
     [[nodiscard]] std::optional<HtmlAttribute> nextAttribute();
 
-    /// The text behind this tag, up to the end tag of that name. For elements whose content is no HTML.
+    /// The text after this tag, up to the end tag of that name. For elements whose content is not HTML.
     QStringView textUntilEnd(QLatin1String name);
 
 private:
@@ -41,6 +41,6 @@ private:
     QStringView nextWord();
     [[nodiscard]] QString decoded(QStringView word) const;
 
-    QStringView text; // what is left of it
+    QStringView text; // that is still to be read
     bool isInTag = false;
 };

@@ -2,6 +2,8 @@
 
 #include "io/platform.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -16,7 +18,7 @@ Path withoutLinks(const Path &path)
 {
     constexpr int MAX_LINKS = 40; // the system gives up there too
     Path place;
-    std::vector<Path> ahead; // the next part is the last one
+    std::vector<Path> ahead; // in reverse order
     const auto follow = [&](const Path &way) {
         if (way.has_root_path())
             place = way.root_path();
@@ -44,7 +46,7 @@ Path withoutLinks(const Path &path)
     return place;
 }
 
-// A name need not be in UTF-8, and the conversions of the standard library do not take another one.
+// The standard library's own conversion throws when a name is not UTF-8.
 QString toText(const Path &path)
 {
     const std::u8string bytes = path.u8string();
@@ -73,4 +75,31 @@ QString behindLinks(const QString &path)
 {
     std::error_code error;
     return toText(withoutLinks(std::filesystem::absolute(systemPath(path), error)));
+}
+
+bool isCircle(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.isSymLink())
+        return false;
+    if (!info.exists()) {
+        std::error_code error;
+        (void)std::filesystem::status(systemPath(path), error);
+        return error == std::errc::too_many_symbolic_link_levels;
+    }
+    const QString target = info.canonicalFilePath();
+    for (QString above = info.path(); above.size() > 1; above = QFileInfo(above).path()) {
+        if (QFileInfo(above).canonicalFilePath() == target)
+            return true;
+    }
+    return false;
+}
+
+bool isAbsoluteLink(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.isSymLink())
+        return false;
+    std::error_code error;
+    return std::filesystem::read_symlink(systemPath(path), error).is_absolute();
 }

@@ -4,25 +4,24 @@
 #include <QFileInfo>
 #include <QSocketNotifier>
 
-#if defined(Q_PROCESSOR_X86_64) && defined(Q_CC_GNU)
-#include <immintrin.h>
-#endif
-
 #ifdef Q_OS_UNIX
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #endif
 
 namespace {
 
-QString notRegular()
+/// Devices do things when they are opened.
+FileResult<> refuseDevice(const QString &path)
 {
-    return QStringLiteral("Is not a regular file");
+    const QFileInfo info(path);
+    if (!info.isFile() && info.exists())
+        return FileError{path, QStringLiteral("Is not a regular file")};
+    return {};
 }
 
 } // namespace
@@ -40,11 +39,13 @@ template <typename Call> auto uninterrupted(Call call)
     return answer;
 }
 
-// Some file systems have nothing to wait for. Others refuse as late as here: a network, or a broken disk.
-bool sync(int descriptor)
+// Some file systems have no such call. On others, such as a network, this is where a write fails.
+FileResult<> sync(int descriptor, const QString &path)
 {
     const int answer = uninterrupted([descriptor] { return ::fsync(descriptor); });
-    return answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP;
+    if (answer == 0 || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP)
+        return {};
+    return FileError{path, systemReason(errno)};
 }
 
 // A signal may interrupt anything, so its handler only writes to a pipe.
@@ -58,8 +59,8 @@ void sendTermination(int number)
     errno = error;
 }
 
-/// Opens what is a regular file, even when it has just taken the place of another one; -1 when that fails.
-/// Opening a pipe would wait for its writer, and some files of the system are like a pipe.
+/// Opens a regular file; -1 when that fails. It may have become another kind of file since it was looked at: opening a
+/// pipe would wait for its writer, and so do some files of the system.
 int openRegular(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -80,65 +81,45 @@ std::filesystem::path systemPath(const QString &path)
     return QFile::encodeName(path).toStdString();
 }
 
-QString openRegularFile(QFile *file)
+bool isHiddenEntry(const QFileInfo &entry)
 {
-    // Devices do things when they are opened.
-    const QFileInfo info(file->fileName());
-    if (info.exists() && !info.isFile())
-        return notRegular();
-    const int descriptor = openRegular(file->fileName());
+    return entry.fileName().startsWith(u'.');
+}
+
+FileResult<> openRegularFile(QFile *file)
+{
+    const QString path = file->fileName();
+    if (auto accepted = refuseDevice(path); !accepted)
+        return accepted;
+    const int descriptor = openRegular(path);
     if (descriptor == -1)
-        return QString::fromStdString(std::generic_category().message(errno));
-    const bool isOpen =
-        file->open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
-    return isOpen ? QString() : file->errorString();
+        return FileError{path, systemReason(errno)};
+    if (!file->open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
+        return FileError{path, file->errorString()};
+    return {};
 }
 
-SequentialFile::SequentialFile(const QString &path) : descriptor(openRegular(path)) { }
-
-SequentialFile::~SequentialFile()
+FileResult<> syncFile(const QFileDevice &file)
 {
-    if (isOpen())
-        ::close(descriptor);
+    return sync(file.handle(), file.fileName());
 }
 
-bool SequentialFile::isOpen() const
-{
-    return descriptor != -1;
-}
-
-qint64 SequentialFile::read(QByteArray *buffer)
-{
-    return uninterrupted(
-        [this, buffer] { return ::read(descriptor, buffer->data(), static_cast<size_t>(buffer->size())); });
-}
-
-bool reachedDisk(const QFileDevice &file)
-{
-    return sync(file.handle());
-}
-
-bool namesReachedDisk(const QString &folder)
+FileResult<> syncFolder(const QString &folder)
 {
     const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
-        return true;
-    const bool isSynced = sync(descriptor);
+        return {};
+    auto synced = sync(descriptor, folder);
     ::close(descriptor);
-    return isSynced;
+    return synced;
 }
 
 bool giveToOwnerOf(const QFileInfo &other, const QFileDevice &file)
 {
-    // Only the superuser gives a file away, but everybody may give it to a group of theirs.
+    // Only the superuser may change the owner; a user may choose among their own groups.
     constexpr auto SAME = static_cast<uid_t>(-1);
     return ::fchown(file.handle(), other.ownerId(), other.groupId()) == 0
            || ::fchown(file.handle(), SAME, other.groupId()) == 0;
-}
-
-bool isErrorOnTerminal()
-{
-    return ::isatty(STDERR_FILENO) == 1;
 }
 
 void beforeTermination(QObject *context, const std::function<void()> &function)
@@ -155,27 +136,18 @@ void beforeTermination(QObject *context, const std::function<void()> &function)
         if (::read(terminationPipe[0], &number, 1) != 1)
             return;
         function();
-        // The signal has its ordinary effect again, so that whoever sent it sees what the process ended with.
+        // The signal has its default effect again, so that the sender sees what ended the process.
         ::raise(number);
     });
     for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
         struct sigaction action = {};
-        // Whoever starts a program that is to outlive the terminal has it ignore the signal.
+        // A program that is to outlive its terminal is started with the signal ignored.
         if (::sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
             continue;
         action = {};
         action.sa_handler = sendTermination;
         action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
         ::sigaction(number, &action, nullptr);
-    }
-}
-
-void holdStandardStreams()
-{
-    // What is opened takes the lowest number that is free; writing to it then fails as it does to a closed stream.
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(stream, F_GETFD) == -1 && ::open("/dev/null", O_RDONLY) != stream)
-            return;
     }
 }
 
@@ -186,39 +158,28 @@ std::filesystem::path systemPath(const QString &path)
     return QFileInfo(path).filesystemFilePath();
 }
 
-QString openRegularFile(QFile *file)
+bool isHiddenEntry(const QFileInfo &entry)
 {
-    const QFileInfo info(file->fileName());
-    if (info.exists() && !info.isFile())
-        return notRegular();
-    return file->open(QIODevice::ReadOnly | QIODevice::Unbuffered) ? QString() : file->errorString();
+    return entry.isHidden();
 }
 
-SequentialFile::SequentialFile(const QString &path) : file(path)
+FileResult<> openRegularFile(QFile *file)
 {
-    file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    if (auto accepted = refuseDevice(file->fileName()); !accepted)
+        return accepted;
+    if (!file->open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return FileError{file->fileName(), file->errorString()};
+    return {};
 }
 
-SequentialFile::~SequentialFile() = default;
-
-bool SequentialFile::isOpen() const
+FileResult<> syncFile(const QFileDevice & /*file*/)
 {
-    return file.isReadable();
+    return {};
 }
 
-qint64 SequentialFile::read(QByteArray *buffer)
+FileResult<> syncFolder(const QString & /*folder*/)
 {
-    return file.read(buffer->data(), buffer->size());
-}
-
-bool reachedDisk(const QFileDevice & /*file*/)
-{
-    return true;
-}
-
-bool namesReachedDisk(const QString & /*folder*/)
-{
-    return true;
+    return {};
 }
 
 bool giveToOwnerOf(const QFileInfo & /*other*/, const QFileDevice & /*file*/)
@@ -226,44 +187,6 @@ bool giveToOwnerOf(const QFileInfo & /*other*/, const QFileDevice & /*file*/)
     return true;
 }
 
-bool isErrorOnTerminal()
-{
-    return false;
-}
-
 void beforeTermination(QObject * /*context*/, const std::function<void()> & /*function*/) { }
 
-void holdStandardStreams() { }
-
 #endif
-
-#if defined(Q_PROCESSOR_X86_64) && defined(Q_CC_GNU)
-
-namespace {
-
-[[gnu::target("avx")]] void clearUpperHalves()
-{
-    _mm256_zeroupper();
-}
-
-} // namespace
-
-void clearVectorRegisters()
-{
-    if (__builtin_cpu_supports("avx"))
-        clearUpperHalves();
-}
-
-#else
-
-void clearVectorRegisters() { }
-
-#endif
-
-QByteArray withPlatformLineEnds(QByteArray text)
-{
-#ifdef Q_OS_WIN
-    text.replace('\n', "\r\n");
-#endif
-    return text;
-}

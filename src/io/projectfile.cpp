@@ -1,15 +1,15 @@
 #include "io/projectfile.h"
 
 #include "io/csv.h"
+#include "io/datecell.h"
+#include "io/jsonmap.h"
 #include "io/platform.h"
-#include "io/replacefile.h"
 #include "io/wholefile.h"
 
 #include <QBuffer>
 #include <QCalendar>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QMap>
+#include <QDir>
+#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
@@ -22,77 +22,9 @@ namespace {
 constexpr QLatin1Char CELL_SEPARATOR(';');
 constexpr QLatin1Char LIST_SEPARATOR(',');
 
-/// Whether JSON holds a text unescaped. Texts that Qt escapes, or that hold half of a character, are left to Qt.
-bool isPlain(QStringView text)
+QVersionNumber versionFromCell(const QString &cell)
 {
-    return std::none_of(text.cbegin(), text.cend(), [](QChar character) {
-        return character < u' ' || character == u'"' || character == u'\\' || character.isSurrogate();
-    });
-}
-
-QString jsonCell(const QMap<QString, QString> &map)
-{
-    QJsonObject object;
-    for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
-        object.insert(entry.key(), entry.value());
-    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
-}
-
-// A map is in the order of JSON's keys; building an object of it would cost more than the rest of the row.
-QString mapToCell(const QMap<QString, QString> &map)
-{
-    constexpr QLatin1Char QUOTE('"');
-    QString members;
-    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-        if (!isPlain(entry.key()) || !isPlain(entry.value()))
-            return jsonCell(map);
-        if (!members.isEmpty())
-            members += QLatin1Char(',');
-        members += QUOTE + entry.key() + QStringLiteral("\":\"") + entry.value() + QUOTE;
-    }
-    return QLatin1Char('{') + members + QLatin1Char('}');
-}
-
-/// Reads back what is written of plain texts. False when it is anything else.
-bool plainMapFromCell(QStringView cell, QMap<QString, QString> *map)
-{
-    constexpr QStringView BEGIN = u"{\"";
-    constexpr QStringView COLON = u"\":\"";
-    constexpr QStringView COMMA = u"\",\"";
-    constexpr QStringView END = u"\"}";
-    if (!cell.startsWith(BEGIN) || !cell.endsWith(END) || cell.size() < BEGIN.size() + END.size())
-        return false;
-    for (const QStringView member : cell.sliced(BEGIN.size()).chopped(END.size()).tokenize(COMMA)) {
-        const qsizetype colon = member.indexOf(COLON);
-        if (colon < 0)
-            return false;
-        const QStringView key = member.first(colon);
-        const QStringView value = member.sliced(colon + COLON.size());
-        if (!isPlain(key) || !isPlain(value))
-            return false;
-        map->insert(key.toString(), value.toString());
-    }
-    return true;
-}
-
-bool mapFromCell(const QString &cell, QMap<QString, QString> *map)
-{
-    // Qt's parser would cost as much as the rest of the row.
-    if (plainMapFromCell(cell, map))
-        return true;
-    map->clear();
-    QJsonParseError error;
-    const QJsonObject object = QJsonDocument::fromJson(cell.toUtf8(), &error).object();
-    if (error.error != QJsonParseError::NoError)
-        return false;
-    for (auto member = object.constBegin(); member != object.constEnd(); ++member)
-        map->insert(member.key(), member.value().toVariant().toString());
-    return true;
-}
-
-QVersionNumber versionFromCell(QString cell)
-{
-    return QVersionNumber::fromString(cell.remove(QLatin1Char('"')));
+    return QVersionNumber::fromString(versionText(cell));
 }
 
 QString idsToCell(const QList<qint32> &ids)
@@ -111,91 +43,79 @@ QList<qint32> idsFromCell(const QString &cell)
     return ids;
 }
 
-/// Dates by their text. Trying its forms takes longer than the rest of a row, and dates repeat. Not a hash, as hashing
-/// a text leaves the vector registers in use.
-using KnownDates = QMap<QString, QDate>;
-
-QDate dateFromCell(const QString &cell, KnownDates *known)
-{
-    const QString text = cell.trimmed();
-    const auto found = known->constFind(text);
-    return found != known->constEnd() ? *found : *known->insert(text, toDate(text));
-}
-
 struct Column
 {
     const char *title;
     QString (*write)(const AppConfig &app);
-    /// False when the row cannot be understood.
-    bool (*read)(const QString &cell, AppConfig *app, KnownDates *dates);
+    QString (*read)(const QString &cell, AppConfig *app); ///< returns why the cell is malformed
 };
 
+/// For a column of which every cell can be read.
+template <auto read> QString always(const QString &cell, AppConfig *app)
+{
+    read(cell, app);
+    return {};
+}
+
 constexpr std::array<Column, COLUMN_COUNT> COLUMNS{{
-    {"NAME", [](const AppConfig &app) { return mapToCell(app.names); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) { return mapFromCell(cell, &app->names); }},
+    {"NAME", [](const AppConfig &app) { return jsonFromMap(app.names); },
+     [](const QString &cell, AppConfig *app) { return mapFromJson(cell, &app->names); }},
     {"AUTHOR", [](const AppConfig &app) { return app.author; },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
-         app->author = cell;
-         return true;
-     }},
+     always<[](const QString &cell, AppConfig *app) { app->author = cell; }>},
     {"VERSION", [](const AppConfig &app) { return app.version.toString(); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
-         app->version = versionFromCell(cell);
-         return true;
-     }},
+     always<[](const QString &cell, AppConfig *app) { app->version = versionFromCell(cell); }>},
     {"HARDWARE", [](const AppConfig &app) { return idsToCell(app.hardware); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
-         app->hardware = idsFromCell(cell);
-         return true;
-     }},
+     always<[](const QString &cell, AppConfig *app) { app->hardware = idsFromCell(cell); }>},
     {"DATE",
      [](const AppConfig &app) {
          return app.date.toString(QString(DATE_FORMAT), QCalendar(QCalendar::System::Gregorian));
      },
-     [](const QString &cell, AppConfig *app, KnownDates *dates) {
-         app->date = dateFromCell(cell, dates);
-         return true;
-     }},
-    {"DESCRIPTION", [](const AppConfig &app) { return mapToCell(app.descriptions); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) { return mapFromCell(cell, &app->descriptions); }},
+     always<[](const QString &cell, AppConfig *app) { app->date = dateFromCell(cell); }>},
+    {"DESCRIPTION", [](const AppConfig &app) { return jsonFromMap(app.descriptions); },
+     [](const QString &cell, AppConfig *app) { return mapFromJson(cell, &app->descriptions); }},
     {"FILES_FOLDERS", [](const AppConfig &app) { return app.files.join(LIST_SEPARATOR); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
+     always<[](const QString &cell, AppConfig *app) {
          const QString paths = cell.trimmed();
          if (!paths.isEmpty())
              app->files = paths.split(LIST_SEPARATOR);
-         return true;
-     }},
+     }>},
     {"ICON", [](const AppConfig &app) { return app.icon; },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
-         app->icon = cell;
-         return true;
-     }},
+     always<[](const QString &cell, AppConfig *app) { app->icon = cell; }>},
     {"MIN_TXVER", [](const AppConfig &app) { return firmwareText(app.minTxVersion); },
-     [](const QString &cell, AppConfig *app, KnownDates * /*dates*/) {
-         app->minTxVersion = versionFromCell(cell);
-         return true;
-     }},
+     always<[](const QString &cell, AppConfig *app) { app->minTxVersion = versionFromCell(cell); }>},
 }};
 
-std::optional<AppConfig> appFromRow(const QStringList &row, KnownDates *dates)
+/// Why the cells are malformed; empty when the record holds them.
+QString readCells(const QStringList &cells, AppConfig *app)
 {
-    if (row.size() < REQUIRED_COLUMNS)
-        return std::nullopt;
-
-    AppConfig app;
-    auto cell = row.cbegin();
-    for (const Column &column : COLUMNS) {
-        if (cell == row.cend())
-            break;
-        if (!column.read(*cell++, &app, dates))
-            return std::nullopt;
+    if (cells.size() < REQUIRED_COLUMNS)
+        return QStringLiteral("The line has %1 of at least %2 cells").arg(cells.size()).arg(REQUIRED_COLUMNS);
+    for (qsizetype i = 0; i < std::min(cells.size(), COLUMN_COUNT); ++i) {
+        const Column &column = COLUMNS.at(static_cast<size_t>(i));
+        const QString problem = column.read(cells.at(i), app);
+        if (!problem.isEmpty())
+            return QLatin1String(column.title) + QLatin1Char(' ') + problem;
     }
-    return app;
+    return {};
+}
+
+ProjectLine projectLine(const QStringList &cells)
+{
+    ProjectLine line;
+    line.cells = cells;
+    line.isHeader = cells.constFirst() == columnTitle(NameColumn);
+    if (!line.isHeader) {
+        AppConfig app;
+        line.problem = readCells(cells, &app);
+        if (line.problem.isEmpty())
+            line.app = std::move(app);
+    }
+    return line;
 }
 
 QString joined(const QStringList &cells)
 {
-    return cells.join(CELL_SEPARATOR) + QLatin1Char('\n');
+    return cells.join(CELL_SEPARATOR) + LINE_END;
 }
 
 QString headerLine()
@@ -221,34 +141,56 @@ QString columnTitle(ProjectColumn column)
     return QString::fromLatin1(COLUMNS.at(column).title);
 }
 
-bool readProject(const QString &path, QList<AppConfig> *apps)
+FileResult<> readProjectLines(const QString &path, const std::function<bool(ProjectLine &&)> &visit)
 {
-    std::optional<QByteArray> content = readWholeFile(path, LARGEST_CATALOGUE);
+    const auto content = readWholeFile(path, LARGEST_CATALOGUE);
     if (!content)
-        return false;
+        return content.error();
 
-    clearVectorRegisters();
-    apps->clear();
-    QBuffer lines(&*content);
-    lines.open(QIODevice::ReadOnly | QIODevice::Text);
-    QTextStream stream(&lines);
-    KnownDates dates;
-    QStringList row;
-    while (readCSVRow(stream, &row)) {
-        if (row.constFirst() == columnTitle(NameColumn))
-            continue;
-        std::optional<AppConfig> app = appFromRow(row, &dates);
-        if (!app)
-            return false;
-        apps->append(*std::move(app));
+    QBuffer buffer;
+    buffer.setData(*content);
+    buffer.open(QIODevice::ReadOnly | QIODevice::Text);
+    QTextStream stream(&buffer);
+    qsizetype begin = 0;
+    int number = 0;
+    for (QStringList cells; readCSVRow(stream, &cells);) {
+        const qsizetype end = content->indexOf('\n', begin);
+        const QByteArrayView bytes = QByteArrayView(*content).sliced(begin, (end < 0 ? content->size() : end) - begin);
+        begin = end + 1;
+        ProjectLine line = projectLine(cells);
+        line.number = ++number;
+        line.hasCarriageReturn = bytes.chopped(bytes.endsWith('\r') ? 1 : 0).contains('\r');
+        if (!visit(std::move(line)))
+            break;
     }
-    return true;
+    return {};
 }
 
-std::optional<AppConfig> appFromCells(const QStringList &cells)
+FileResult<> readProject(const QString &path, QList<AppConfig> *apps)
 {
-    KnownDates dates;
-    return appFromRow(cells, &dates);
+    QList<AppConfig> read;
+    std::optional<FileError> malformed;
+    auto lines = readProjectLines(path, [&](ProjectLine &&line) {
+        if (line.app)
+            read.append(*std::move(line.app));
+        else if (!line.isHeader)
+            malformed = FileError{path, line.problem, line.number};
+        return !malformed;
+    });
+    if (!lines)
+        return lines;
+    *apps = std::move(read);
+    return malformed ? FileResult<>(*malformed) : FileResult<>();
+}
+
+QString versionText(QString cell)
+{
+    return cell.remove(QLatin1Char('"'));
+}
+
+QString projectFolder(const QString &projectFile)
+{
+    return QFileInfo(projectFile).absoluteDir().canonicalPath();
 }
 
 ProjectBuilder::ProjectBuilder(QList<AppConfig> records) : content(headerLine().toUtf8()), apps(std::move(records)) { }
@@ -263,13 +205,7 @@ bool ProjectBuilder::addLine()
 
 QByteArray projectContent(const QList<AppConfig> &apps)
 {
-    clearVectorRegisters();
     ProjectBuilder builder(apps);
     while (builder.addLine()) { }
     return builder.content;
-}
-
-bool writeProject(const QString &path, const QList<AppConfig> &apps)
-{
-    return replaceFile(path, projectContent(apps), LineEnds::Platform);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "io/fileresult.h"
 #include "model/appconfig.h"
 
 #include <QByteArray>
@@ -7,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 // The project file, Apps.csv: a header, then a line per app; cells are separated by ";" and never quoted.
@@ -28,18 +30,36 @@ enum ProjectColumn {
 inline constexpr qsizetype REQUIRED_COLUMNS = IconColumn; ///< a line has at least the cells before this one
 inline constexpr qsizetype COLUMN_COUNT = MinVersionColumn + 1; ///< further cells are ignored
 
-/// As the header has it.
+/// In the header.
 [[nodiscard]] QString columnTitle(ProjectColumn column);
 
-/// Replaces the records by those of a project file. False when there is no regular file that can be read to its end
-/// (the records are untouched), or at the first malformed row: one of fewer than seven cells, or whose names or
-/// descriptions are not JSON. The records then hold the rows before it.
-[[nodiscard]] bool readProject(const QString &path, QList<AppConfig> *apps);
+/// A line of a project file as it is loaded.
+struct ProjectLine
+{
+    int number = 0; ///< the first being 1
+    QStringList cells;
+    bool isHeader = false; ///< its first cell is that of the header, so it is skipped
+    bool hasCarriageReturn = false; ///< in the middle, from where loading removes it
+    std::optional<AppConfig> app; ///< nothing for a header and for a malformed line
+    QString problem; ///< why it is malformed, with the column and the place in it; empty when it is not
+};
 
-/// The record of a row; nothing when the row is malformed.
-[[nodiscard]] std::optional<AppConfig> appFromCells(const QStringList &cells);
+/// Visits the lines of a project file, until the visitor returns false. An error when there is no regular file that can
+/// be read to its end; then no line was visited.
+[[nodiscard]] FileResult<> readProjectLines(const QString &path, const std::function<bool(ProjectLine &&)> &visit);
 
-/// Builds the content of a project file line by line, so that it can be spread out over a while.
+/// Replaces the records by those of a project file. An error when it cannot be read (the records are untouched), or at
+/// its first malformed line: one of fewer than seven cells, or whose names or descriptions are not JSON. The records
+/// are then those before it.
+[[nodiscard]] FileResult<> readProject(const QString &path, QList<AppConfig> *apps);
+
+/// What a version is read from: the cell without its quotes.
+[[nodiscard]] QString versionText(QString cell);
+
+/// The canonical path of the folder that a project file is in; empty when there is none.
+[[nodiscard]] QString projectFolder(const QString &projectFile);
+
+/// Builds the content of a project file line by line, so that a window can do it in steps.
 class ProjectBuilder
 {
 public:
@@ -55,8 +75,5 @@ private:
     qsizetype next = 0;
 };
 
-/// What a project file with these records holds.
+/// The content of a project file with these records.
 [[nodiscard]] QByteArray projectContent(const QList<AppConfig> &apps);
-
-/// Replaces a project file by the records. False when that failed; the file is then as it was.
-[[nodiscard]] bool writeProject(const QString &path, const QList<AppConfig> &apps);

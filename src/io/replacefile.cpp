@@ -1,6 +1,5 @@
 #include "io/replacefile.h"
 
-#include "io/history.h"
 #include "io/linktarget.h"
 #include "io/platform.h"
 
@@ -9,63 +8,80 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+#include <cerrno>
+
 namespace {
 
 // The staged file's name is longer by a dot and six letters, and no name has more than 255 bytes.
 constexpr qsizetype MAX_NAME = 248;
 
 // A full disk may show as late as when the buffers are flushed.
-bool writeAll(QFileDevice &file, const QByteArray &content)
+FileResult<> writeAll(QFileDevice *file, const QByteArray &content)
 {
-    return file.write(content) == content.size() && file.flush();
+    if (file->write(content) != content.size() || !file->flush())
+        return FileError{file->fileName(), file->errorString()};
+    return syncFile(*file);
 }
 
-bool writeDirectly(const QFileInfo &file, const QByteArray &content)
+FileResult<> writeDirectly(const QFileInfo &file, const QByteArray &content)
 {
     QFile direct(file.filePath());
     // Asked to make a file that is there, the system refuses to open somebody else's in a sticky folder.
     const QIODevice::OpenMode mode =
         file.exists() ? QIODevice::WriteOnly | QIODevice::ExistingOnly : QIODevice::OpenMode(QIODevice::WriteOnly);
-    return direct.open(mode | QIODevice::Truncate) && writeAll(direct, content) && reachedDisk(direct)
-           && namesReachedDisk(file.path());
+    if (!direct.open(mode | QIODevice::Truncate))
+        return FileError{file.filePath(), direct.errorString()};
+    if (auto written = writeAll(&direct, content); !written)
+        return written;
+    return syncFolder(file.path());
 }
 
-} // namespace
-
-bool replaceFile(const QString &path, const QByteArray &content, LineEnds lineEnds, Replaced replaced)
+FileResult<> replace(const QFileInfo &target, const QByteArray &content, const KeepOldContent &keepOldContent)
 {
-    // A pipe would be waited for.
-    const QFileInfo target(path);
+    const QString path = target.filePath();
+    // Opening a pipe would wait for its reader.
     if (target.exists() && !target.isFile())
-        return false;
+        return FileError{path, target.isDir() ? systemReason(EISDIR) : QStringLiteral("Is not a regular file")};
     const QString real = target.exists() ? target.canonicalFilePath() : behindLinks(path);
     if (real.isEmpty())
-        return false;
+        return FileError{path, systemReason(ELOOP)};
 
-    const QByteArray bytes = lineEnds == LineEnds::Platform ? withPlatformLineEnds(content) : content;
+    const auto keep = [&] { return !keepOldContent || keepOldContent(); };
     const QFileInfo file(real);
     const bool isNameTooLong = QFile::encodeName(file.fileName()).size() > MAX_NAME;
     QSaveFile staged(real);
     if (!isNameTooLong && staged.open(QIODevice::WriteOnly)) {
         if (target.exists() && !giveToOwnerOf(target, staged))
             qDebug() << "No longer of its owner or group:" << target.filePath();
-        // QSaveFile asks for the permissions too, and goes on without an answer: with a file that nobody may read.
+        // QSaveFile does this too, but ignores a failure, which leaves a file that nobody may read.
         const QFile::Permissions permissions = target.permissions();
         if (permissions.toInt() != 0 && staged.permissions() != permissions)
             staged.setPermissions(permissions);
-        // QSaveFile flushes to the disk too, but ignores the result.
-        if (!writeAll(staged, bytes) || !reachedDisk(staged))
-            return false;
+        // QSaveFile syncs too, but ignores the result.
+        if (auto written = writeAll(&staged, content); !written)
+            return written;
         // Only now, so that the copy cannot take the last room on the disk.
-        const bool isKept = replaced == Replaced::IsKeptAlready || keepReplaced(path, bytes);
+        const bool isKept = keep();
         if (staged.commit())
-            return namesReachedDisk(file.path());
-        return isKept && file.exists() && writeDirectly(file, bytes);
+            return syncFolder(file.path());
+        if (!isKept || !file.exists())
+            return FileError{path, staged.errorString()};
+        return writeDirectly(file, content);
     }
 
-    if ((!isNameTooLong && QFileInfo(file.path()).isWritable()) || (file.exists() && !file.isWritable()))
-        return false;
-    if (replaced == Replaced::IsKept)
-        keepReplaced(path, bytes);
-    return writeDirectly(file, bytes);
+    if (file.exists() && !file.isWritable())
+        return FileError{path, systemReason(EACCES)};
+    if (!isNameTooLong && QFileInfo(file.path()).isWritable())
+        return FileError{path, staged.errorString()};
+    keep();
+    return writeDirectly(file, content);
+}
+
+} // namespace
+
+FileResult<> replaceFile(const QString &path, const QByteArray &content, const KeepOldContent &keepOldContent)
+{
+    const auto replaced = replace(QFileInfo(path), content, keepOldContent);
+    // The caller knows a link by its own name.
+    return replaced ? replaced : FileError{path, replaced.error().reason};
 }

@@ -1,67 +1,58 @@
 #pragma once
 
+#include "io/fileresult.h"
 #include "model/appconfig.h"
 
-#include <QFileInfo>
 #include <QJsonObject>
 #include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <functional>
+#include <optional>
 
 // The repository index, Apps.json: every app with its metadata, and every file with URL, destination, size and SHA-1.
 
 inline constexpr QLatin1String INDEX_FILE_NAME("Apps.json");
 
-/// Before the paths of the files on a transmitter.
+/// Begins the paths of all files on a transmitter.
 inline constexpr QLatin1String APPS_FOLDER("Apps/");
 
-/// What somebody who watches the publishing sees of it.
+/// How far the publishing of an index is, and what went wrong.
 struct IndexReport
 {
-    qsizetype apps = 0; ///< begun so far
-    qsizetype files = 0; ///< published so far
+    qsizetype apps = 0; ///< begun
+    qsizetype files = 0; ///< published
     qint64 bytes = 0; ///< in those files
-    QStringList missing; ///< listed paths that do not exist and have no entry
-    QStringList unreadable; ///< files whose hash is empty, and folders that look empty
-    QString error; ///< the system's reason why the index is not on the disk as a whole
+    QList<FileError> leftOut; ///< listed paths and folders that have no entries
+    QList<FileError> withoutHash; ///< files that have an entry with an empty hash
+    std::optional<FileError> error; ///< why the index is not on the disk as a whole
     std::function<void(const IndexReport &)> progress; ///< called before each file is read
 };
 
-/// What the walk over a listed path meets. A file comes with its path relative to the project folder, where each
-/// backslash has become a slash.
-struct WalkVisitor
-{
-    std::function<void(const QFileInfo &file, const QString &relativePath)> file;
-    std::function<bool(const QFileInfo &folder)> enters; ///< without one every folder is entered
-    std::function<void(const QFileInfo &entry)> neither; ///< file nor folder
-};
+/// A path relative to the project folder as it is published: each backslash has become a slash.
+[[nodiscard]] QString publishedPath(QString path);
 
-/// Walks over what is published of a listed path: itself or, of a folder, the files in it without hidden ones.
-void walkListedPath(const QString &listed, const QString &projectDir, const WalkVisitor &visitor);
-
-/// Whether an existing file in the project folder is one that the index names: an icon, a description, or a file that
-/// is published, under its own name or through a link. The folder's path is canonical.
+/// Whether the index names an existing file of the project folder as an icon, a description or a published file, by its
+/// own name or through a link. The path of the folder is canonical.
 [[nodiscard]] bool isNamedByIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectDir);
 
-/// Whether an existing file is one that the catalogue is made of: the project file, or one that the index names. A
-/// former index is none, though it may be listed with the whole project folder.
+/// Whether an existing file belongs to the catalogue: the project file, or a file that the index names. A former index
+/// does not, though it may be listed with the whole project folder.
 [[nodiscard]] bool isSourceOfIndex(const QString &file, const QList<AppConfig> &apps, const QString &projectFile);
 
 /// Whether a file begins as every index does.
 [[nodiscard]] bool isRepositoryIndex(const QString &file);
 
-/// A repository URL as it stands before paths: a "/" is added where it does not end in one.
+/// The typed repository URL with a "/" at its end.
 [[nodiscard]] QString repositoryUrl(const QString &typed);
 
 /// The index as a JSON object. Reads every file that the apps list, in folders too, from the project folder,
 /// whose path is absolute; with an empty one no file is found.
-/// The repository URL is put before each path as it stands; it ends in "/" for all common purposes.
+/// The repository URL is put before each path, unchanged; usually it ends in "/".
 [[nodiscard]] QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
                                                const QString &projectDir, IndexReport *report = nullptr);
 
-/// Writes the index as indented JSON. The file is truncated before the walk over the apps' files, which may
-/// meet it. False when it cannot be opened; later write errors show in the report alone.
+/// Writes the index as indented JSON. The file is truncated before the walk over the apps' files, which may meet it.
+/// False when it cannot be opened; what goes wrong later is in the report alone.
 bool writeRepositoryIndex(const QString &jsonFile, const QList<AppConfig> &apps, const QString &repoUrl,
                           const QString &projectDir, IndexReport *report = nullptr);

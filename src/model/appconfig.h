@@ -41,10 +41,10 @@ inline constexpr std::array<qint32, 21> TX_IDS{673,  674,  675,  676,  677,  678
 /// The languages that the editor offers.
 inline constexpr std::array LANGUAGES{"cz", "de", "en", "fr", "it"};
 
-/// The one whose name stands for the app in lists.
+/// Lists show the app by its name in this language.
 inline constexpr QLatin1String DEFAULT_LANGUAGE("en");
 
-/// Endings of the pictures that the editor offers as icons, in any case.
+/// Endings of the pictures that the editor offers as icons, in lower or upper case.
 inline constexpr std::array ICON_ENDINGS{"jpg", "png", "jpeg", "gif"};
 
 /// One app of the catalogue. Paths are relative to the project folder, with "/" separators.
@@ -60,7 +60,7 @@ struct AppConfig
     QMap<QString, QString> descriptions; ///< language code -> path of an HTML file
     QStringList files; ///< paths of files and folders, in the author's order
 
-    /// Whether the app runs on a model. The two ids of the KR-7 stand for each other.
+    /// Whether the app runs on a model. The two ids of the KR-7 count as one.
     /// The type must be a position in TX_IDS.
     [[nodiscard]] bool isCompatible(TxType type) const;
 

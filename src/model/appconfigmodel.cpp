@@ -1,5 +1,6 @@
 #include "model/appconfigmodel.h"
 
+#include "history/history.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 
@@ -80,7 +81,7 @@ bool AppConfigModel::load(const QString &path)
 
 bool AppConfigModel::save(const QString &path)
 {
-    if (!writeProject(path, apps))
+    if (!History::saveFile(path, projectContent(apps)))
         return false;
     modified = false;
     return true;

@@ -9,7 +9,7 @@ struct IndexReport;
 /// The open project: its apps, which of them is current, and whether they differ from the project file.
 ///
 /// An index outside of the list means that no app is current. Every operation that changes the apps
-/// says so with appsChanged(); none but setIndex() emits currentIndexChanged().
+/// emits appsChanged(); only setIndex() emits currentIndexChanged().
 class AppConfigModel : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ public:
                       const QString &icon, const QString &minTxVersion, QList<int> types);
 
     /// Replace the files or the descriptions of the current app. Without one nothing changes,
-    /// but appsChanged() is emitted all the same.
+    /// but appsChanged() is emitted.
     void setAppFiles(const QStringList &files);
     void setDescriptionFiles(const QMap<QString, QString> &descriptions);
 
@@ -42,13 +42,13 @@ public:
 
     /// Replaces the apps by those of a project file; the index stays what it was.
     /// False, without a signal, when the file cannot be read (nothing changed)
-    /// or at its first malformed row (the rows before it are loaded).
+    /// or at its first malformed line (the records before it are loaded).
     [[nodiscard]] bool load(const QString &path);
 
     /// False when the file could not be replaced: it is as it was, and the changes stay unsaved. Emits nothing.
     [[nodiscard]] bool save(const QString &path);
 
-    /// Publishes the project as a JSON index. The repository URL is put before every path as it stands.
+    /// Publishes the project as a JSON index. The repository URL is put before every path, unchanged.
     /// False when the file cannot be opened for writing. Emits nothing and does not count as saving.
     bool saveRepo(const QString &jsonFile, const QString &repoUrl, const QString &projectDir,
                   IndexReport *report = nullptr) const;
@@ -57,7 +57,7 @@ public slots:
     /// Appends a new app and makes it current, without currentIndexChanged().
     void createNew();
 
-    /// Emits currentIndexChanged() in any case. The index is taken unchecked.
+    /// Emits currentIndexChanged() in any case. The index is not checked.
     void setIndex(int i);
 
     /// Removes the current app, if there is one; the next one, or else the last one, becomes current.

@@ -6,8 +6,8 @@
 class QMainWindow;
 class QStatusBar;
 
-/// Shows that a window is at work and what it does, as long as it lives. Everything is painted directly, as no event
-/// gets through meanwhile; a dialog that was closed is painted away.
+/// Shows what a window is busy with, as long as this object exists. It paints directly, as no events are handled
+/// meanwhile; the place of a dialog that was closed is painted too.
 class BusyWindow
 {
 public:
@@ -15,7 +15,7 @@ public:
     ~BusyWindow();
     Q_DISABLE_COPY_MOVE(BusyWindow)
 
-    /// Takes the place of the message, unless it is too soon after the one before to be read.
+    /// Replaces the message, unless the one before was shown too short a time ago to be read.
     void showProgress(const QString &message);
 
 private:

@@ -23,11 +23,11 @@ FileDialog::FileDialog(const QString &root, const QStringList &filters, QWidget 
     model->setRootPath(folder.absolutePath());
     model->setFilter(folderMode ? QDir::AllDirs | QDir::NoDotAndDotDot
                                 : QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
-    // Without the folder the model would show the working folder, whose files are none of the project's.
+    // Without the folder the model would show the working folder, whose files do not belong to the project.
     if (folder.exists()) {
         ui->treeView->setModel(model);
         ui->treeView->setRootIndex(model->index(model->rootPath()));
-        // Qt's width has room for the first letters of most names.
+        // Qt's own width shows only the first letters of most names.
         const auto showWholeNames = [view = ui->treeView] {
             const int width = view->columnWidth(0);
             view->resizeColumnToContents(0);
@@ -51,7 +51,7 @@ QString FileDialog::getPath() const
 
 bool FileDialog::checkFile()
 {
-    // What was current may have been removed meanwhile. Its path would be empty, and publish the whole project.
+    // The current item may have been removed meanwhile. Its path would be empty and publish the whole project.
     const QModelIndex current = ui->treeView->currentIndex();
     const QString file = model->filePath(current);
     const bool ok = current.isValid() && QFileInfo(file).isFile() != folderMode;
@@ -63,11 +63,11 @@ bool FileDialog::checkFile()
 
 void FileDialog::on_treeView_activated(const QModelIndex & /*index*/)
 {
-    // Meant to do nothing: a click or a button picks.
+    // This is meant to do nothing: a click or a button picks.
 }
 
-// Runs after accept(), so it cannot hold the dialog back: what was clicked last stays picked
-// when the current item has moved on to something that cannot be.
+// This runs after accept(), so it cannot keep the dialog open: the path that was picked before stays when the current
+// item cannot be picked.
 void FileDialog::on_buttonBox_accepted()
 {
     checkFile();

@@ -23,7 +23,7 @@ public:
     FileDialog(const QString &root, const QStringList &filters, QWidget *parent);
     ~FileDialog() override;
 
-    /// What was picked, relative to the browsed folder; empty until something acceptable was.
+    /// The picked path, relative to the browsed folder; empty until something was picked.
     [[nodiscard]] QString getPath() const;
 
     /// Enables OK exactly when the current item can be picked, and then takes it as the path.

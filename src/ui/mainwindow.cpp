@@ -1,13 +1,11 @@
 #include "ui/mainwindow.h"
 
-#include "io/history.h"
-#include "io/platform.h"
+#include "history/history.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "ui_mainwindow.h"
 
 #include <QCloseEvent>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
@@ -34,7 +32,7 @@ QString previewStyleSheet()
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-/// The style sheet has dark texts, whatever the palette of the desktop.
+/// The style sheet has dark texts, so the background has to be light, even on a dark desktop.
 QPalette previewPalette()
 {
     QPalette palette;
@@ -43,8 +41,8 @@ QPalette previewPalette()
     return palette;
 }
 
-/// At a scale between two whole ones Qt enlarges the picture of the lower one. The picture of the higher one, made
-/// smaller, stays sharp.
+/// At a fractional scale, Qt enlarges the picture for the whole scale below it. The picture for the scale above it,
+/// made smaller, stays sharp.
 QIcon sharpAt(qreal scale, const QIcon &icon, QSize size)
 {
     const QSize wanted = size * scale;
@@ -90,7 +88,7 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
 
     ui->tableWidget->horizontalHeader()->setStretchLastSection(true);
     ui->tableWidget->setSelectionBehavior(QAbstractItemView::SelectRows);
-    // The name of the file stands at the end of its path.
+    // The name of the file is at the end of its path.
     ui->tableWidget->setTextElideMode(Qt::ElideMiddle);
     ui->tableWidget->setWordWrap(false);
     widenToTitle(ui->tableWidget->horizontalHeader(), 0);
@@ -158,11 +156,6 @@ QString MainWindow::projectPath() const
     return appPath.isEmpty() ? QString(PROJECT_FILE_NAME) : appPath;
 }
 
-QString MainWindow::projectFolder() const
-{
-    return QFileInfo(appPath).absoluteDir().canonicalPath();
-}
-
 void MainWindow::checkAsterisk()
 {
     const QString title = windowTitle();
@@ -189,8 +182,8 @@ void MainWindow::closeEvent(QCloseEvent *event)
         if (answer == QMessageBox::Yes) {
             saveAppsCfg();
             keepRecordsThatFailed();
-        } else if (keepUnsaved(projectPath(), projectContent(model.apps))) {
-            // Records that are given up on purpose are copied if there is room, and nobody is asked again.
+        } else if (History::keepUnsaved(projectPath(), projectContent(model.apps))) {
+            // The author gave these records up: they are copied if there is room, and nothing is asked again.
             work.removeDraft(projectPath());
         }
     }
@@ -205,7 +198,7 @@ void MainWindow::keepRecordsThatFailed()
     if (appPath.isEmpty())
         keepUnsavedRecords();
     else
-        work.save(appPath, withPlatformLineEnds(projectContent(model.apps)));
+        work.save(appPath, projectContent(model.apps));
 }
 
 void MainWindow::keepUnsavedRecords()

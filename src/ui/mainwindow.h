@@ -1,7 +1,7 @@
 #pragma once
 
+#include "history/unsavedwork.h"
 #include "io/projectfile.h"
-#include "io/unsavedwork.h"
 #include "model/appconfigmodel.h"
 
 #include <QFileDialog>
@@ -25,7 +25,7 @@ class MainWindow;
 extern const char *VENDOR_NAME;
 extern const char *APP_NAME;
 
-/// The editor. Widgets show copies of the model's records; every edit goes through the model, whose signals
+/// The editor. Widgets show copies of the model's records; every edit is made by the model, whose signals
 /// refill the widgets. Each tab has a source file of its own: mainwindow_general, _files and _description; so have the
 /// project, which is opened, saved and published, and the drafts.
 ///
@@ -38,7 +38,7 @@ public:
     explicit MainWindow(QWidget *parent = nullptr);
     ~MainWindow() override;
 
-    /// Puts what is unsaved into the history at once, for the case that the process is about to end.
+    /// Writes what is unsaved into the history at once, because the process is about to end.
     void writeDrafts();
 
 protected:
@@ -72,7 +72,7 @@ private slots:
     void on_repository_editingFinished();
 
 private:
-    /// The widgets that name the app in one more language.
+    /// The widgets for the name of the app in another language.
     struct LanguageRow
     {
         QLineEdit *name;
@@ -95,19 +95,17 @@ private:
     void setAppPath(const QString &path);
     /// Escapes a text that a tool tip would show as HTML.
     [[nodiscard]] static QString plainToolTip(const QString &text);
-    /// The path of the project file, or the name that it has when there is none yet.
+    /// The path of the project file; only its usual name when no project is open.
     [[nodiscard]] QString projectPath() const;
-    /// The canonical path of the folder that holds the project file.
-    [[nodiscard]] QString projectFolder() const;
     void saveAppsCfg();
-    /// Copies records that were never saved into the history, before they are dropped.
+    /// Copies unsaved records into the history before they are dropped.
     void keepUnsavedRecords();
-    /// Holds records whose save has failed, and which have no copy either.
+    /// Holds records that could be neither saved nor copied.
     void keepRecordsThatFailed();
     /// Shows the project file that was chosen; false when it cannot be loaded.
     bool loadProject(const QString &path);
     void publish(const QString &path);
-    /// Asks about what is nowhere on the disk until it is, or until the author gives it up.
+    /// Asks about texts that are nowhere on the disk until they are, or until the author gives them up.
     void settleUnsavedWork();
     void checkAsterisk();
 
@@ -125,9 +123,9 @@ private:
     bool saveCurrenDescription();
     void keepUnsavedDescription();
     [[nodiscard]] QMap<QString, QString> tableDescriptions() const;
-    /// A code that is still being typed in the table belongs to what is saved.
+    /// Ends the typing of a language code in the table, so that it is saved too.
     void finishTableEdit();
-    /// Makes no row current after a code was edited. To be called once the event that ended the editing is over.
+    /// Makes no row current after a code was edited. To be called after the event that ended the editing.
     void leaveCode();
     void showPreview();
     /// Fetches the pictures and style sheets of the preview again.
@@ -151,10 +149,10 @@ private:
     QString appPath; ///< of the project file; empty when no project is open
     QString descriptionPath; ///< of the file in the description editor; empty when none is open
     std::unique_ptr<Ui::MainWindow> ui;
-    bool isLeavingCode = false; ///< from the change of a code in the table to the end of the event that made it
-    QTimer leaveCodeTimer; ///< ends with that event
+    bool isLeavingCode = false; ///< from the change of a code in the table to the end of its event
+    QTimer leaveCodeTimer; ///< fires at the end of that event
     UnsavedWork work;
-    QTimer descriptionDraftTimer; ///< runs while a change of the text is in no draft, or something is held
+    QTimer descriptionDraftTimer; ///< runs while no draft has the last change, or a text is held
     QTimer recordsDraftTimer; ///< the same for the records
     QTimer recordsDraftStep;
     std::optional<RecordsDraft> recordsDraft;

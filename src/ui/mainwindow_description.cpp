@@ -1,6 +1,6 @@
 #include "ui/mainwindow.h"
 
-#include "io/replacefile.h"
+#include "history/history.h"
 #include "io/wholefile.h"
 #include "ui_mainwindow.h"
 
@@ -69,7 +69,7 @@ void MainWindow::showDescriptions(const AppConfig &app)
     }
 }
 
-// Without an open file there is nothing that typed text could be saved to.
+// Without an open file, typed text could not be saved.
 void MainWindow::setDescriptionPath(const QString &path)
 {
     descriptionPath = path;
@@ -85,9 +85,9 @@ bool MainWindow::saveCurrenDescription()
     } else if (!ui->descriptionEdit->document()->isModified()) {
         // The file holds all of it already, so that nothing is lost when this fails.
         work.tryAgain();
-        isSaved = replaceFile(descriptionPath, text, LineEnds::AsGiven);
+        isSaved = static_cast<bool>(History::saveFile(descriptionPath, text));
     } else {
-        isSaved = work.save(descriptionPath, text);
+        isSaved = static_cast<bool>(work.save(descriptionPath, text));
         ui->descriptionEdit->document()->setModified(!isSaved);
     }
     if (!work.heldFiles().isEmpty())
@@ -98,7 +98,7 @@ bool MainWindow::saveCurrenDescription()
 
 void MainWindow::keepUnsavedDescription()
 {
-    // After a save that failed the button is dark.
+    // The button is disabled after a save that failed.
     if (!descriptionPath.isEmpty() && ui->descriptionEdit->document()->isModified())
         work.copy(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8(), UnsavedWork::Later::Save);
 }
@@ -116,7 +116,7 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
     if (!model.getAppCfg(model.index))
         return {};
 
-    const QString folder = projectFolder();
+    const QString folder = projectFolder(appPath);
     QStringList languages;
     for (const char *language : LANGUAGES)
         languages.append(QLatin1String(language));
@@ -142,7 +142,7 @@ QString MainWindow::addDescription(FileChooser chooseFile, const QString &captio
     if (file.isEmpty())
         return {};
     qDebug().noquote() << folder + QStringLiteral("    ") + file;
-    // Meant as a plain comparison of texts: a sibling folder whose name begins alike passes.
+    // This is meant to compare texts only: a sibling folder whose name begins with the same letters passes.
     if (folder.isEmpty() || !file.startsWith(folder)) {
         QMessageBox::critical(this, tr("Error"), tr("The file must be inside the project directory or subdirectory."));
         return {};
@@ -161,7 +161,7 @@ void MainWindow::on_btnNewDescription_clicked()
     if (file.isEmpty())
         return;
     work.stopSaving(file);
-    if (replaceFile(file, TEMPLATE, LineEnds::AsGiven))
+    if (History::saveFile(file, TEMPLATE))
         saveCurrenDescription();
 }
 
@@ -177,7 +177,7 @@ void MainWindow::on_btnDeleteDescription_clicked()
     if (ui->tableWidget->currentRow() < 0)
         return;
 
-    // A single button, which Escape presses too. The convenience function adds a No of its own when No is its default.
+    // There is only one button, which Escape presses too. QMessageBox::question() would add a second one.
     QMessageBox question(QMessageBox::Question, tr("Delete app description"),
                          tr("Delete from app configuration?<br>The file will be preserved."), QMessageBox::Yes, this);
     if (question.exec() != QMessageBox::Yes)
@@ -187,9 +187,9 @@ void MainWindow::on_btnDeleteDescription_clicked()
     const int row = ui->tableWidget->currentRow();
     if (row < 0)
         return;
-    qDebug() << projectFolder() + QLatin1Char('/') + cellText(ui->tableWidget, row, FileColumn);
+    qDebug() << projectFolder(appPath) + QLatin1Char('/') + cellText(ui->tableWidget, row, FileColumn);
     {
-        // The row below must not be opened in passing.
+        // Otherwise the row below would be opened for a moment.
         const QSignalBlocker blocker(ui->tableWidget);
         ui->tableWidget->removeRow(row);
     }
@@ -214,13 +214,12 @@ void MainWindow::on_tableWidget_currentCellChanged(int currentRow, int /*current
     if (currentRow < 0)
         return;
 
-    const QString folder = projectFolder();
+    const QString folder = projectFolder(appPath);
     const QString path = folder + QLatin1Char('/') + cellText(ui->tableWidget, currentRow, FileColumn);
     qDebug() << path;
-    // What is shown is written back, so it has to be the whole file.
-    const std::optional<QByteArray> content =
-        folder.isEmpty() ? std::nullopt : readWholeFile(path, LARGEST_DESCRIPTION);
-    if (content) {
+    // The text is written back later, so it has to be the whole file.
+    const auto content = readWholeFile(path, LARGEST_DESCRIPTION);
+    if (!folder.isEmpty() && content) {
         // Before the text, whose preview looks for pictures beside the file.
         setDescriptionPath(path);
         const std::optional<QByteArray> held = work.held(path);
@@ -265,16 +264,16 @@ void MainWindow::on_btnAutosave_clicked()
 void MainWindow::descriptionUpdated(int row, int column)
 {
     if (ui->tableWidget->isPersistentEditorOpen(ui->tableWidget->item(row, column))) {
-        // The key or the click that ends the editing may go on to another row, whose file is not to be opened in
-        // passing.
+        // The key or the click that ends the editing may select another row, whose file must not be opened for a
+        // moment.
         isLeavingCode = true;
         leaveCodeTimer.start();
         const QWidget *focus = QApplication::focusWidget();
         if (!focus || ui->tableWidget->viewport()->isAncestorOf(focus)) {
-            // The key that ended the editing does nothing more once the editor is closed.
+            // After the editor is closed, the key that ended the editing has no further effect.
             connect(ui->tableWidget->itemDelegate(), &QAbstractItemDelegate::closeEditor, this, &MainWindow::leaveCode,
                     Qt::SingleShotConnection);
-            // With its editor the focus would leave the table.
+            // Otherwise the focus leaves the table together with the editor.
             ui->tableWidget->setFocus();
         }
     }

@@ -10,9 +10,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A process that is killed costs five seconds of work at most.
+// A process that is killed must not cost more than five seconds of work.
 constexpr auto DRAFT_DELAY = 3s;
-// Building ten thousand lines at once, in 20 to 30 ms, would be noticed while typing.
+// Building ten thousand lines at once takes 20 to 30 ms, which is felt while typing.
 constexpr auto LONGEST_STEP = 5ms;
 
 } // namespace
@@ -34,7 +34,7 @@ void MainWindow::draftDescription()
     bool isDrafted = true;
     const bool isUnsaved = !descriptionPath.isEmpty() && ui->descriptionEdit->document()->isModified();
     if (isUnsaved)
-        isDrafted = work.keepDraft(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8());
+        isDrafted = static_cast<bool>(work.keepDraft(descriptionPath, ui->descriptionEdit->toPlainText().toUtf8()));
     else if (!descriptionPath.isEmpty())
         work.removeDraft(descriptionPath);
     if (!isDrafted || !work.heldFiles().isEmpty())
@@ -60,7 +60,7 @@ void MainWindow::goOnWithRecordsDraft()
             return;
         }
     }
-    // Meanwhile the records may have been saved, or dropped for those of another project.
+    // The records may have been saved or replaced by those of another project since the draft began.
     const bool isNeeded = model.modified && recordsDraft->path == projectPath();
     if (isNeeded && !work.keepDraft(recordsDraft->path, recordsDraft->builder.content))
         recordsDraftTimer.start();

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What a date field shows that nothing was set in.
+/// What a date field shows before a date is set.
 QDate emptyDate()
 {
     static const QDate date = QDateEdit().date();
@@ -37,7 +37,7 @@ const std::array<TransmitterBox, 13> &transmitterBoxes()
         {&Ui_MainWindow::vl7IICompatible, {TxVl7II, TxVl7IIB}, {TxVl7II, TxVl7IIB}},
         {&Ui_MainWindow::kr5IICompatible, {TxKr5II, TxKr5IIB}, {TxKr5II, TxKr5IIB}},
         {&Ui_MainWindow::vl5IICompatible, {TxVl5II, TxVl5IIB}, {TxVl5II, TxVl5IIB}},
-        // Meant: both boxes of the second generation show the id that the VL-9II stores.
+        // This is meant: both boxes of the second generation show the id that the VL-9II stores.
         {&Ui_MainWindow::kr9g2Compatible, {TxVl9G2}, {TxKr9G2}},
         {&Ui_MainWindow::vl9g2Compatible, {TxVl9G2}, {TxVl9G2}},
     }};
@@ -97,7 +97,7 @@ void MainWindow::showGeneral(const AppConfig &app)
         box->setChecked(std::any_of(row.shownFrom.cbegin(), row.shownFrom.cend(),
                                     [&app](TxType type) { return app.isCompatible(type); }));
     }
-    // The field ignores an invalid date and would go on showing the one of the app before.
+    // The field ignores an invalid date and would keep the one of the app before.
     ui->publicationDate->setDate(app.date.isValid() ? app.date : emptyDate());
     showNames(app);
 }
@@ -170,7 +170,7 @@ void MainWindow::on_listApps_itemClicked(QListWidgetItem * /*item*/)
 void MainWindow::on_btnNewApp_clicked()
 {
     createNewApp();
-    // Its name is what is typed next.
+    // The author types its name next.
     if (ui->tabWidget->currentWidget() == ui->tabGeneral) {
         ui->appName1_1->setFocus();
         ui->appName1_1->selectAll();

@@ -1,6 +1,6 @@
 #include "ui/mainwindow.h"
 
-#include "io/history.h"
+#include "history/history.h"
 #include "io/repositoryindex.h"
 #include "ui/busywindow.h"
 #include "ui_mainwindow.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int MESSAGE_TIME = 8000; // milliseconds
 
-/// Numbers are written as the texts around them.
+/// The language of the texts around the numbers.
 QLocale english()
 {
     return {QLocale::English};
@@ -57,7 +57,7 @@ bool MainWindow::loadProject(const QString &path)
     setAppPath(path);
     if (!model.load(appPath))
         return false;
-    // A shorter list than before has no app where the current one was.
+    // The list may be shorter than before.
     if (model.index >= model.apps.size())
         model.setIndex(-1);
     return true;
@@ -127,13 +127,13 @@ void MainWindow::publish(const QString &path)
                                   .arg(QString::number(now.apps), counted(appCount, tr("app"), tr("apps")),
                                        english().formattedDataSize(now.bytes, 0, QLocale::DataSizeSIFormat)));
         };
-        // The index is written directly, so that what it takes the place of has to be kept before.
+        // The index is written directly, so what the file holds has to be kept before.
         const bool isSource = isSourceOfIndex(path, model.apps, appPath);
-        if ((isSource || !isRepositoryIndex(path)) && !keepReplaced(path, {}) && isSource)
+        if ((isSource || !isRepositoryIndex(path)) && !History::keepReplaced(path, {}) && isSource)
             return;
-        model.saveRepo(path, ui->repository->text(), projectFolder(), &report);
+        model.saveRepo(path, ui->repository->text(), projectFolder(appPath), &report);
     }
-    if (report.error.isEmpty()) {
+    if (!report.error) {
         ui->statusBar->showMessage(
             tr("Published %1, %2, %3: %4")
                 .arg(counted(appCount, tr("app"), tr("apps")), counted(report.files, tr("file"), tr("files")),

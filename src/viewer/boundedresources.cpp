@@ -25,7 +25,7 @@ namespace {
 
 const QUrl MISSING_PICTURE(QStringLiteral("qrc:/qt-project.org/styles/commonstyle/images/file-16.png"));
 
-/// A download of a local file, which has come when it begins.
+/// A download of a local file, which is complete from the beginning.
 class FileReply : public QNetworkReply
 {
     Q_OBJECT
@@ -37,16 +37,11 @@ public:
         setUrl(fileRequest.url());
         setOperation(QNetworkAccessManager::GetOperation);
         open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-        const QString host = url().host();
-        QString problem = QStringLiteral("Is on another machine");
-        if (host.isEmpty() || host == QLatin1String("localhost")) {
-            QUrl file = url();
-            file.setHost({});
-            if (const auto read = readWholeFile(file.toLocalFile(), LARGEST_RESOURCE, &problem))
-                content = *read;
-        }
-        if (!problem.isEmpty())
-            setError(ContentNotFoundError, problem);
+        const auto read = readContent();
+        if (read)
+            content = *read;
+        else
+            setError(ContentNotFoundError, read.error().text());
         QMetaObject::invokeMethod(this, "finish", Qt::QueuedConnection);
     }
 
@@ -71,6 +66,16 @@ protected:
     }
 
 private:
+    [[nodiscard]] FileResult<QByteArray> readContent() const
+    {
+        QUrl file = url();
+        const QString host = file.host();
+        if (!host.isEmpty() && host != QLatin1String("localhost"))
+            return FileError{file.toString(), QStringLiteral("Is on another machine")};
+        file.setHost({});
+        return readWholeFile(file.toLocalFile(), LARGEST_RESOURCE);
+    }
+
     Q_INVOKABLE void finish()
     {
         if (isFinished())
@@ -85,7 +90,7 @@ private:
     qint64 position = 0;
 };
 
-/// What a document asks as its parent.
+/// The parent of a document, which asks it for resources.
 class Answer : public QObject
 {
     Q_OBJECT
@@ -115,7 +120,7 @@ QByteArray contentOfDataUrl(const QUrl &url)
     return text.first(comma).trimmed().toLower().endsWith(";base64") ? QByteArray::fromBase64(content) : content;
 }
 
-/// The name under which Qt's handler looks for a picture on a screen with so many points for a pixel.
+/// The name under which Qt's handler looks for a picture on a screen of this pixel ratio.
 QString nameForDensity(const QString &name, qreal density)
 {
     const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
@@ -128,11 +133,11 @@ QString nameForDensity(const QString &name, qreal density)
     return name;
 }
 
-/// What Qt's handler can be called with: it opens the file of that name when it has no picture of it.
+/// A format with which Qt's handler opens no file: it opens the file of that name when the document has no picture.
 QTextImageFormat bounded(const QTextDocument &document, const QTextFormat &format, qreal density = 1)
 {
     QTextImageFormat image = format.toImageFormat();
-    // Compiled in.
+    // Part of the program.
     if (image.name().startsWith(QLatin1String(":/")))
         return image;
     if (!isPicture(document.resource(QTextDocument::ImageResource, QUrl(nameForDensity(image.name(), density)))))
@@ -201,7 +206,7 @@ void BoundedResources::setHeightForPictures(qreal height)
     heights.clear();
 }
 
-// The document forgets its resources when its text is cleared.
+// A document forgets its resources when its text is cleared.
 void BoundedResources::onContentsChange(int position, int /*removed*/, int added)
 {
     if (position == 0 && added == 0) {
@@ -224,14 +229,14 @@ QVariant BoundedResources::loadResource(int type, const QUrl &name)
         return value;
 
     const QVariant picture = decodedPicture(value.toByteArray(), room());
-    // Qt would decode the bytes; with others in their place it does not ask again.
+    // Qt would decode the bytes. Given others, it does not ask again.
     if (!picture.isValid())
         return QByteArray("");
     bytesOfPictures += bytesOf(picture);
     return kept(name, picture);
 }
 
-// The names of background pictures are looked up in what this document has loaded, when HTML is exported.
+// When HTML is exported, Qt looks up the names of background pictures among the resources of this document.
 QVariant BoundedResources::kept(const QUrl &name, const QVariant &picture)
 {
     auto *answer = static_cast<Answer *>(parent());
@@ -241,7 +246,7 @@ QVariant BoundedResources::kept(const QUrl &name, const QVariant &picture)
     return loaded;
 }
 
-// What a document does by itself when its view has no answer.
+// Does what Qt's document does when its view has no answer.
 QVariant BoundedResources::contentOf(const QUrl &name) const
 {
     if (name.scheme().compare(QLatin1String("data"), Qt::CaseInsensitive) == 0)
@@ -269,7 +274,7 @@ QSizeF BoundedResources::intrinsicSize(QTextDocument *shown, int position, const
     if (format.hasProperty(QTextFormat::ImageHeight))
         return size;
 
-    // In the middle of a line it may raise two, that which it does not fit into as well.
+    // In the middle of a line a picture may raise two lines: also the one that it does not fit into.
     const QTextBlock block = shown->findBlock(position);
     const bool beginsLine =
         position == block.position() || shown->characterAt(position - 1) == QChar(QChar::LineSeparator);

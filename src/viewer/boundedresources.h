@@ -9,19 +9,19 @@
 class QTextEdit;
 class QTextImageFormat;
 
-inline constexpr qint64 LARGEST_CACHE = 512LL * 1000 * 1000; // bytes; what a viewer keeps of downloads and pictures
+inline constexpr qint64 LARGEST_CACHE = 512LL * 1000 * 1000; // bytes of downloads and pictures that a viewer keeps
 
 /// The decoded picture: a pixmap on the main thread, else an image. Invalid when the bytes are no picture, or one
 /// that takes more than @p room bytes.
 [[nodiscard]] QVariant decodedPicture(const QByteArray &bytes, qint64 room);
 
-/// What the picture will take by its own account; 0 when it gives none.
+/// The bytes of the decoded picture according to its header; 0 when that does not say.
 [[nodiscard]] qint64 decodedBytes(const QByteArray &bytes);
 
-/// In bytes; a decoded picture has four for each point.
+/// In bytes; a decoded picture has four for each pixel.
 [[nodiscard]] qint64 bytesOf(const QVariant &resource);
 
-/// Reads local files whole and at once, as readWholeFile() does; what that refuses is a download that failed.
+/// Reads local files at once with readWholeFile(); a download of what that refuses fails.
 class BoundedNetwork : public QNetworkAccessManager
 {
     Q_OBJECT
@@ -30,11 +30,11 @@ protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &request, QIODevice *body) override;
 };
 
-/// Stands between a view's document and its resources.
+/// Loads the resources of a view's document.
 ///
-/// A document opens files by itself when its view has no answer: pipes, devices, files of any size. It does not when
-/// its parent is another document, which is this one. So does Qt's handler of pictures, which is only called here when
-/// there is a picture, or for its own picture of a missing one.
+/// When its view has no answer, Qt's document opens the file itself, even a pipe, a device or a file of any size. It
+/// does not when its parent is another document, so this one is its parent. Qt's handler of pictures opens files too;
+/// it is only called when there is a picture, or for its own icon of a missing one.
 class BoundedResources : public QTextDocument, public QTextObjectInterface
 {
     Q_OBJECT
@@ -47,7 +47,7 @@ public:
     qint64 cachedBytes = 0; ///< in the cache of the view
     [[nodiscard]] qint64 room() const { return LARGEST_CACHE - cachedBytes - bytesOfPictures; }
 
-    /// From now on, pictures that do not state a height show while they are no higher than that in all.
+    /// Limits the height of all pictures together that do not state one; further ones do not show.
     void setHeightForPictures(qreal height);
 
     QSizeF intrinsicSize(QTextDocument *shown, int position, const QTextFormat &format) override;
@@ -65,7 +65,7 @@ private:
     QTextEdit *view;
     QTextDocument *document; // of the view
     QTextObjectInterface *pictures; // Qt's own handler
-    qint64 bytesOfPictures = 0; // that the document keeps by itself
+    qint64 bytesOfPictures = 0; // in the document's own cache
     qreal heightLeft = 0;
-    QHash<int, qreal> heights; // of the pictures that do not state one, by their positions
+    QHash<int, qreal> heights; // by position, of the pictures that do not state one
 };

@@ -21,21 +21,22 @@
 
 namespace {
 
-constexpr qint64 MOST_CELLS = 1'000'000; // with more than half a kilobyte for each
-constexpr qsizetype MOST_TABLES_OPEN = 100; // in the text; the parser takes minutes for a thousand
-constexpr int MOST_NESTED_TABLES = 20; // ten seconds
+constexpr qint64 MOST_CELLS = 1'000'000; // each takes more than half a kilobyte
+constexpr qsizetype MOST_TABLES_OPEN = 100; // in the text; the parser needs minutes for a thousand
+constexpr int MOST_NESTED_TABLES = 20; // they need ten seconds
 constexpr qreal LARGEST_HEIGHT = 8'380'000;
-constexpr qreal PLACEHOLDER_SIDE = 16; // of the icon for a picture that is not there
+constexpr qreal PLACEHOLDER_SIDE = 16; // of the icon for a missing picture
 
-/// A table of the HTML text while its rows are counted, as Qt counts them.
+/// A table of the HTML text while its columns are counted, as Qt counts them.
 class CountedTable
 {
 public:
     bool isInCell = false;
+    bool hasRows = false;
 
     void startRow()
     {
-        ++rows;
+        hasRows = true;
         isInCell = false;
         columnsOfRow = 0;
         for (Span &span : spans)
@@ -45,27 +46,15 @@ public:
             columnsOfRow += span.columns;
     }
 
-    void addCell(qint64 columnSpan, qint64 rowSpan)
+    /// Returns the columns of the row so far.
+    qint64 addCell(qint64 columnSpan, qint64 rowSpan)
     {
-        if (rows == 0)
-            startRow();
         isInCell = true;
         columnsOfRow += columnSpan;
-        columns = std::max(columns, columnsOfRow);
         if (rowSpan > 1)
             spans.append({rowSpan, columnSpan});
+        return columnsOfRow;
     }
-
-    /// Qt makes a row or a cell of a tag without a name.
-    void addNameless()
-    {
-        ++rows;
-        ++columnsOfRow;
-        columns = std::max(columns, columnsOfRow);
-    }
-
-    [[nodiscard]] bool hasRows() const { return rows > 0; }
-    [[nodiscard]] qint64 cells() const { return rows * columns; }
 
 private:
     struct Span
@@ -75,13 +64,11 @@ private:
     };
 
     QList<Span> spans; // that reach into the rows below
-    qint64 rows = 0;
-    qint64 columns = 0;
     qint64 columnsOfRow = 0;
 };
 
-/// The cell whose tag the reader is in.
-void addCell(CountedTable *table, HtmlReader *reader)
+/// Adds the cell whose tag the reader is in.
+qint64 addCell(CountedTable *table, HtmlReader *reader)
 {
     constexpr int WIDEST = 20480; // Qt takes no more
     int columns = 1;
@@ -94,7 +81,7 @@ void addCell(CountedTable *table, HtmlReader *reader)
         else if (attribute->name == QLatin1String("rowspan"))
             rows = std::max(rows, span);
     }
-    table->addCell(columns, rows);
+    return table->addCell(columns, rows);
 }
 
 qreal aroundCell(const QTextTableCellFormat &cell)
@@ -102,13 +89,13 @@ qreal aroundCell(const QTextTableCellFormat &cell)
     return cell.topPadding() + cell.bottomPadding() + cell.topBorder() + cell.bottomBorder();
 }
 
-/// The height of a line in which that of the text and the pictures is given.
+/// The height of a line whose content has a given height.
 qreal heightOfLine(const QTextBlockFormat &format, qreal content)
 {
     return std::max(content, std::abs(format.lineHeight(content, 1)));
 }
 
-/// Whether a picture begins its line; in the middle of one it may raise two, that which it does not fit into as well.
+/// How many lines a picture may raise: in the middle of a line two, also the one that it does not fit into.
 qreal linesRaised(const QTextBlock &block, int position)
 {
     const bool begins =
@@ -116,7 +103,7 @@ qreal linesRaised(const QTextBlock &block, int position)
     return begins ? 1 : 2;
 }
 
-/// The height of a document, at most, without the pictures that do not state theirs.
+/// The largest height that a document may have, without the pictures that do not state theirs.
 class Height
 {
 public:
@@ -132,7 +119,7 @@ public:
         }
     }
 
-    /// In one pass; in a cell a line counts as if it held a single letter.
+    /// In one pass; in a cell each line counts as if it had only one letter.
     [[nodiscard]] qreal roughly()
     {
         qreal height = ofFrame(*document.rootFrame());
@@ -145,7 +132,7 @@ public:
         return height;
     }
 
-    /// What tables put between and around all of their cells alike, as counted by roughly().
+    /// What tables put between and around their cells, as counted by roughly().
     [[nodiscard]] qreal betweenCells() const { return aroundCells; }
 
     /// Of the tallest text in a block.
@@ -195,7 +182,7 @@ private:
         return height;
     }
 
-    // Two lines together are wider than the room that they have, but in a cell a line may hold a single letter.
+    // Two lines together are wider than their room, but in a cell a line may have only one letter.
     [[nodiscard]] qreal lines(const QTextBlock &block)
     {
         const QTextBlockFormat format = block.blockFormat();
@@ -235,11 +222,11 @@ private:
         qreal tallest = text.isEmpty() ? letterHeight(block.charFormatIndex(), block.charFormat()) : qreal(0);
         for (auto part = block.begin(); !part.atEnd(); ++part)
             tallest = std::max(tallest, letterHeight(part.fragment().charFormatIndex(), part.fragment().charFormat()));
-        // Letters that the font has not got come from others, which may be taller.
+        // Letters that the font does not have are taken from other fonts, which may be taller.
         return isOfOneFont ? tallest : 2 * tallest;
     }
 
-    // It is more than nearly every letter's width; of a monstrous font it overflows.
+    // The height is larger than the width of nearly every letter; it overflows for a huge font.
     [[nodiscard]] qreal letterHeight(int formatIndex, const QTextCharFormat &format)
     {
         auto known = letterHeights.find(formatIndex);
@@ -254,7 +241,7 @@ private:
     }
 
     const QTextDocument &document;
-    qreal scale; // of the font that is to be used to the one that the document has
+    qreal scale; // from the font of the document to the one that will be used
     qreal lineWidth;
     bool hasFrames;
     qreal highestCellFrame = 0;
@@ -262,7 +249,7 @@ private:
     QHash<int, qreal> letterHeights; // by the index of the format
 };
 
-/// Pictures that are as wide as they are but have no height.
+/// Gives pictures their width but no height.
 class FlatPictures : public QObject, public QTextObjectInterface
 {
     Q_OBJECT
@@ -295,14 +282,14 @@ void squeezeFrame(QTextFrame *frame)
         squeezeFrame(child);
 }
 
-/// Lets Qt lay out a copy with the same line breaks but a sixteenth of the height, which it comes to an end with.
-/// All pictures count as if they were below each other.
+/// Lets Qt lay out a copy with the same line breaks but a sixteenth of the height, which ends. All pictures count as if
+/// they were below each other.
 qreal squeezedHeight(const QTextDocument &document, const QFont &font, qreal width, qreal narrower, Height *height)
 {
     FlatPictures pictures;
     const std::unique_ptr<QTextDocument> copy(document.clone());
     copy->setUndoRedoEnabled(false);
-    copy->setPageSize({0, 0}); // which puts the layout off
+    copy->setPageSize({0, 0}); // prevents the layout
     copy->setDefaultFont(font);
     copy->setDefaultTextOption(document.defaultTextOption());
     copy->setIndentWidth(document.indentWidth());
@@ -332,7 +319,7 @@ qreal squeezedHeight(const QTextDocument &document, const QFont &font, qreal wid
         }
     }
     edit.endEditBlock();
-    // Words are broken only where there is room for a letter, so that a narrower document may be lower.
+    // A narrower document may be lower, as words are broken only where there is room for a letter.
     copy->setTextWidth(narrower);
     const qreal narrow = copy->size().height();
     copy->setTextWidth(width);
@@ -354,35 +341,48 @@ bool canBeParsed(const QString &html)
 {
     QList<CountedTable> open;
     qint64 cells = 0;
+    // Broken HTML may put a row into any of the tables that are inside each other, or even into an earlier one. So all
+    // of their rows count as rows of the widest.
+    bool isBroken = false;
+    qint64 rows = 0;
+    qint64 columns = 0;
     HtmlReader reader(html);
     while (const std::optional<HtmlTag> tag = reader.nextTag()) {
         const bool isRow = tag->name == QLatin1String("tr");
+        // Qt makes a row or a cell of a tag without a name.
+        const bool isCell = tag->name == QLatin1String("td") || tag->name == QLatin1String("th") || tag->name.isEmpty();
         if (tag->name == QLatin1String("table")) {
-            if (!open.isEmpty() && (tag->isEnd || !open.constLast().isInCell))
+            const bool isOutsideOfCells = !tag->isEnd && !open.isEmpty() && !open.constLast().isInCell;
+            isBroken = isBroken || isOutsideOfCells;
+            if (isOutsideOfCells || (tag->isEnd && !open.isEmpty()))
                 open.removeLast();
-            if (!tag->isEnd)
+            if (!tag->isEnd) {
                 open.append(CountedTable());
-        } else if (isRow || tag->name.isEmpty() || tag->name == QLatin1String("td")
-                   || tag->name == QLatin1String("th")) {
+            } else if (open.isEmpty() && !isBroken) {
+                cells += rows * columns;
+                rows = 0;
+                columns = 0;
+            }
+        } else if (isRow || isCell) {
             // For Qt, a table in a cell is none before its first row.
-            if (!isRow && open.size() > 1 && !open.constLast().hasRows())
+            if (isCell && open.size() > 1 && !open.constLast().hasRows)
                 open.removeLast();
             // Qt makes a table for a cell outside of one.
             if (open.isEmpty())
                 open.append(CountedTable());
             CountedTable &table = open.last();
-            cells -= table.cells();
-            if (tag->name.isEmpty())
-                table.addNameless();
-            else if (tag->isEnd)
+            if (tag->isEnd) {
                 table.isInCell = false;
-            else if (isRow)
-                table.startRow();
-            else
-                addCell(&table, &reader);
-            cells += table.cells();
+            } else {
+                const bool startsRow = isRow || !table.hasRows || tag->name.isEmpty();
+                if (startsRow)
+                    table.startRow();
+                rows += startsRow ? 1 : 0;
+                if (isCell)
+                    columns = std::max(columns, addCell(&table, &reader));
+            }
         }
-        if (open.size() > MOST_TABLES_OPEN || cells > MOST_CELLS)
+        if (open.size() > MOST_TABLES_OPEN || cells + rows * columns > MOST_CELLS)
             return false;
     }
     return true;
@@ -394,7 +394,7 @@ std::optional<qreal> heightForPictures(const QTextDocument &document, const QFon
         return std::nullopt;
     Height height(document, font, narrower);
     qreal most = height.roughly();
-    // Between cells there is as much in height as in width, which must stay.
+    // The space between cells has one size for height and width, so that it cannot be squeezed.
     const bool canBeSqueezed = most < SQUEEZE * LARGEST_HEIGHT && SQUEEZE * height.betweenCells() < LARGEST_HEIGHT;
     if (most >= LARGEST_HEIGHT && canBeSqueezed)
         most = squeezedHeight(document, font, width, narrower, &height);

@@ -7,15 +7,15 @@
 class QFont;
 class QTextDocument;
 
-// What Qt's text layout never comes to an end with:
+// What Qt's text layout never finishes, or not within minutes:
 //
-// - A document of more than 2^23 pixels in height. The layout takes it for a page of that height and puts the first
-//   line that does not fit on the next one, but there is no next one, so it tries the same line for ever.
-// - Tables inside each other. Each level doubles the time, since a cell is laid out once to see how wide it wants to
-//   be, and once more.
-// - A table of millions of cells, which a few spans make, fills the memory before anything is laid out.
+// - A document of more than 2^23 pixels in height. The layout takes that for the height of a page and moves the
+//   first line that does not fit to the next page, which does not exist, so it tries the same line forever.
+// - Tables inside each other. Each level doubles the time, since a cell is laid out twice, the first time
+//   to find out how wide it wants to be.
+// - A table of millions of cells, which a few spans can make. It fills the memory before the layout begins.
 //
-// Everything else ends, if late: nothing else is refused here.
+// Nothing else is refused: it takes long, but it ends.
 
 /// Whether Qt can parse HTML in less than a gigabyte of memory.
 [[nodiscard]] bool canBeParsed(const QString &html);

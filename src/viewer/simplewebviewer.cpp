@@ -29,7 +29,7 @@ QString messagePage(const QString &message)
         .arg(message);
 }
 
-/// As the text browser reads the bytes of a page.
+/// Decodes the bytes of a page as the text browser does.
 QString textOf(const QVariant &page)
 {
     if (page.metaType() != QMetaType::fromType<QByteArray>())
@@ -66,7 +66,7 @@ SimpleWebViewer::SimpleWebViewer(QWidget *parent) : QTextBrowser(parent), resour
 
 SimpleWebViewer::~SimpleWebViewer()
 {
-    // The manager ends its pending replies when it goes, after the cache has gone.
+    // The manager is destroyed after the cache, and its pending replies end then.
     manager.disconnect(this);
 }
 
@@ -96,7 +96,7 @@ QVariant SimpleWebViewer::loadResource(int type, const QUrl &name)
     return value;
 }
 
-// What the text browser finds, but read as a regular file of a bounded size.
+// Finds the same file as the text browser, but reads only a regular file of a bounded size.
 QVariant SimpleWebViewer::localFile(const QUrl &name) const
 {
     QString path = name.toLocalFile();
@@ -182,7 +182,7 @@ void SimpleWebViewer::onReplyFinished(QNetworkReply *reply)
     reply->deleteLater();
 }
 
-// After a redirect the reply's own URL is not the one that was asked for, which the next render asks for again.
+// After a redirect the URL of the reply is not the requested one, which the next render will request.
 void SimpleWebViewer::store(const QNetworkReply &reply, const QVariant &value)
 {
     setCached(reply.url(), value);
@@ -240,7 +240,7 @@ void SimpleWebViewer::setHtml(const QString &html)
     replaceWithheld();
 }
 
-// Both lay the document out again, in lines of another length or in another font.
+// A resize and another font both lay the document out again.
 void SimpleWebViewer::resizeEvent(QResizeEvent *event)
 {
     if (isRefused)
@@ -273,7 +273,7 @@ QString SimpleWebViewer::tooLarge()
 
 bool SimpleWebViewer::canBeLaidOut()
 {
-    // Scroll bars come and go in the midst of a layout, which cannot be withheld any more.
+    // A scroll bar may appear during the layout, when it is too late to prevent it.
     const int inside = width() - 2 * frameWidth();
     const int bar = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
     const auto height = heightForPictures(*document(), font(), inside, inside - bar);
@@ -281,7 +281,7 @@ bool SimpleWebViewer::canBeLaidOut()
     return height.has_value();
 }
 
-// New content is parsed, but not yet laid out.
+// Called when new content is parsed, but not yet laid out.
 void SimpleWebViewer::onContentsChange()
 {
     if (withheldPageSize)
@@ -291,7 +291,7 @@ void SimpleWebViewer::onContentsChange()
         withholdLayout();
 }
 
-// A document without a page has no layout, of which nobody must hear.
+// A document without a page size is not laid out. Nobody must be notified of that.
 void SimpleWebViewer::withholdLayout()
 {
     withheldPageSize = document()->pageSize();

@@ -15,10 +15,10 @@ class QNetworkReply;
 
 /// A read-only HTML view that also fetches what is not local, images above all, without blocking.
 ///
-/// What a render asks for and is not there yet shows as nothing; when the last pending download has
-/// finished, the document is rendered once more at the same scroll position. Everything is fetched once
-/// and kept until clear(); at most five downloads run at a time, each for at most five seconds and
-/// of at most 32 MB. With pictures decoded, at most 512 MB are kept; what is more does not show.
+/// A resource that is not there yet shows as nothing; when the last pending download has finished, the document is
+/// rendered again at the same scroll position. Everything is fetched once and kept until clear(); at most five
+/// downloads run at a time, each for at most five seconds and of at most 32 MB. At most 512 MB are kept, with pictures
+/// decoded; further resources do not show.
 class SimpleWebViewer : public QTextBrowser
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public:
     explicit SimpleWebViewer(QWidget *parent = nullptr);
     ~SimpleWebViewer() override;
 
-    /// What is there of a resource now; starts its download when it was never asked for.
+    /// The resource if it is there now; starts its download when it was never requested.
     /// Relative names are looked up in the search paths while the content was set as HTML.
     QVariant loadResource(int type, const QUrl &name) override;
 
@@ -37,7 +37,7 @@ public:
     /// Aborts every pending download; each counts as failed.
     void abort();
 
-    /// Shows HTML; a message in its place where Qt's layout of it would not end.
+    /// Shows HTML, or a message where Qt's layout of it would not end.
     void setHtml(const QString &html);
 
     /// Renders again and keeps the scroll position.
@@ -48,7 +48,7 @@ public slots:
     void clear();
 
 protected:
-    /// Going to another source aborts and forgets everything of the old one.
+    /// Another source aborts the downloads of the old one and forgets its resources.
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
     void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
@@ -74,9 +74,9 @@ private:
     BoundedNetwork manager;
     QMap<QUrl, QVariant> cache; // invalid while pending or failed, else bytes, a decoded picture or a page
     BoundedResources *resources;
-    bool isFull = false; // a picture did not fit into what may be kept
-    QString shownHtml; // as it was set
-    bool isRefused = false; // the message shows in the place of what was set
-    QTimer retry; // of what was refused, in another width or font
-    std::optional<QSizeF> withheldPageSize; // of the document, while its content is not to be laid out
+    bool isFull = false; // a picture was too large to be kept too
+    QString shownHtml; // as given to setHtml()
+    bool isRefused = false; // the message shows instead of the content
+    QTimer retry; // tries refused content again in another width or font
+    std::optional<QSizeF> withheldPageSize; // of the document, while its layout is prevented
 };

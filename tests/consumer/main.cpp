@@ -2,7 +2,9 @@
 #include <QDir>
 #include <QFile>
 
-/// Looks for the icons and the style sheet of the library, and for a resource of this program's own.
+using namespace Qt::StringLiterals;
+
+/// Compares the resources of the library, and one of this program, with their files.
 class Search : public QObject
 {
     Q_OBJECT
@@ -28,12 +30,11 @@ int main()
     const auto find = [&search](const QString &resource, const QString &path) {
         QMetaObject::invokeMethod(&search, "find", Q_ARG(QString, resource), Q_ARG(QString, path));
     };
-    find(QStringLiteral(":/consumer/main.cpp"), QStringLiteral(SOURCE_DIR "/main.cpp"));
+    find(u":/consumer/main.cpp"_s, QStringLiteral(SOURCE_DIR "/main.cpp"));
     const QDir folder(QStringLiteral(SOURCE_DIR "/../../resources"));
-    const QStringList names =
-        folder.entryList({QStringLiteral("*.css"), QStringLiteral("*.ico"), QStringLiteral("*.png")});
+    const QStringList names = folder.entryList({u"*.css"_s, u"*.ico"_s, u"*.png"_s});
     for (const QString &name : names)
-        find(QStringLiteral(":/Resources/Resources/") + name, folder.filePath(name));
+        find(u":/Resources/Resources/"_s + name, folder.filePath(name));
     return names.size() > 10 && search.problems == 0 ? 0 : 1;
 }
 

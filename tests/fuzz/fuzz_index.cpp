@@ -1,4 +1,4 @@
-// Verifies any bytes as the index of a small published folder. What it says is known, and said again the next time.
+// Verifies any bytes as the index of a small published folder. The findings have known codes, and are the same again.
 
 #include "check/verify.h"
 
@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void write(const QString &path, const QByteArray &content)
@@ -19,34 +21,36 @@ void write(const QString &path, const QByteArray &content)
         qFatal("Cannot write %s", qPrintable(path));
 }
 
-/// With what the kept inputs name.
+/// With the files that the kept inputs name.
 QString makeFolder()
 {
     static const QTemporaryDir folder;
-    if (!QDir(folder.path()).mkpath(QStringLiteral("Clock/lib")))
+    if (!QDir(folder.path()).mkpath(u"Clock/lib"_s))
         qFatal("Cannot make the folder");
-    write(folder.filePath(QStringLiteral("Clock/main.lua")), "abc");
-    write(folder.filePath(QStringLiteral("Clock/lib/a.lua")), "");
-    write(folder.filePath(QStringLiteral("en.html")), "<img src=\"screen.png\">");
-    write(folder.filePath(QStringLiteral("screen.png")), "x");
-    write(folder.filePath(QStringLiteral("icon.png")), "x");
+    write(folder.filePath(u"Clock/main.lua"_s), "abc");
+    write(folder.filePath(u"Clock/lib/a.lua"_s), "");
+    write(folder.filePath(u"en.html"_s), "<img src=\"screen.png\">");
+    write(folder.filePath(u"screen.png"_s), "x");
+    write(folder.filePath(u"icon.png"_s), "x");
     return folder.path();
 }
 
 QSet<QString> known()
 {
     QSet<QString> codes;
-    const QList<KnownCode> all = verifyCodes();
-    for (const KnownCode &code : all)
-        codes.insert(code.code);
+    const QList<Check::Rule> all = Check::verifyRules();
+    for (const Check::Rule &rule : all)
+        codes.insert(QLatin1String(rule.code));
     return codes;
 }
 
-QStringList told(const CheckResult &result)
+QStringList texts(const FileResult<QList<Check::Finding>> &result)
 {
-    QStringList lines{result.error};
-    for (const Finding &finding : result.findings)
-        lines.append(finding.code + QLatin1Char(' ') + finding.app + QLatin1Char(' ') + finding.text);
+    if (!result)
+        return {result.error().text()};
+    QStringList lines;
+    for (const Check::Finding &finding : *result)
+        lines.append(finding.code + u' ' + finding.app + u' ' + finding.text);
     return lines;
 }
 
@@ -56,18 +60,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QString folder = makeFolder();
     static const QSet<QString> codes = known();
-    const QString index = folder + QStringLiteral("/Apps.json");
+    const QString index = folder + u"/Apps.json"_s;
     write(index, QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)));
 
-    const QString url = QStringLiteral("https://apps.example.org/");
-    const CheckResult result = verifyIndex(folder, index, url);
-    if (!result.error.isEmpty() && !result.findings.isEmpty())
-        qFatal("An index that cannot be read has findings");
-    for (const Finding &finding : std::as_const(result.findings)) {
+    const QString url = u"https://apps.example.org/"_s;
+    const auto result = Check::verifyIndex(folder, index, url);
+    for (const Check::Finding &finding : result ? *result : QList<Check::Finding>()) {
         if (!codes.contains(finding.code) || finding.text.isEmpty())
-            qFatal("A finding of no known kind: %s", qPrintable(finding.code));
+            qFatal("A finding with an unknown code: %s", qPrintable(finding.code));
     }
-    if (told(verifyIndex(folder, index, url)) != told(result))
-        qFatal("The same index is found to be different");
+    if (texts(Check::verifyIndex(folder, index, url)) != texts(result))
+        qFatal("The second result differs");
     return 0;
 }

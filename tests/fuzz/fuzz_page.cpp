@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <utility>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -20,13 +19,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         qFatal("Cannot write the input");
     file.close();
 
-    const std::optional<Page> page = readPage(path);
+    const std::optional<Check::Page> page = Check::readPage(folder.path(), QStringLiteral("en.html"));
     if (!page)
         qFatal("Cannot read the input");
-    for (const QString &source : std::as_const(page->pictures)) {
-        const std::optional<QString> picture = pictureFile(QStringLiteral("doc/en.html"), source);
-        if (picture && (isAbsolutePath(*picture) || climbsOut(*picture)))
-            qFatal("A picture outside of the project: %s", qPrintable(source));
+    for (const Check::Picture &picture : page->pictures) {
+        if (picture.path && (Check::isAbsolutePath(*picture.path) || Check::climbsOut(*picture.path)))
+            qFatal("A picture outside of the project: %s", qPrintable(picture.source));
     }
     return 0;
 }

@@ -9,9 +9,11 @@
 #include <array>
 #include <cstdint>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// Made once, and never destroyed: what ends the process knows nothing of the order in which widgets go.
+/// Never destroyed, as the order of destruction at the end of the process is unknown.
 SimpleWebViewer *makeViewer()
 {
     static int argc = 1;
@@ -20,15 +22,15 @@ SimpleWebViewer *makeViewer()
     qputenv("QT_QPA_PLATFORM", "offscreen");
     static const auto *application = new QApplication(argc, argv.data());
     Q_UNUSED(application)
-    // Whatever the input asks for ends at a closed port of this machine.
-    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), 1));
+    // All downloads fail at a closed port of this machine.
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::HttpProxy, u"127.0.0.1"_s, 1));
 
     auto *viewer = new SimpleWebViewer;
-    QFile css(QStringLiteral(":/Resources/Resources/storefrontHtml.css"));
+    QFile css(u":/Resources/Resources/storefrontHtml.css"_s);
     if (!css.open(QIODevice::ReadOnly))
         qFatal("No style sheet");
     viewer->document()->setDefaultStyleSheet(QString::fromUtf8(css.readAll()));
-    viewer->setSearchPaths({QStringLiteral("file:////nonexistent")});
+    viewer->setSearchPaths({u"file:////nonexistent"_s});
     viewer->resize(400, 300);
     viewer->show();
     return viewer;

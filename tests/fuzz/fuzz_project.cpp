@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool load(const QString &path, const QByteArray &content, QList<AppConfig> *apps)
@@ -16,7 +18,7 @@ bool load(const QString &path, const QByteArray &content, QList<AppConfig> *apps
     if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
         qFatal("Cannot write the input");
     file.close();
-    return readProject(path, apps);
+    return static_cast<bool>(readProject(path, apps));
 }
 
 } // namespace
@@ -24,12 +26,12 @@ bool load(const QString &path, const QByteArray &content, QList<AppConfig> *apps
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("Apps.csv"));
+    const QString path = folder.filePath(u"Apps.csv"_s);
     QList<AppConfig> apps;
     if (!load(path, QByteArray(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)), &apps))
         return 0;
 
-    // The first saving drops what the format cannot hold.
+    // The first save drops what the format cannot hold.
     if (!load(path, projectContent(apps), &apps))
         return 0;
     const QByteArray saved = projectContent(apps);

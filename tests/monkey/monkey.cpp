@@ -71,7 +71,7 @@ QString Monkey::step()
         {"save", &Monkey::save, 4},
         {"publish", &Monkey::publish, 1},
         {"close", &Monkey::close, 2},
-        {"change a project file outside", &Monkey::breakProjectFile, 1},
+        {"change a project file outside", &Monkey::changeProjectFile, 1},
     };
     static const int total = std::accumulate(actions.begin(), actions.end(), 0,
                                              [](int sum, const Weighted &action) { return sum + action.weight; });
@@ -86,7 +86,7 @@ QString Monkey::step()
     if (log.size() > REPORTED_ACTIONS)
         log.removeFirst();
     (this->*chosen->action)();
-    return complaint.isEmpty() ? difference() : complaint;
+    return problem.isEmpty() ? difference() : problem;
 }
 
 QString Monkey::leave()

@@ -20,15 +20,15 @@
 #include <optional>
 #include <random>
 
-/// A title or text that was, or was not, shown.
-struct Said
+/// A dialog that the next action opens.
+struct ExpectedDialog
 {
     QString kind;
     QString text;
 };
 
-/// Does things to the window, and keeps beside it what the project, the editor and the disk must hold. Each group of
-/// actions has a source file of its own.
+/// Does random actions in the window, and keeps a model of the project, the editor and the disk to compare. Each group
+/// of actions has its source file.
 class Monkey
 {
 public:
@@ -36,9 +36,9 @@ public:
     ~Monkey();
     Q_DISABLE_COPY_MOVE(Monkey)
 
-    /// What does not agree after one more action; empty when everything does.
+    /// Does one action. How the window then differs from the model; empty when it does not.
     QString step();
-    /// Leaves the window for good.
+    /// Closes the window without saving. What went wrong; empty when nothing did.
     QString leave();
     [[nodiscard]] QString lastActions() const { return log.join(u'\n'); }
 
@@ -57,12 +57,12 @@ private:
     QString someText();
     QString someCode();
 
-    static QString shownName(bool checked) { return checked ? QStringLiteral("on") : QStringLiteral("off"); }
+    static QString onOrOff(bool checked) { return checked ? QStringLiteral("on") : QStringLiteral("off"); }
     void note(const QString &what) { log.last() += u' ' + what; }
     void expect(const QString &kind, const QString &text) { expected.append({kind, text}); }
     template <typename T> T *get(const char *name) const { return child<T>(*window, name); }
     void press(const char *button) { get<QAbstractButton>(button)->click(); }
-    [[nodiscard]] bool tabsUsable() const { return index >= 0; }
+    [[nodiscard]] bool areTabsEnabled() const { return index >= 0; }
     [[nodiscard]] bool hasCurrent() const { return index >= 0 && index < records.size(); }
     [[nodiscard]] AppConfig current() const { return records.value(index); }
     [[nodiscard]] QString projectFolder() const { return QFileInfo(appPath).absoluteDir().canonicalPath(); }
@@ -114,19 +114,19 @@ private:
     void save();
     void publish();
     void close();
-    void breakProjectFile();
+    void changeProjectFile();
     void loaded(const QString &path);
     void cleared();
     void savedProject();
 
     // The dialogs that come next.
     bool answerLanguage();
-    void chooseInVain(const QString &path, QMessageBox::StandardButton answer);
+    void chooseAndCancel(const QString &path, QMessageBox::StandardButton answer);
     QString answerSaveDialog(const QStringList &paths);
     QString answerOpenDialog(const QStringList &paths);
-    /// Answers what is asked for a new description or an existing one; the path of the file that is taken.
+    /// Answers the dialogs for a new or an existing description. The path of the chosen file.
     QString answerNewRow(QString (Monkey::*answerDialog)(const QStringList &));
-    void cancelFileDialog();
+    QString choosePath(const QStringList &paths);
 
     [[nodiscard]] QString difference() const;
     [[nodiscard]] QString dialogDifference() const;
@@ -149,8 +149,8 @@ private:
     int tableRow = -1;
     QString openFile;
     QString editorText;
-    std::optional<bool> autoSaveLit; ///< unknown where emptying an empty editor may or may not count as an edit
+    std::optional<bool> autoSaveEnabled; ///< unset after emptying an editor, which may or may not count as an edit
     QHash<QString, QByteArray> disk;
-    QList<Said> expected;
-    QString complaint;
+    QList<ExpectedDialog> expected;
+    QString problem;
 };

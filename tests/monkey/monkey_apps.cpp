@@ -12,7 +12,7 @@ void Monkey::refreshed()
     storeEditor();
     closeEditor();
     tableRow = -1;
-    autoSaveLit = false;
+    autoSaveEnabled = false;
     shownFields = fieldsOf(current());
 }
 

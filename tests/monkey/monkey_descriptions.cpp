@@ -21,7 +21,7 @@ const QString UNREADABLE = u"Error loading <b>%1</b>"_s;
 
 void Monkey::storeEditor()
 {
-    autoSaveLit = false;
+    autoSaveEnabled = false;
     if (!openFile.isEmpty())
         disk.insert(openFile, editorText.toUtf8());
 }
@@ -39,7 +39,7 @@ void Monkey::rowSelected(int row)
     tableRow = row;
     storeEditor();
     closeEditor();
-    autoSaveLit = false;
+    autoSaveEnabled = false;
     const QString path = projectFolder() + u'/' + std::next(current().descriptions.cbegin(), row).value();
     const QString real = QFileInfo(path).canonicalFilePath();
     if (disk.contains(real)) {
@@ -51,7 +51,7 @@ void Monkey::rowSelected(int row)
     }
 }
 
-/// In the project, in a folder whose name begins alike, and elsewhere.
+/// In the project, in a folder whose name has the same beginning, and elsewhere.
 QStringList Monkey::descriptionFiles()
 {
     const QString here = projectFolder();
@@ -68,7 +68,7 @@ QStringList Monkey::descriptionFiles()
 
 QString Monkey::answerNewRow(QString (Monkey::*answerDialog)(const QStringList &))
 {
-    // Without a current app there is nothing to describe, and nothing is asked.
+    // Without a current app nothing is asked.
     if (!hasCurrent() || !answerLanguage())
         return {};
     const QString code = log.last().section(u'"', 1, -2).toLower();
@@ -89,7 +89,7 @@ QString Monkey::answerNewRow(QString (Monkey::*answerDialog)(const QStringList &
 
 void Monkey::newDescription()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     const QString path = answerNewRow(&Monkey::answerSaveDialog);
     if (!path.isEmpty() && QFileInfo(path).dir().exists())
@@ -99,7 +99,7 @@ void Monkey::newDescription()
 
 void Monkey::openDescription()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     answerNewRow(&Monkey::answerOpenDialog);
     press("btnOpenDescription");
@@ -107,7 +107,7 @@ void Monkey::openDescription()
 
 void Monkey::deleteDescription()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     if (tableRow >= 0) {
         expect(u"QMessageBox"_s, DELETE_DESCRIPTION);
@@ -127,7 +127,7 @@ void Monkey::deleteDescription()
 void Monkey::selectDescription()
 {
     auto *table = get<QTableWidget>("tableWidget");
-    if (!tabsUsable() || table->rowCount() == 0)
+    if (!areTabsEnabled() || table->rowCount() == 0)
         return;
     const int row = number(table->rowCount());
     note(QString::number(row));
@@ -146,7 +146,7 @@ void Monkey::typeInEditor()
                                     u"<table>"_s, u"&amp;&#0;"_s, u"Žluť 🚀"_s, u"<!-- "_s, u"<ul><li>"_s,
                                     u"</p>"_s,    u"<h1>"_s};
     auto *editor = get<QPlainTextEdit>("descriptionEdit");
-    if (!tabsUsable() || !editor->isEnabled())
+    if (!areTabsEnabled() || !editor->isEnabled())
         return;
     if (chance(30)) {
         showTab(*window, "tabDescription");
@@ -168,13 +168,13 @@ void Monkey::typeInEditor()
         editorText.insert(cursor.position(), piece);
         editor->insertPlainText(piece);
     }
-    autoSaveLit = true;
+    autoSaveEnabled = true;
 }
 
 void Monkey::editCode()
 {
     auto *table = get<QTableWidget>("tableWidget");
-    if (!tabsUsable() || table->rowCount() == 0)
+    if (!areTabsEnabled() || table->rowCount() == 0)
         return;
     const int row = number(table->rowCount());
     const QString code = someCode();
@@ -187,7 +187,7 @@ void Monkey::editCode()
     }
 
     const QStringList codes = current().descriptions.keys();
-    // What a cell already holds is no change, however it was entered.
+    // The same code is no change.
     if (codes.at(row) != code) {
         QMap<QString, QString> descriptions;
         for (int i = 0; i < codes.size(); ++i)
@@ -200,14 +200,14 @@ void Monkey::editCode()
         QTest::keyClick(table, Qt::Key_F2);
         auto *edit = table->viewport()->findChild<QLineEdit *>();
         if (!edit) {
-            complaint = u"The code cannot be edited"_s;
+            problem = u"The code cannot be edited"_s;
             return;
         }
         edit->setText(code);
         const QPointer<QLineEdit> whileEditing = edit;
         QTest::keyClick(edit, Qt::Key_Return);
         if (!QTest::qWaitFor([&whileEditing] { return !whileEditing; }))
-            complaint = u"The editor of the code does not close"_s;
+            problem = u"The editor of the code does not close"_s;
     } else if (codes.at(row) != code) {
         table->item(row, 0)->setText(code);
     }
@@ -216,7 +216,7 @@ void Monkey::editCode()
 void Monkey::autoSave()
 {
     auto *button = get<QPushButton>("btnAutosave");
-    if (!tabsUsable() || !button->isEnabled())
+    if (!areTabsEnabled() || !button->isEnabled())
         return;
     storeEditor();
     button->click();

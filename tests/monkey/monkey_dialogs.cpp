@@ -9,12 +9,12 @@ namespace {
 
 const QString EXISTING_CODE = u"Cannot insert new description file. Language \"%1\" already exists."_s;
 const QString LANGUAGE_QUESTION = u"Select language code:"_s;
-/// Stands for the questions of the toolkit's own file dialogs, whose words are not ours.
+/// Any text, for the questions of Qt's own file dialogs.
 const QString ANY_TEXT = u"*"_s;
 
 } // namespace
 
-/// Whether the file dialog comes next.
+/// True when the file dialog comes next.
 bool Monkey::answerLanguage()
 {
     expect(u"QInputDialog"_s, LANGUAGE_QUESTION);
@@ -37,15 +37,22 @@ bool Monkey::answerLanguage()
     return true;
 }
 
-void Monkey::cancelFileDialog()
+/// The path for a file dialog; empty when the dialog is cancelled.
+QString Monkey::choosePath(const QStringList &paths)
 {
-    note(u"cancelled"_s);
     expect(u"QFileDialog"_s, {});
-    dialogs->cancel();
+    if (chance(15)) {
+        note(u"cancelled"_s);
+        dialogs->cancel();
+        return {};
+    }
+    QString path = oneOf(paths);
+    note(path);
+    return path;
 }
 
-/// Answers the message that the dialog has about a file, and leaves the dialog.
-void Monkey::chooseInVain(const QString &path, QMessageBox::StandardButton answer)
+/// Chooses a file, answers the question about it, and cancels the dialog.
+void Monkey::chooseAndCancel(const QString &path, QMessageBox::StandardButton answer)
 {
     expect(u"QMessageBox"_s, ANY_TEXT);
     dialogs->answer([path](QWidget *dialog) {
@@ -57,16 +64,12 @@ void Monkey::chooseInVain(const QString &path, QMessageBox::StandardButton answe
     dialogs->press(answer);
 }
 
-/// The file that the dialog gives back; empty when it is left without one.
+/// The chosen file; empty when the dialog is cancelled.
 QString Monkey::answerSaveDialog(const QStringList &paths)
 {
-    if (chance(15)) {
-        cancelFileDialog();
+    QString path = choosePath(paths);
+    if (path.isEmpty())
         return {};
-    }
-    QString path = oneOf(paths);
-    note(path);
-    expect(u"QFileDialog"_s, {});
     if (!QFileInfo::exists(path)) {
         dialogs->chooseFile(path);
         return path;
@@ -78,33 +81,29 @@ QString Monkey::answerSaveDialog(const QStringList &paths)
         return path;
     }
     note(u"not replaced"_s);
-    chooseInVain(path, QMessageBox::No);
+    chooseAndCancel(path, QMessageBox::No);
     return {};
 }
 
 QString Monkey::answerOpenDialog(const QStringList &paths)
 {
-    if (chance(15)) {
-        cancelFileDialog();
+    QString path = choosePath(paths);
+    if (path.isEmpty())
         return {};
-    }
-    QString path = oneOf(paths);
-    note(path);
-    expect(u"QFileDialog"_s, {});
     if (QFileInfo::exists(path)) {
         dialogs->chooseFile(path);
         return path;
     }
     note(u"missing"_s);
-    chooseInVain(path, QMessageBox::Ok);
+    chooseAndCancel(path, QMessageBox::Ok);
     return {};
 }
 
 QString Monkey::dialogDifference() const
 {
     QStringList wanted;
-    for (const Said &said : expected)
-        wanted.append(said.kind + u": "_s + said.text);
+    for (const ExpectedDialog &dialog : expected)
+        wanted.append(dialog.kind + u": "_s + dialog.text);
     QStringList shown;
     for (qsizetype i = 0; i < dialogs->shown.size(); ++i) {
         const ShownDialog &dialog = dialogs->shown.at(i);
@@ -113,5 +112,5 @@ QString Monkey::dialogDifference() const
     }
     if (shown != wanted)
         return u"Dialogs: %1\nexpected: %2"_s.arg(shown.join(u" | "_s), wanted.join(u" | "_s));
-    return dialogs->allAnswered() ? QString() : u"Dialogs and answers do not go together"_s;
+    return dialogs->allAnswered() ? QString() : u"The dialogs and the answers do not match"_s;
 }

@@ -59,13 +59,13 @@ QString Monkey::difference() const
 QString Monkey::editorDifference() const
 {
     const auto *editor = get<QPlainTextEdit>("descriptionEdit");
-    const bool lit = get<QPushButton>("btnAutosave")->isEnabledTo(get<QWidget>("tabWidget"));
+    const bool isEnabled = get<QPushButton>("btnAutosave")->isEnabledTo(get<QWidget>("tabWidget"));
     if (editor->isReadOnly() != openFile.isEmpty())
         return openFile.isEmpty() ? u"A text can be typed without a file"_s : u"The open file cannot be edited"_s;
     if (editor->toPlainText() != editorText)
         return u"The editor holds \"%1\"\nnot \"%2\""_s.arg(editor->toPlainText(), editorText);
-    if (autoSaveLit && lit != *autoSaveLit)
-        return u"Auto-save is %1"_s.arg(shownName(lit));
+    if (autoSaveEnabled && isEnabled != *autoSaveEnabled)
+        return u"Auto-save is %1"_s.arg(onOrOff(isEnabled));
     for (auto file = disk.cbegin(); file != disk.cend(); ++file) {
         QFile onDisk(file.key());
         if (!onDisk.open(QIODevice::ReadOnly))

@@ -6,11 +6,11 @@ using namespace Qt::StringLiterals;
 
 void Monkey::addPicked(const char *button, const QStringList &paths)
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     expect(u"FileDialog"_s, {});
     const QString path = oneOf(paths);
-    // The picker shows another folder when that of the project is gone.
+    // Without the project folder the picker shows nothing.
     const bool picks = chance(60) && QFileInfo(appPath).absoluteDir().exists();
     note(picks ? path : u"cancelled"_s);
     if (picks)
@@ -38,7 +38,7 @@ void Monkey::addFolder()
 
 void Monkey::deleteFile()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     auto *list = get<QListWidget>("listAppFiles");
     const int row = number(list->count() + 1) - 1;

@@ -52,14 +52,14 @@ QStringList Monkey::fields() const
         texts.append(get<QLineEdit>(name)->text());
     texts.append(get<QDateEdit>("publicationDate")->date().toString(Qt::ISODate));
     for (const BoxTypes &row : BOXES)
-        texts.append(shownName(get<QCheckBox>(row.box)->isChecked()));
+        texts.append(onOrOff(get<QCheckBox>(row.box)->isChecked()));
     for (const auto &[name, language, used] : LANGUAGE_ROWS) {
         const bool on = get<QCheckBox>(used)->isChecked();
-        texts += {get<QLineEdit>(name)->text(), get<QComboBox>(language)->currentText(), shownName(on)};
-        // Seen from the tab, whose own state is another matter.
+        texts += {get<QLineEdit>(name)->text(), get<QComboBox>(language)->currentText(), onOrOff(on)};
+        // Relative to the tab widget, which may be disabled itself.
         const auto *page = get<QWidget>("tabWidget");
-        texts += {shownName(get<QLineEdit>(name)->isEnabledTo(page)),
-                  shownName(get<QComboBox>(language)->isEnabledTo(page))};
+        texts +=
+            {onOrOff(get<QLineEdit>(name)->isEnabledTo(page)), onOrOff(get<QComboBox>(language)->isEnabledTo(page))};
     }
     return texts;
 }
@@ -67,13 +67,12 @@ QStringList Monkey::fields() const
 QStringList Monkey::fieldsOf(const AppConfig &app) const
 {
     QStringList texts{app.names.value(u"en"_s), app.author, app.version.toString(), app.icon};
-    texts.append(
-        u"%1.%2"_s.arg(app.minTxVersion.segmentAt(0)).arg(app.minTxVersion.segmentAt(1), 2, 10, QLatin1Char('0')));
+    texts.append(u"%1.%2"_s.arg(app.minTxVersion.segmentAt(0)).arg(app.minTxVersion.segmentAt(1), 2, 10, '0'_L1));
     texts.append((app.date.isValid() ? app.date : QDate(2000, 1, 1)).toString(Qt::ISODate));
     for (const BoxTypes &row : BOXES) {
         const bool on = std::any_of(row.shownFrom.begin(), row.shownFrom.end(),
                                     [&app](TxType type) { return app.hardware.contains(TX_IDS[type]); });
-        texts.append(shownName(on));
+        texts.append(onOrOff(on));
     }
     QStringList codes = app.names.keys();
     codes.removeAll(u"en"_s);
@@ -81,16 +80,16 @@ QStringList Monkey::fieldsOf(const AppConfig &app) const
         const QString code = codes.value(row);
         const bool on = row < codes.size();
         QString language = ROW_LANGUAGES.at(row);
-        if (on) // a language that the box does not offer leaves it alone
+        if (on) // a language that the box does not offer changes nothing
             language = ROW_LANGUAGES.contains(code) ? code : shownFields.value(texts.size() + 1);
-        texts += {on ? app.names.value(code) : QString(), language, shownName(on), shownName(on), shownName(on)};
+        texts += {on ? app.names.value(code) : QString(), language, onOrOff(on), onOrOff(on), onOrOff(on)};
     }
     return texts;
 }
 
 void Monkey::editField()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     const int field = number(static_cast<int>(TEXT_FIELDS.size()));
     const QString text = someText();
@@ -101,18 +100,18 @@ void Monkey::editField()
 
 void Monkey::editBox()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     const int box = number(static_cast<int>(BOXES.size()));
     note(QLatin1String(BOXES.at(box).box));
     press(BOXES.at(box).box);
     QString &shown = shownFields[static_cast<qsizetype>(TEXT_FIELDS.size()) + 1 + box];
-    shown = shownName(shown == shownName(false));
+    shown = onOrOff(shown == onOrOff(false));
 }
 
 void Monkey::editLanguage()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     const int row = number(3);
     const auto &[name, language, used] = LANGUAGE_ROWS.at(static_cast<size_t>(row));
@@ -121,7 +120,7 @@ void Monkey::editLanguage()
         note(QLatin1String(used));
         press(used);
         for (const int part : {2, 3, 4})
-            shownFields[first + part] = shownName(get<QCheckBox>(used)->isChecked());
+            shownFields[first + part] = onOrOff(get<QCheckBox>(used)->isChecked());
     } else if (chance(50)) {
         const int choice = number(static_cast<int>(ROW_LANGUAGES.size()));
         note(QLatin1String(language));
@@ -137,7 +136,7 @@ void Monkey::editLanguage()
 
 void Monkey::editDate()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     const QDate date = QDate(1990, 1, 1).addDays(number(20000));
     get<QDateEdit>("publicationDate")->setDate(date);
@@ -146,7 +145,7 @@ void Monkey::editDate()
 
 void Monkey::pickIcon()
 {
-    if (!tabsUsable())
+    if (!areTabsEnabled())
         return;
     expect(u"FileDialog"_s, {});
     if (chance(50) && QFileInfo(appPath).absoluteDir().exists()) {
@@ -172,13 +171,13 @@ void Monkey::apply()
         app.date = QDate::fromString(*field++, Qt::ISODate);
         app.hardware.clear();
         for (const BoxTypes &row : BOXES) {
-            if (*field++ == shownName(false))
+            if (*field++ == onOrOff(false))
                 continue;
             for (const TxType type : row.stored)
                 app.hardware.append(TX_IDS[type]);
         }
         for (int row = 0; row < 3; ++row, field += 5) {
-            if (field[2] == shownName(true))
+            if (field[2] == onOrOff(true))
                 app.names.insert(field[1], field[0]);
         }
         modified = true;

@@ -15,9 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString LOAD_ERROR = u"Error loading <b>Apps.csv</b> settings"_s;
-const QString SAVE_ERROR = u"Error saving <b>Apps.csv</b> settings"_s;
-const QString NO_PROJECT = u"First create a new project"_s;
 const QString SAVE_FIRST = u"Save application data before quitting?"_s;
 
 const QStringList PROJECTS{u"one"_s, u"one more"_s, u"three"_s, u"cwd"_s};
@@ -64,8 +61,8 @@ void Monkey::startWindow()
     repository = QSettings(u"Orva model"_s, u"Catalist"_s).value(u"repo"_s, u"http://"_s).toString();
     openFile.clear();
     editorText.clear();
-    autoSaveLit.reset();
-    // Only what the window starts with says what a language box shows before the first app.
+    autoSaveEnabled.reset();
+    // What a language box shows before the first app is only known from the window.
     shownFields.clear();
     QList<AppConfig> apps;
     if (!appPath.isEmpty()) {
@@ -153,7 +150,7 @@ void Monkey::openProject()
     storeEditor();
     closeEditor();
     tableRow = -1;
-    autoSaveLit.reset();
+    autoSaveEnabled.reset();
     const QString path = answerOpenDialog(paths);
     if (!path.isEmpty())
         loaded(path);
@@ -170,7 +167,7 @@ void Monkey::save()
     if (!appPath.isEmpty() && QFileInfo(appPath).dir().exists()) {
         QFile file(appPath);
         if (!file.open(QIODevice::ReadOnly) || file.readAll() != projectContent(records))
-            complaint = u"The project file does not hold the records"_s;
+            problem = u"The project file differs from the records"_s;
     }
 }
 
@@ -183,7 +180,7 @@ void Monkey::publish()
         return;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        complaint = u"Nothing was published"_s;
+        problem = u"Nothing was published"_s;
         return;
     }
     const QJsonArray apps = QJsonDocument::fromJson(file.readAll()).object().value(u"applications"_s).toArray();
@@ -195,7 +192,7 @@ void Monkey::publish()
                && app.value(u"previewIcon"_s) == repository + records.at(i).icon;
     }
     if (!same)
-        complaint = u"What was published is not what the records say"_s;
+        problem = u"The index differs from the records"_s;
 }
 
 void Monkey::close()
@@ -226,28 +223,28 @@ void Monkey::close()
         savedProject();
     note(closes ? (saves ? u"with a save"_s : u"at once"_s) : u"cancelled"_s);
     if (window->close() != closes) {
-        complaint = u"The window did not close, or did not stay"_s;
+        problem = u"The window closed or stayed open against expectation"_s;
         return;
     }
     if (!closes)
         return;
     if (const QString wrong = dialogDifference(); !wrong.isEmpty()) {
-        complaint = wrong;
+        problem = wrong;
         return;
     }
     expected.clear();
     dialogs->shown.clear();
     window.reset();
     if (!QApplication::topLevelWidgets().isEmpty()) {
-        complaint = u"A widget outlived the window"_s;
+        problem = u"A widget outlived the window"_s;
         startWindow();
         return;
     }
     startWindow();
 }
 
-/// While nobody looks, so that the next start or opening fails, or finds other apps.
-void Monkey::breakProjectFile()
+/// From outside, so that the next start or opening fails, or finds other apps.
+void Monkey::changeProjectFile()
 {
     const QString project = oneOf(PROJECTS);
     note(project);
@@ -261,8 +258,7 @@ void Monkey::breakProjectFile()
     default:
         folder.write(project + u"/Apps.csv"_s,
                      HEADER
-                         + QByteArray("{\"en\":\"Again\"};A;1;674;05-03-2024;{\"en\":\"doc/en.html\",\"fr\":"
-                                      "\"doc/fr.html\"};main.lua;;5.01\n")
-                               .repeated(number(8)));
+                         + "{\"en\":\"Again\"};A;1;674;05-03-2024;{\"en\":\"doc/en.html\",\"fr\":"
+                           "\"doc/fr.html\"};main.lua;;5.01\n"_ba.repeated(number(8)));
     }
 }

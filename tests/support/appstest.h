@@ -6,13 +6,12 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QString>
 #include <QStringList>
 
 #include <array>
 
-/// A check box of "General info", and what it says.
+/// A check box of "General info".
 struct TransmitterBox
 {
     const char *label;
@@ -47,7 +46,7 @@ inline const QByteArray FIVE_APPS = R"({"en":"One"};a1;1;674;01-01-2021;{};;;0.0
 {"en":"Five"};a5;5;674;05-01-2021;{"en":"five.html"};f5.lua;;0.00
 )";
 
-/// What a test of the apps in a project has in its hands.
+/// Base of the tests of apps in a project.
 class AppsTest : public WindowTest
 {
 protected:
@@ -59,9 +58,6 @@ protected:
         if (row >= 0)
             selectApp(row);
     }
-
-    void selectApp(int row) const { clickCell(child<QListWidget>(*window, "listApps"), row); }
-    [[nodiscard]] QStringList listedApps() const { return listTexts(*window, "listApps"); }
 
     [[nodiscard]] QString text(const char *lineEdit) const { return child<QLineEdit>(*window, lineEdit)->text(); }
     [[nodiscard]] QString language(const char *box) const { return child<QComboBox>(*window, box)->currentText(); }
@@ -78,7 +74,7 @@ protected:
         return labels;
     }
 
-    /// What follows the header in the project file after "Save".
+    /// The lines after the header of the project file, after "Save".
     [[nodiscard]] QByteArray saved() const
     {
         clickTool(*window, "actionSave");

@@ -42,6 +42,11 @@ Outcome run(const QStringList &arguments, const QString &folder)
     return finish(process);
 }
 
+bool hasShell()
+{
+    return QFileInfo::exists(u"/bin/sh"_s);
+}
+
 Outcome runScript(const QString &script, const QString &folder, QProcessEnvironment environment)
 {
     QProcess process;

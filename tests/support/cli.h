@@ -7,25 +7,27 @@
 
 class QProcess;
 
-/// How a program ended, and what it wrote.
+/// The exit code and the output of a program.
 struct Outcome
 {
-    int code = -1; ///< that of a shell for a program that was killed
+    int code = -1; ///< for a killed program that of a shell
     QByteArray out;
     QByteArray err;
 };
 
-/// Where the command was built.
+/// The path of the built command.
 [[nodiscard]] QString cliPath();
 
 [[nodiscard]] QProcessEnvironment withoutDisplay();
 
-/// Waits for the end of a program that was started, and fails this one when there is none.
+/// Waits for the end of a started program; fails this one when it does not end.
 Outcome finish(QProcess &process);
 
 /// Runs the command without a display.
 Outcome run(const QStringList &arguments, const QString &folder = {});
 
-/// Runs a script that calls the command as catalist-cli. Besides a path to it nothing is in its environment but what
-/// is given.
+/// Whether runScript() has a shell.
+[[nodiscard]] bool hasShell();
+
+/// Runs a shell script in which the command is catalist-cli. Its environment is the given one and a PATH.
 Outcome runScript(const QString &script, const QString &folder, QProcessEnvironment environment = {});

@@ -6,13 +6,13 @@
 inline const QString URL = QStringLiteral("https://apps.example.org/");
 inline const QByteArray CLOCK = "{\"en\":\"Clock\"};Ann;1.0;674;05-03-2024;{\"en\":\"en.html\"};Clock;icon.png;5.03\n";
 
-/// What a test of the command has in its hands.
+/// Base of the tests of the command.
 class CliTest : public WindowTest
 {
 protected:
     [[nodiscard]] QString project() const { return folder->path(QStringLiteral("project")); }
 
-    /// The project, with one app that has nothing to find fault with unless the line says otherwise.
+    /// A project with one app, without findings unless the line has some.
     void makeClock(const QByteArray &line = CLOCK)
     {
         folder->write(QStringLiteral("project/Clock/main.lua"), "abc");

@@ -3,26 +3,22 @@
 #include "windowtest.h"
 
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
 
-inline const QString UNMARKED = QStringLiteral("Orva Catalist");
-inline const QString MARKED = QStringLiteral("Orva Catalist (*)");
-
 inline const QByteArray DESCRIPTIONS = R"({"cz":"doc/cz.html","de":"doc/de.html"})";
 inline const QByteArray SECOND_APP = R"({"en":"Beta"};Bob;2.0;675;06-03-2024;{"en":"doc/beta.html"};;;0.00
 )";
 
-// What is in the files.
+// The contents of the files.
 inline const QByteArray CZ = "<p>Popis č</p>";
 inline const QByteArray DE = "<p>Über</p>\n";
 inline const QByteArray BETA = "<p>Beta</p>";
 
-/// What a test of the descriptions has in its hands.
+/// Base of the tests of descriptions.
 class DescriptionTest : public WindowTest
 {
 protected:
@@ -53,12 +49,11 @@ protected:
         table = child<QTableWidget>(*window, "tableWidget");
         editor = child<QPlainTextEdit>(*window, "descriptionEdit");
         autoSave = child<QPushButton>(*window, "btnAutosave");
-        clickCell(child<QListWidget>(*window, "listApps"), 0);
+        selectApp(0);
         showTab(*window, "tabDescription");
     }
 
     void openFile(int row) { clickCell(table, row, 1); }
-    void typeText(const QString &text) { type(editor, text); }
     [[nodiscard]] bool autoSaveIsEnabled() const { return autoSave->isEnabled(); }
 
     QLineEdit *beginEditingCode(int row, const QString &code)

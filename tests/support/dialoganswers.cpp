@@ -15,6 +15,7 @@
 
 #include <chrono>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -28,7 +29,7 @@ QStringList buttonTexts(const QWidget *dialog)
     if (const auto *box = dialog->findChild<QDialogButtonBox *>()) {
         const QList<QAbstractButton *> buttons = box->buttons();
         for (const QAbstractButton *button : buttons)
-            texts.append(button->text().remove(QLatin1Char('&')));
+            texts.append(button->text().remove(u'&'));
     }
     return texts;
 }
@@ -43,8 +44,8 @@ ShownDialog describe(const QWidget *dialog)
         shown.text = box->text();
         shown.icon = box->icon();
     } else if (const auto *files = qobject_cast<const QFileDialog *>(dialog)) {
-        const QString name = files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->text();
-        shown.startPath = files->directory().absolutePath() + QLatin1Char('/') + name;
+        const QString name = files->findChild<QLineEdit *>(u"fileNameEdit"_s)->text();
+        shown.startPath = files->directory().absolutePath() + u'/' + name;
         shown.filters = files->nameFilters();
     } else if (const auto *input = qobject_cast<const QInputDialog *>(dialog)) {
         shown.text = input->labelText();
@@ -54,7 +55,7 @@ ShownDialog describe(const QWidget *dialog)
     return shown;
 }
 
-// A message box that has no button for it ignores that it is closed.
+// A message box without a button for Escape cannot be closed.
 void endDialog(QWidget *window)
 {
     window->close();
@@ -90,7 +91,7 @@ void DialogAnswers::pressButton(const QString &caption)
         const auto *box = dialog->findChild<QDialogButtonBox *>();
         const QList<QAbstractButton *> buttons = box ? box->buttons() : QList<QAbstractButton *>();
         for (QAbstractButton *button : buttons) {
-            if (button->text().remove(QLatin1Char('&')) == caption) {
+            if (button->text().remove(u'&') == caption) {
                 QTest::mouseClick(button, Qt::LeftButton);
                 return;
             }
@@ -106,7 +107,7 @@ void DialogAnswers::pressKey(Qt::Key key)
 void DialogAnswers::chooseFile(const QString &path)
 {
     answer([path](QWidget *dialog) {
-        auto *edit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        auto *edit = dialog->findChild<QLineEdit *>(u"fileNameEdit"_s);
         if (!edit)
             return;
         edit->setText(path);
@@ -128,7 +129,7 @@ void DialogAnswers::enterText(const QString &text)
 void DialogAnswers::pickInProject(const QString &relativePath)
 {
     answer([relativePath](QWidget *dialog) {
-        auto *tree = dialog->findChild<QTreeView *>(QStringLiteral("treeView"));
+        auto *tree = dialog->findChild<QTreeView *>(u"treeView"_s);
         const QModelIndex entry = tree ? treeEntry(tree, relativePath) : QModelIndex();
         if (!entry.isValid())
             return;
@@ -158,9 +159,9 @@ void DialogAnswers::lookForDialog()
     QWidget *dialog = QApplication::activeModalWidget();
     if (!dialog || !dialog->isVisible())
         return;
-    // A file dialog comes back for a moment when the question that it asked itself is gone.
+    // A file dialog is active again for a moment after its own question was closed.
     if (seen.contains(dialog)) {
-        if (++patience == LOOKS_BEFORE_FORCE) {
+        if (++looks == LOOKS_BEFORE_FORCE) {
             ++leftOpen;
             endDialog(dialog);
         }
@@ -169,7 +170,7 @@ void DialogAnswers::lookForDialog()
 
     seen.removeAll(nullptr);
     seen.append(dialog);
-    patience = 0;
+    looks = 0;
     shown.append(describe(dialog));
     std::function<void(QWidget *)> action = &endDialog;
     if (answers.isEmpty()) {
@@ -179,7 +180,7 @@ void DialogAnswers::lookForDialog()
     } else {
         action = answers.takeFirst();
     }
-    // Not from here: a dialog that opens another one would hold up the timer.
+    // Queued, as a dialog that opens another one would block the timer.
     QMetaObject::invokeMethod(
         dialog, [action, dialog] { action(dialog); }, Qt::QueuedConnection);
 }

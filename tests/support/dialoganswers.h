@@ -8,15 +8,15 @@
 
 #include <functional>
 
-/// What a modal dialog showed.
+/// The contents of a modal dialog.
 struct ShownDialog
 {
     QString kind; ///< class name: "QMessageBox", "QFileDialog", "QInputDialog", "FileDialog"
     QString title;
     QString text; ///< of a message box; the label of an input dialog
     QMessageBox::Icon icon = QMessageBox::NoIcon;
-    QStringList buttons; ///< captions without mnemonics, as they stand in the dialog
-    QString startPath; ///< of a file dialog: folder, and the name that is offered
+    QStringList buttons; ///< captions without mnemonics, in the order of the dialog
+    QString startPath; ///< of a file dialog: folder and suggested name
     QStringList filters; ///< of a file dialog
     QStringList choices; ///< of an input dialog
     QString value; ///< of an input dialog
@@ -42,7 +42,7 @@ public:
     void cancel();
     void answer(std::function<void(QWidget *dialog)> action); ///< the action must end with the dialog closed
 
-    /// Whether what was shown and what was answered went together. Says in the log what did not.
+    /// Whether each dialog had its answer and each answer its dialog. Logs those that had not.
     [[nodiscard]] bool allAnswered() const;
 
     QList<ShownDialog> shown;
@@ -51,8 +51,8 @@ private:
     void lookForDialog();
 
     QTimer timer;
-    QList<QPointer<QWidget>> seen; // and still there
-    int patience = 0;
+    QList<QPointer<QWidget>> seen; // null when deleted
+    int looks = 0;
     int unanswered = 0;
     int leftOpen = 0;
     QList<std::function<void(QWidget *)>> answers;

@@ -1,5 +1,5 @@
-// Preloaded into a program, so that one chosen call of those that touch the files below a folder goes wrong.
-// The calls go straight to the kernel: what stands between, such as a sanitizer, has no part in this.
+// Preloaded into a program, so that one chosen call on the files below a folder has a fault.
+// The calls are system calls, so that nothing in between, such as a sanitizer, interferes.
 
 #include "faults.h"
 
@@ -45,7 +45,8 @@ bool isBelow(int descriptor)
     return ::syscall(SYS_readlinkat, AT_FDCWD, link.data(), path.data(), path.size() - 1) > 0 && isBelow(path.data());
 }
 
-bool isTurn(const char *name)
+/// Counts the call, and returns whether it has the fault.
+bool countCall(const char *name)
 {
     const size_t used = std::strlen(names.data());
     std::snprintf(names.data() + used, names.size() - used, "%s ", name);
@@ -67,16 +68,16 @@ bool isFailing()
 
 bool mustFail(const char *name, bool concerned)
 {
-    if (!concerned || !isTurn(name) || !isFailing())
+    if (!concerned || !countCall(name) || !isFailing())
         return false;
     errno = failure;
     return true;
 }
 
-/// Whether the write was spoilt, in its own way; it is left to the caller otherwise.
-bool isCut(const char *name, int descriptor, const void *bytes, size_t count, long *result)
+/// Whether the write had the fault; otherwise the caller has to write.
+bool failWrite(const char *name, int descriptor, const void *bytes, size_t count, long *result)
 {
-    if (!isBelow(descriptor) || !isTurn(name))
+    if (!isBelow(descriptor) || !countCall(name))
         return false;
     if (isFailing()) {
         errno = failure;
@@ -91,9 +92,9 @@ bool isCut(const char *name, int descriptor, const void *bytes, size_t count, lo
     return true;
 }
 
-bool isLost(const char *name, int descriptor)
+bool failFlush(const char *name, int descriptor)
 {
-    if (!isBelow(descriptor) || !isTurn(name))
+    if (!isBelow(descriptor) || !countCall(name))
         return false;
     struct stat status = {};
     if (fault == Fault::Lose && ::fstat(descriptor, &status) == 0)
@@ -107,13 +108,13 @@ int result(long value)
     return static_cast<int>(value);
 }
 
-// The machine survives every trial, so nobody waits for its disk; but a wrong descriptor is still one.
-int flushed(int descriptor)
+// Flushing is skipped, as the machine survives each fault; a wrong descriptor still fails.
+int skipFlush(int descriptor)
 {
     return ::syscall(SYS_fcntl, descriptor, F_GETFD) < 0 ? -1 : 0;
 }
 
-// As another window removes a folder of the history: one without versions.
+// As another process removes an empty folder of the history.
 void removeFolderOf(const char *path)
 {
     std::array<char, 4096> origin{};
@@ -127,15 +128,15 @@ void removeFolderOf(const char *path)
     ::syscall(SYS_unlinkat, AT_FDCWD, origin.data(), AT_REMOVEDIR);
 }
 
-int opened(const char *name, int folder, const char *path, int flags, mode_t mode)
+int openFile(const char *name, int folder, const char *path, int flags, mode_t mode)
 {
     const bool concerned = isBelow(path);
-    const bool isOwnTurn = concerned && isTurn(name);
-    if (isOwnTurn && isFailing()) {
+    const bool hasFault = concerned && countCall(name);
+    if (hasFault && isFailing()) {
         errno = failure;
         return -1;
     }
-    if (isOwnTurn && fault == Fault::Vanished)
+    if (hasFault && fault == Fault::Vanished)
         removeFolderOf(path);
     if (concerned && (flags & O_TMPFILE) == O_TMPFILE && std::getenv("NO_UNNAMED_FILES")) {
         errno = EOPNOTSUPP;
@@ -144,7 +145,7 @@ int opened(const char *name, int folder, const char *path, int flags, mode_t mod
     return result(::syscall(SYS_openat, folder, path, flags, mode));
 }
 
-bool isRefused(const char *replaced)
+bool refusesReplacing(const char *replaced)
 {
     errno = EBUSY;
     return isBelow(replaced) && std::getenv("NO_REPLACING");
@@ -164,7 +165,7 @@ template <typename Function> Function next(const char *name)
 
 extern "C" {
 
-// The names of parameters in the headers of the system are reserved for it, and the analyser misses every va_start.
+// Parameter names of the system headers are reserved, and the analyser does not recognise va_start.
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name, clang-analyzer-valist.Uninitialized)
 
 void armFaults(const char *folder, int call, Fault kind, int error)
@@ -190,7 +191,7 @@ const char *disarmFaults()
         va_start(arguments, flags);                                                                                    \
         const mode_t mode = makesFile(flags) ? va_arg(arguments, mode_t) : 0;                                          \
         va_end(arguments);                                                                                             \
-        return opened(#NAME, folder, path, flags, mode);                                                               \
+        return openFile(#NAME, folder, path, flags, mode);                                                             \
     }
 #define OPEN(NAME)                                                                                                     \
     int NAME(const char *path, int flags, ...)                                                                         \
@@ -199,7 +200,7 @@ const char *disarmFaults()
         va_start(arguments, flags);                                                                                    \
         const mode_t mode = makesFile(flags) ? va_arg(arguments, mode_t) : 0;                                          \
         va_end(arguments);                                                                                             \
-        return opened(#NAME, AT_FDCWD, path, flags, mode);                                                             \
+        return openFile(#NAME, AT_FDCWD, path, flags, mode);                                                           \
     }
 OPEN(open)
 OPEN(open64)
@@ -210,12 +211,12 @@ OPEN_AT(openat64)
 
 int creat(const char *path, mode_t mode)
 {
-    return opened("creat", AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
+    return openFile("creat", AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
 }
 
 int creat64(const char *path, mode_t mode)
 {
-    return opened("creat64", AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
+    return openFile("creat64", AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC, mode);
 }
 
 ssize_t read(int descriptor, void *bytes, size_t count)
@@ -226,8 +227,8 @@ ssize_t read(int descriptor, void *bytes, size_t count)
 ssize_t write(int descriptor, const void *bytes, size_t count)
 {
     long written = 0;
-    return isCut("write", descriptor, bytes, count, &written) ? written
-                                                              : ::syscall(SYS_write, descriptor, bytes, count);
+    return failWrite("write", descriptor, bytes, count, &written) ? written
+                                                                  : ::syscall(SYS_write, descriptor, bytes, count);
 }
 
 ssize_t pwrite64(int descriptor, const void *bytes, size_t count, off64_t offset)
@@ -252,12 +253,12 @@ off_t lseek(int descriptor, off_t offset, int whence) noexcept
 
 int fsync(int descriptor)
 {
-    return isLost("fsync", descriptor) ? -1 : flushed(descriptor);
+    return failFlush("fsync", descriptor) ? -1 : skipFlush(descriptor);
 }
 
 int fdatasync(int descriptor)
 {
-    return isLost("fdatasync", descriptor) ? -1 : flushed(descriptor);
+    return failFlush("fdatasync", descriptor) ? -1 : skipFlush(descriptor);
 }
 
 int close(int descriptor)
@@ -272,7 +273,7 @@ int close(int descriptor)
 
 int rename(const char *from, const char *to) noexcept
 {
-    return mustFail("rename", isBelow(from) || isBelow(to)) || isRefused(to)
+    return mustFail("rename", isBelow(from) || isBelow(to)) || refusesReplacing(to)
                ? -1
                : result(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }
@@ -324,12 +325,12 @@ int mkdir(const char *path, mode_t mode) noexcept
 {
     if (!isBelow(path))
         return result(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
-    const bool isOwnTurn = isTurn("mkdir");
+    const bool hasFault = countCall("mkdir");
     errno = failure;
-    if (isOwnTurn && isFailing())
+    if (hasFault && isFailing())
         return -1;
     const int made = result(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
-    if (!isOwnTurn || fault != Fault::Forestalled || made != 0)
+    if (!hasFault || fault != Fault::MadeByAnother || made != 0)
         return made;
     errno = EEXIST;
     return -1;

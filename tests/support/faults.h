@@ -1,22 +1,22 @@
 #pragma once
 
-// What the preloaded library offers to the program that it disturbs, found with dlsym.
+// The functions of the preloaded library, to be found with dlsym.
 
 enum class Fault {
-    Count, ///< nothing happens; the calls are only named
+    Count, ///< no fault; the calls are only counted
     Kill, ///< the process ends before the call
-    Fail, ///< the call does nothing and fails, a close apart, which closes
+    Fail, ///< the call does nothing and fails, except for close, which closes
     KeepFailing, ///< the same, and so does every later call of the same name
-    Forestalled, ///< a folder that is to be made has just been made by somebody else
-    Vanished, ///< the folder of what is opened, if it holds nothing else, has just been removed by somebody else
-    CutShort, ///< a write takes half of its bytes and says so
-    KillHalfway, ///< a write takes half of its bytes, then the process ends
+    MadeByAnother, ///< another process has just made the folder
+    Vanished, ///< another process has just removed the otherwise empty folder of an opened file
+    CutShort, ///< a write writes half of its bytes, and returns that number
+    KillHalfway, ///< a write writes half of its bytes, then the process ends
     Lose, ///< a flush to the disk fails, and half of what was written is gone
 };
 
-/// From now on the calls that concern something below a folder are counted, and one of them, the first being
-/// number 1, has the fault; `error` is what a failure sets errno to.
+/// Starts counting the calls on anything below a folder. The one with the number, from 1, has the fault; `error` is the
+/// errno of a failure.
 using ArmFaults = void (*)(const char *folder, int call, Fault fault, int error);
 
-/// Ends that, and returns the names of the calls, each followed by a blank.
+/// Stops counting. Returns the names of the calls, each followed by a space.
 using DisarmFaults = const char *(*)();

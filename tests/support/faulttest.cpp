@@ -30,12 +30,12 @@ constexpr QFile::Permissions OPEN_FILE = QFile::Permissions(0x6644);
 
 QList<Trial> trials(const QStringList &calls)
 {
-    // What has reached the disk once is not lost any more.
+    // Only the first flush can lose data.
     const auto flush =
         std::find_if(calls.begin(), calls.end(), [](const QString &name) { return name.endsWith(u"sync"); });
     const QStringList lasting{u"open64"_s,    u"read"_s,   u"write"_s,  u"fsync"_s,
                               u"fdatasync"_s, u"linkat"_s, u"rename"_s, u"close"_s};
-    // A signal may interrupt these before they did anything.
+    // A signal may interrupt these.
     const QStringList repeated{u"open64"_s, u"write"_s, u"fsync"_s};
     QList<Trial> all;
     for (int i = 0; i < calls.size(); ++i) {
@@ -48,7 +48,7 @@ QList<Trial> trials(const QStringList &calls)
         if (repeated.contains(name))
             all.append({i + 1, name, Fault::Fail, EINTR});
         if (name == u"mkdir")
-            all.append({i + 1, name, Fault::Forestalled, 0});
+            all.append({i + 1, name, Fault::MadeByAnother, 0});
         if (name == u"write") {
             all.append({i + 1, name, Fault::CutShort, 0});
             all.append({i + 1, name, Fault::KillHalfway, 0});
@@ -89,7 +89,7 @@ void FaultTest::startSaver(bool isProject, Staging staging, Target target, const
 void FaultTest::startExporter()
 {
     path = folder->path(u"work/project/Apps.json"_s);
-    // Longer than the new one, so that what is left of it shows.
+    // Longer than the new index, so that a rest of it is found.
     oldContent = QByteArray(5000, 'x');
     newContent.clear();
     savesProject = false;
@@ -117,7 +117,7 @@ void FaultTest::start(const QStringList &arguments, Staging staging, Target targ
         environment.insert(u"NO_UNNAMED_FILES"_s, u"1"_s);
     if (target == Target::Unreplaceable)
         environment.insert(u"NO_REPLACING"_s, u"1"_s);
-    // The library stands before the sanitizer, and one that changed its user cannot look for leaks.
+    // The library is loaded before the sanitizer, and leaks cannot be searched after a change of user.
     environment.insert(u"ASAN_OPTIONS"_s,
                        environment.value(u"ASAN_OPTIONS"_s) + u":verify_asan_link_order=0:detect_leaks=0"_s);
     saver = std::make_unique<QProcess>();
@@ -174,7 +174,7 @@ void FaultTest::prepareHistory(History state)
     prepare(Target::Existing);
     if (state == History::None)
         return;
-    // A save without a fault makes the folders.
+    // This makes the folders.
     save(folder->path(u"nothing"_s), NO_FAULT);
     saveAgain();
     folder->write(QDir(folder->path()).relativeFilePath(path), oldContent);
@@ -189,33 +189,33 @@ void FaultTest::prepareHistory(History state)
         folder->write(ofFile + u"/%1-000000-%2-00-replaced-Apps.csv"_s.arg(day).arg(i, 3, 10, '0'_L1), oldContent);
 }
 
-Answer FaultTest::answer()
+Report FaultTest::readReport()
 {
     while (!saver->canReadLine()) {
         if (!saver->waitForReadyRead())
-            qFatal("The saver said nothing: %s", saver->readAllStandardError().constData());
+            qFatal("No report from the saver: %s", saver->readAllStandardError().constData());
     }
     const QStringList parts = QString::fromUtf8(saver->readLine()).trimmed().split(u'|');
-    Answer read;
-    read.killed = parts.at(0) == u"killed";
-    read.saved = parts.at(0) == u"saved";
-    read.modified = parts.value(1) == u"modified";
-    read.calls = parts.value(2).split(u' ', Qt::SkipEmptyParts);
-    return read;
+    Report report;
+    report.killed = parts.at(0) == u"killed";
+    report.saved = parts.at(0) == u"saved";
+    report.modified = parts.value(1) == u"modified";
+    report.calls = parts.value(2).split(u' ', Qt::SkipEmptyParts);
+    return report;
 }
 
-Answer FaultTest::save(const QString &watched, const Trial &trial)
+Report FaultTest::save(const QString &watched, const Trial &trial)
 {
     const QStringList order{watched, QString::number(trial.call), QString::number(int(trial.fault)),
                             QString::number(trial.error)};
     saver->write(order.join(u'|').toUtf8() + '\n');
-    return answer();
+    return readReport();
 }
 
-Answer FaultTest::saveAgain()
+Report FaultTest::saveAgain()
 {
     saver->write("again\n");
-    return answer();
+    return readReport();
 }
 
 QByteArray FaultTest::onDisk() const

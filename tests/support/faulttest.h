@@ -12,7 +12,7 @@
 
 #include <memory>
 
-/// What a save finds in the place of its file.
+/// What exists at the path of a save.
 enum class Target {
     New,
     Existing,
@@ -21,23 +21,23 @@ enum class Target {
     ReadOnly,
     InReadOnlyFolder,
     WithLongName,
-    Unreplaceable, ///< as a file is that something is mounted on
+    Unreplaceable, ///< as if something was mounted on it
 };
 
-/// Files without a name are linked in when they are whole; not every file system has them.
+/// Unnamed files are linked to their name when they are complete; not every file system has them.
 enum class Staging {
     Unnamed,
     Named,
 };
 
-/// What it finds in the history.
+/// What the history has before a save.
 enum class History {
     None,
     Begun,
     Full,
 };
 
-/// One call of a save, and what happens to it.
+/// One call of a save, and its fault.
 struct Trial
 {
     int call;
@@ -51,8 +51,8 @@ struct Trial
     }
 };
 
-/// What the saver said of a save.
-struct Answer
+/// What the saver reported.
+struct Report
 {
     bool killed = false;
     bool saved = false;
@@ -62,11 +62,11 @@ struct Answer
 
 inline const Trial NO_FAULT{0, {}, Fault::Count, 0};
 
-/// Everything that may happen to the calls of a save, each in turn.
+/// Every fault of every call of a save.
 QList<Trial> trials(const QStringList &calls);
 
-/// What a test of saves that go wrong has in its hands: a folder for the file and its history, and another program
-/// that saves there, whose calls go wrong as the test says.
+/// Base of the tests of failing saves: a folder for the file and its history, and another program that saves there with
+/// the faults that the test orders.
 class FaultTest : public QObject
 {
     Q_OBJECT
@@ -83,8 +83,8 @@ protected:
 
     void prepare(Target target);
     void prepareHistory(History state);
-    Answer save(const QString &watched, const Trial &trial);
-    Answer saveAgain();
+    Report save(const QString &watched, const Trial &trial);
+    Report saveAgain();
 
     [[nodiscard]] QByteArray onDisk() const;
     [[nodiscard]] QStringList leftovers() const;
@@ -98,7 +98,7 @@ protected:
 
 private:
     void start(const QStringList &arguments, Staging staging, Target target);
-    Answer answer();
+    Report readReport();
     void removeAll(const QString &relative);
 
     std::unique_ptr<QProcess> saver;

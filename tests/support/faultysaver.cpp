@@ -1,13 +1,13 @@
-// Saves again and again, each time in a process of its own whose calls go wrong as it is told.
+// Saves on demand, each time in a process of its own with the ordered fault.
 //   faultysaver (project|description|index|draft) PATH [SOURCE]
-// A line "FOLDER|CALL|FAULT|ERRNO" on standard input asks for a save under that fault, of the new content or of what
-// is loaded from the source just then; the source of an index is the folder of its catalogue. The answer is a line
-// "saved|...", "failed|..." or "killed", where ... is "modified" or "unmodified" and the names of the calls. Whoever
-// was not killed then awaits another line, saves once more without a fault, and answers as before.
+// A line "FOLDER|CALL|FAULT|ERRNO" on standard input orders a save of the new content, or of what is loaded from the
+// source; the source of an index is the folder of its catalogue. The answer is a line "saved|...", "failed|..." or
+// "killed", where ... is "modified" or "unmodified" and the names of the calls. Unless it was killed, the process then
+// waits for another line, saves once more without a fault, and answers as before.
 
 #include "faults.h"
-#include "io/history.h"
-#include "io/replacefile.h"
+#include "history/drafts.h"
+#include "history/history.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
 #include "model/appconfigmodel.h"
@@ -24,12 +24,14 @@
 #include <unistd.h>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr uid_t NOBODY = 65534;
 const QByteArray NEW_DESCRIPTION = "<p>new</p>\r\n<p>and longer</p>\n";
 
-// A process that changed its user may not look into its own /proc/self/fd, which staged files are linked from.
+// Staged files are linked from /proc/self/fd, which is closed after a change of user unless the process is dumpable.
 void becomeOrdinaryUser()
 {
     if (::getuid() == 0 && ::setresuid(NOBODY, NOBODY, NOBODY) != 0)
@@ -54,32 +56,32 @@ public:
     {
         model.createNew();
         model.createNew();
-        model.apps[1].author = QStringLiteral("New");
-        model.apps[1].files = kind == QLatin1String("index") ? QStringList{QStringLiteral("files")} : QStringList();
+        model.apps[1].author = u"New"_s;
+        model.apps[1].files = kind == "index"_L1 ? QStringList{u"files"_s} : QStringList();
     }
 
     bool save()
     {
-        if (kind == QLatin1String("project"))
+        if (kind == "project"_L1)
             return (source.isEmpty() || model.load(source)) && model.save(path);
-        if (kind == QLatin1String("index")) {
+        if (kind == "index"_L1) {
             IndexReport report;
-            model.saveRepo(path, QStringLiteral("http://x/"), source, &report);
-            return report.error.isEmpty();
+            model.saveRepo(path, u"http://x/"_s, source, &report);
+            return !report.error;
         }
-        if (kind == QLatin1String("draft")) {
+        if (kind == "draft"_L1) {
             drafts.keep(path, NEW_DESCRIPTION);
             return true;
         }
-        const std::optional<QByteArray> text =
-            source.isEmpty() ? NEW_DESCRIPTION : readWholeFile(source, LARGEST_DESCRIPTION);
-        return text && replaceFile(path, *text, LineEnds::AsGiven);
+        const auto text =
+            source.isEmpty() ? FileResult<QByteArray>(NEW_DESCRIPTION) : readWholeFile(source, LARGEST_DESCRIPTION);
+        return text && History::saveFile(path, *text);
     }
 
-    /// What an earlier save of this process has left.
+    /// Leaves what an earlier save of this process would have left.
     void prepare()
     {
-        if (kind == QLatin1String("draft"))
+        if (kind == "draft"_L1)
             drafts.keep(path, "an earlier draft");
     }
 
@@ -90,7 +92,7 @@ private:
     QString path;
     QString source;
     AppConfigModel model;
-    Drafts drafts;
+    History::Drafts drafts;
 };
 
 bool nextLine(QStringList *parts)
@@ -98,7 +100,7 @@ bool nextLine(QStringList *parts)
     std::string line;
     if (!std::getline(std::cin, line))
         return false;
-    *parts = QString::fromStdString(line).split(QLatin1Char('|'));
+    *parts = QString::fromStdString(line).split(u'|');
     return true;
 }
 

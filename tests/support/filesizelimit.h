@@ -6,7 +6,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
-/// No file of this process gets larger, as on a disk that is full.
+/// No file of this process can grow larger during its lifetime, as on a full disk.
 class FileSizeLimit
 {
 public:

@@ -12,6 +12,8 @@
 #include <unistd.h>
 #endif
 
+using namespace Qt::StringLiterals;
+
 Folder::Folder()
 {
 #ifdef Q_OS_UNIX
@@ -27,7 +29,7 @@ QString Folder::path() const
 
 QString Folder::path(const QString &relative) const
 {
-    return path() + QLatin1Char('/') + relative;
+    return path() + u'/' + relative;
 }
 
 bool Folder::exists(const QString &relative) const
@@ -55,6 +57,16 @@ void Folder::link(const QString &target, const QString &relative) const
         qFatal("Cannot link %s", qPrintable(relative));
 }
 
+void Folder::makePipe(const QString &relative) const
+{
+#ifdef Q_OS_UNIX
+    if (::mkfifo(QFile::encodeName(path(relative)).constData(), 0666) != 0)
+        qFatal("Cannot make %s", qPrintable(relative));
+#else
+    Q_UNUSED(relative)
+#endif
+}
+
 QByteArray Folder::read(const QString &relative) const
 {
     return readFile(path(relative));
@@ -71,7 +83,7 @@ QByteArray readFile(const QString &path)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QByteArray content = file.readAll();
-    return content.isNull() ? QByteArray("") : content;
+    return content.isNull() ? ""_ba : content;
 }
 
 bool copyTree(const QString &from, const QString &to)
@@ -86,7 +98,7 @@ bool copyTree(const QString &from, const QString &to)
     return true;
 }
 
-// The saved user id stays that of the superuser, so that there is a way back.
+// The saved user id stays that of the superuser, to be able to return.
 OrdinaryUser::OrdinaryUser()
 {
 #ifdef Q_OS_LINUX

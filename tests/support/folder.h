@@ -4,7 +4,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// A temporary folder with a few words for the files in it. Paths are relative to it.
+/// A temporary folder, and functions for the files in it. Paths are relative to it.
 class Folder
 {
 public:
@@ -14,10 +14,11 @@ public:
     [[nodiscard]] QString path(const QString &relative) const;
     [[nodiscard]] bool exists(const QString &relative) const;
 
-    /// Makes the folders on the way, and fails the program when the file cannot be written.
+    /// Makes the parent folders; fails the program when the file cannot be written.
     void write(const QString &relative, const QByteArray &content) const;
     void makeFolder(const QString &relative) const;
     void link(const QString &target, const QString &relative) const;
+    void makePipe(const QString &relative) const; ///< no effect on other systems than Unix
 
     /// Null when there is no such file.
     [[nodiscard]] QByteArray read(const QString &relative) const;
@@ -32,12 +33,11 @@ private:
 /// Null when there is no such file, or when it cannot be read.
 [[nodiscard]] QByteArray readFile(const QString &path);
 
-/// Copies a file tree into a folder, which it makes; false when something could not be copied.
+/// Copies the files of a folder; false when something could not be copied.
 [[nodiscard]] bool copyTree(const QString &from, const QString &to);
 
-/// Gives up the rights of the superuser for a while, who may read and write everything; no effect for other users
-/// or on other systems than Linux.
-/// Folders that are to be reached meanwhile must be open to everybody, as a Folder is.
+/// Gives up the rights of the superuser during its lifetime. No effect for other users, or on other systems than Linux.
+/// The files of the test must be open to everybody meanwhile, as a Folder is.
 class OrdinaryUser
 {
 public:

@@ -1,33 +1,47 @@
 #pragma once
 
 #include "folder.h"
-#include "io/history.h"
+#include "history/history.h"
 
 #include <QByteArray>
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
 
-// What the folder of the history holds, found without the help of the program.
+// The folder of the history, read independently of the program.
 
-/// What the log says when nothing could be kept.
+/// Sets the folder of the user's data during its lifetime.
+class DataHome
+{
+public:
+    explicit DataHome(const QString &path) { qputenv("XDG_DATA_HOME", QFile::encodeName(path)); }
+    ~DataHome() { qputenv("XDG_DATA_HOME", before); }
+    Q_DISABLE_COPY_MOVE(DataHome)
+
+private:
+    QByteArray before = qgetenv("XDG_DATA_HOME");
+};
+
+/// The log message when nothing could be kept.
 inline const QRegularExpression NO_HISTORY(QStringLiteral("^No history of "));
 
-/// A version of a file, as it lies in the history.
+/// A version of a file in the history.
 struct Version
 {
     QString name;
     QByteArray content;
 };
 
-/// The path of the note that names the file, in the folder of its versions; empty when there is none.
+/// The path of the origin.txt that names the file; empty when there is none.
 inline QString originPath(const QString &file)
 {
-    QDirIterator origins(historyFolder(), {QStringLiteral("origin.txt")}, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator origins(History::historyFolder(), {QStringLiteral("origin.txt")}, QDir::Files,
+                         QDirIterator::Subdirectories);
     while (origins.hasNext()) {
         const QString origin = origins.next();
         if (readFile(origin) == file.toUtf8() + '\n')
@@ -36,7 +50,7 @@ inline QString originPath(const QString &file)
     return {};
 }
 
-/// Of what lies in the folder of a file, newest first.
+/// The files in the folder of a file's versions, newest first.
 inline QStringList versionNames(const QString &file)
 {
     const QString found = originPath(file);
@@ -75,7 +89,7 @@ inline QList<QByteArray> keptContents(const QString &file)
     return all;
 }
 
-/// What is kept from now on is newer than what was kept before.
+/// The next version gets a later time than those before.
 inline void awaitNextMoment()
 {
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
@@ -85,8 +99,8 @@ inline void awaitNextMoment()
 inline qsizetype countInHistory()
 {
     qsizetype count = 0;
-    for (QDirIterator files(historyFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); files.hasNext();
-         files.next())
+    for (QDirIterator files(History::historyFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+         files.hasNext(); files.next())
         ++count;
     return count;
 }

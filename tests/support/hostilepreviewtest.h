@@ -19,9 +19,9 @@
 #include <memory>
 
 inline constexpr QRgb PICTURE_COLOUR = 0xff12c832;
-inline constexpr qint64 LONGEST_PAUSE = 4000; // in milliseconds; less than what a download is given
+inline constexpr qint64 LONGEST_PAUSE = 4000; // milliseconds; less than the timeout of a download
 
-/// Knows what the preview has under way, and what became of it.
+/// Watches the downloads of the preview.
 class Downloads : public QObject
 {
 public:
@@ -43,7 +43,7 @@ public:
         auto *found = qobject_cast<QNetworkAccessManager *>(watched);
         if (event->type() != QEvent::ChildAdded || !found)
             return false;
-        // The new one is not yet to be seen as what it is.
+        // The new child is not counted by running(): its constructor has not finished.
         highest = std::max(highest, running() + 1);
         if (manager != found) {
             manager = found;
@@ -60,7 +60,7 @@ private:
     int highest = 0;
 };
 
-/// Beats as long as the event loop turns.
+/// Measures the longest pause of the event loop.
 class Pulse : public QObject
 {
 public:
@@ -84,12 +84,13 @@ private:
     qint64 longest = 0;
 };
 
-/// What a test of the preview has in its hands: a description in the editor, and a server for what it shows.
+/// Base of the tests of the preview: a description in the editor, and a server for its pictures.
 class HostilePreviewTest : public WindowTest
 {
 protected:
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<Downloads> downloads;
+    std::unique_ptr<Pulse> pulse; ///< since the start of the test
     QPlainTextEdit *editor = nullptr;
     SimpleWebViewer *viewer = nullptr;
 
@@ -109,17 +110,19 @@ protected:
         editor = child<QPlainTextEdit>(*window, "descriptionEdit");
         viewer = child<SimpleWebViewer>(*window, "descriptionView");
         QCOMPARE(viewer->toPlainText(), QStringLiteral("text"));
+        pulse = std::make_unique<Pulse>();
     }
 
     void cleanup() override
     {
         WindowTest::cleanup();
+        pulse.reset();
         downloads.reset();
         server.reset();
     }
 
     void preview(const QString &html) { editor->setPlainText(html); }
-    [[nodiscard]] bool showsPicture() const { return pixelsOf(*viewer, PICTURE_COLOUR) > 0; }
+    [[nodiscard]] bool hasPicture() const { return pixelsOf(*viewer, PICTURE_COLOUR) > 0; }
 
     void typeOn()
     {
@@ -129,11 +132,11 @@ protected:
         QVERIFY(viewer->toPlainText().startsWith(QLatin1String("ok")));
     }
 
-    void expectAlive(const Pulse &pulse, qint64 longestPause)
+    void expectAlive(qint64 longestPause = LONGEST_PAUSE)
     {
-        const int before = pulse.count();
-        QTRY_VERIFY(pulse.count() > before + 2);
-        QVERIFY2(pulse.longestPause() < longestPause, QByteArray::number(pulse.longestPause()).constData());
+        const int before = pulse->count();
+        QTRY_VERIFY(pulse->count() > before + 2);
+        QVERIFY2(pulse->longestPause() < longestPause, QByteArray::number(pulse->longestPause()).constData());
         QVERIFY(downloads->most() <= 5);
         QVERIFY(server->mostOpenRequests() <= 5);
         QVERIFY(window->isVisible());

@@ -14,16 +14,18 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QByteArray END_OF_HEADERS = QByteArrayLiteral("\r\n\r\n");
 
 QUrl loopbackUrl(const char *scheme, quint16 port, const QString &path)
 {
-    return QUrl(QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(scheme)).arg(port) + path);
+    return QUrl(u"%1://127.0.0.1:%2"_s.arg(QLatin1String(scheme)).arg(port) + path);
 }
 
-/// Of the loopback address, signed by itself, and valid until 2119, with its key.
+/// For the loopback address, self-signed, valid until 2119, with its key.
 QByteArray certificate()
 {
     QFile file(QStringLiteral(TEST_SUPPORT_DIR "/loopback.pem"));
@@ -49,7 +51,7 @@ std::unique_ptr<QTcpServer> makeServer(HttpServer::Scheme scheme)
 
 QString withoutQuery(const QString &target)
 {
-    return target.section(QLatin1Char('?'), 0, 0);
+    return target.section(u'?', 0, 0);
 }
 
 } // namespace
@@ -58,12 +60,12 @@ HttpServer::HttpServer(Scheme withScheme) : scheme(withScheme), server(makeServe
 {
     if (!server->listen(QHostAddress::LocalHost))
         qFatal("No port to listen on");
-    connect(server.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::welcome);
+    connect(server.get(), &QTcpServer::pendingConnectionAvailable, this, &HttpServer::acceptConnections);
 }
 
 HttpServer::~HttpServer() = default;
 
-bool HttpServer::trustSecureOnes()
+bool HttpServer::trustSecureServers()
 {
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     configuration.addCaCertificate(QSslCertificate(certificate()));
@@ -98,12 +100,12 @@ void HttpServer::script(const QString &path, std::function<void(QTcpSocket *)> w
 
 void HttpServer::hold(const QString &path)
 {
-    held.insert(path);
+    delayed.insert(path);
 }
 
 void HttpServer::release(const QString &path)
 {
-    held.remove(path);
+    delayed.remove(path);
     const QList<Request> waiting = open;
     for (const Request &request : waiting) {
         if (request.path == path)
@@ -132,7 +134,7 @@ int HttpServer::mostOpenRequests() const
     return mostOpen;
 }
 
-void HttpServer::welcome()
+void HttpServer::acceptConnections()
 {
     while (QTcpSocket *socket = server->nextPendingConnection()) {
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
@@ -153,7 +155,7 @@ void HttpServer::read(QTcpSocket *socket)
         seen.append(target);
         open.append(request);
         mostOpen = std::max(mostOpen, openRequests());
-        if (!held.contains(request.path))
+        if (!delayed.contains(request.path))
             answer(request);
     }
 }
@@ -183,5 +185,5 @@ QUrl unreachableUrl()
     QTcpServer closed;
     if (!closed.listen(QHostAddress::LocalHost))
         qFatal("No port to listen on");
-    return loopbackUrl("http", closed.serverPort(), QStringLiteral("/page"));
+    return loopbackUrl("http", closed.serverPort(), u"/page"_s);
 }

@@ -15,7 +15,7 @@
 class QTcpServer;
 class QTcpSocket;
 
-/// What a route answers. The length of the body is sent as a header by itself.
+/// The answer of a route. The length of the body is sent as a header in any case.
 struct HttpAnswer
 {
     int status = 200;
@@ -33,14 +33,14 @@ class HttpServer : public QObject
 public:
     enum class Scheme { Plain, Secure };
 
-    /// Fails the program when no port is to be had.
+    /// Fails the program when there is no free port.
     explicit HttpServer(Scheme scheme = Scheme::Plain);
     ~HttpServer() override;
 
     /// Makes the downloads of this program trust secure servers of this class. False where there is no TLS.
-    [[nodiscard]] static bool trustSecureOnes();
+    [[nodiscard]] static bool trustSecureServers();
 
-    /// The path may carry a query and is taken as it is, percent encoding included.
+    /// The path may have a query, and is already percent-encoded.
     [[nodiscard]] QUrl url(const QString &path) const;
 
     void serve(const QString &path, const HttpAnswer &answer);
@@ -49,23 +49,23 @@ public:
     /// Closes the connection instead of answering.
     void drop(const QString &path);
 
-    /// Leaves the answer, down to its bytes, to the test; the request stays open until the client ends it.
-    /// The socket goes when the connection ends.
+    /// The function writes the raw answer; the request stays open until the client ends it.
+    /// The socket is deleted when the connection ends.
     void script(const QString &path, std::function<void(QTcpSocket *)> write);
 
-    /// Keeps the answers back until release(); a route that is never released never answers.
+    /// Delays the answers until release().
     void hold(const QString &path);
 
-    /// Answers what waits for the path, and from now on at once.
+    /// Answers the waiting requests, and later ones at once.
     void release(const QString &path);
 
-    /// How often the path was asked for.
+    /// The number of requests for the path.
     [[nodiscard]] int requests(const QString &path) const;
 
     /// The targets of all requests as they were sent, query included, in the order of their arrival.
     [[nodiscard]] QStringList requests() const;
 
-    /// Requests that have neither been answered nor given up by the client.
+    /// Requests that were neither answered nor cancelled by the client.
     [[nodiscard]] int openRequests() const;
     [[nodiscard]] int mostOpenRequests() const; ///< the highest number of openRequests() ever
 
@@ -83,17 +83,17 @@ private:
         QTcpSocket *socket = nullptr;
     };
 
-    void welcome();
+    void acceptConnections();
     void read(QTcpSocket *socket);
     void answer(const Request &request);
 
     QHash<QString, Route> routes;
-    QSet<QString> held;
+    QSet<QString> delayed;
     QList<Request> open;
     QStringList seen;
     int mostOpen = 0;
     Scheme scheme;
-    std::unique_ptr<QTcpServer> server; // goes first: its sockets still report their end to the lists above
+    std::unique_ptr<QTcpServer> server; // destroyed first, as its sockets still change the lists above
 };
 
 /// A URL on the loopback interface where nobody listens.

@@ -4,16 +4,16 @@
 #include <QFile>
 #include <QList>
 
-/// Starts the count of the peak again where the system allows it.
-inline void forgetPeakMemory()
+/// Resets the peak where the system allows it.
+inline void resetPeakMemory()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));
     if (file.open(QIODevice::WriteOnly))
         file.write("5");
 }
 
-/// A line of the system's account of this process, in bytes; -1 where there is none.
-inline qint64 memoryLine(const QByteArray &name)
+/// A value of /proc/self/status in bytes, such as "VmRSS:"; -1 where there is none.
+inline qint64 memoryValue(const QByteArray &name)
 {
     QFile file(QStringLiteral("/proc/self/status"));
     if (!file.open(QIODevice::ReadOnly))

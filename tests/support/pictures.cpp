@@ -5,6 +5,8 @@
 #include <QPixmap>
 #include <QWidget>
 
+using namespace Qt::StringLiterals;
+
 QByteArray picture(const QColor &colour, const QSize &size)
 {
     QImage image(size, QImage::Format_RGB32);
@@ -31,7 +33,7 @@ QString htmlWithImages(const QStringList &sources)
 {
     QString html;
     for (const QString &source : sources)
-        html += QStringLiteral("<p><img src=\"%1\"></p>").arg(source);
+        html += u"<p><img src=\"%1\"></p>"_s.arg(source);
     return html;
 }
 

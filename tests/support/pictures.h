@@ -15,6 +15,6 @@ class QWidget;
 /// How many pixels of a widget have the colour.
 [[nodiscard]] int pixelsOf(QWidget &widget, const QColor &colour);
 
-/// A page of nothing but images, one below the other.
+/// A page of images, one below the other.
 [[nodiscard]] QString htmlWithImages(const QStringList &sources);
 [[nodiscard]] QString htmlWithImages(const QList<QUrl> &urls);

@@ -5,9 +5,7 @@
 #include <QByteArray>
 #include <QDir>
 #include <QLabel>
-#include <QMessageBox>
 #include <QString>
-#include <QStringList>
 #include <QTest>
 
 inline const QByteArray TWO_APPS = HEADER
@@ -15,11 +13,7 @@ inline const QByteArray TWO_APPS = HEADER
                                      "{\"en\":\"Second\"};B;2.0;675;06-03-2024;{};;;5.04\n";
 inline const QByteArray ONE_APP = HEADER + "{\"en\":\"Only\"};C;;;;{};;;0.00\n";
 
-inline const QString LOAD_ERROR = QStringLiteral("Error loading <b>Apps.csv</b> settings");
-inline const QString SAVE_ERROR = QStringLiteral("Error saving <b>Apps.csv</b> settings");
-inline const QString NO_PROJECT = QStringLiteral("First create a new project");
-
-/// What a test of the window and its project has in its hands. The current folder is not that of the project.
+/// Base of the tests of the window and its project. The current folder is not that of the project.
 class ProjectTest : public WindowTest
 {
 protected:
@@ -52,19 +46,7 @@ protected:
         start();
     }
 
-    [[nodiscard]] QStringList listedApps() const { return listTexts(*window, "listApps"); }
     [[nodiscard]] QString projectLabel() const { return child<QLabel>(*window, "appsLbl")->text(); }
-    [[nodiscard]] bool isMarked() const { return window->windowTitle() == QLatin1String("Orva Catalist (*)"); }
-    [[nodiscard]] bool isUnmarked() const { return window->windowTitle() == QLatin1String("Orva Catalist"); }
-
-    static void expectError(const ShownDialog &dialog, const QString &text)
-    {
-        QCOMPARE(dialog.kind, QStringLiteral("QMessageBox"));
-        QCOMPARE(dialog.title, QStringLiteral("Error"));
-        QCOMPARE(dialog.text, text);
-        QCOMPARE(dialog.icon, QMessageBox::Critical);
-        QCOMPARE(dialog.buttons, QStringList{QStringLiteral("OK")});
-    }
 
 private:
     QString startFolder;

@@ -1,23 +1,21 @@
 // Saves a catalogue, in a process of its own so that it can be killed or limited.
 //   once PATH NUMBER        saves one of several catalogues
-//   forever PATH            saves two catalogues in turn and says so on standard output
+//   forever PATH            saves two catalogues in turn and reports each on standard output
 //   limited PATH BYTES      saves while no file may grow beyond a size
 //   texts PATH TAG COUNT    replaces a file by large texts, one after the other, of lines "TAG NUMBER"
-//   unsaved PATH TAG COUNT  puts such texts into the history as what was never saved
+//   unsaved PATH TAG COUNT  keeps such texts in the history as unsaved
 // Ends with 0 when it saved, with 1 when a failure was reported and the changes are still marked as unsaved.
 
-#include "io/history.h"
-#include "io/replacefile.h"
+#include "filesizelimit.h"
+#include "history/history.h"
 #include "model/appconfigmodel.h"
 
 #include <QCoreApplication>
 
-#include <csignal>
 #include <cstdio>
+#include <optional>
 
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-#endif
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -28,7 +26,7 @@ void fill(AppConfigModel &model, const QString &number)
     model.clear();
     for (int i = 0; i < APPS; ++i) {
         model.createNew();
-        model.apps.last().author = QStringLiteral("Author %1 of catalogue %2").arg(i).arg(number);
+        model.apps.last().author = u"Author %1 of catalogue %2"_s.arg(i).arg(number);
     }
 }
 
@@ -43,8 +41,8 @@ int save(AppConfigModel &model, const QString &path)
 {
     AppConfigModel first;
     AppConfigModel second;
-    fill(first, QStringLiteral("1"));
-    fill(second, QStringLiteral("2"));
+    fill(first, u"1"_s);
+    fill(second, u"2"_s);
     for (;;) {
         if (save(first, path) != 0 || save(second, path) != 0)
             qFatal("Cannot save");
@@ -55,13 +53,13 @@ int save(AppConfigModel &model, const QString &path)
 
 QByteArray text(const QString &tag, int number)
 {
-    return QStringLiteral("%1 %2\n").arg(tag).arg(number).toUtf8().repeated(5000);
+    return u"%1 %2\n"_s.arg(tag).arg(number).toUtf8().repeated(5000);
 }
 
 bool replaceByTexts(const QString &path, const QString &tag, int count)
 {
     for (int i = 0; i < count; ++i) {
-        if (!replaceFile(path, text(tag, i), LineEnds::AsGiven))
+        if (!History::saveFile(path, text(tag, i)))
             return false;
     }
     return true;
@@ -70,20 +68,7 @@ bool replaceByTexts(const QString &path, const QString &tag, int count)
 void keepTexts(const QString &path, const QString &tag, int count)
 {
     for (int i = 0; i < count; ++i)
-        keepUnsaved(path, text(tag, i));
-}
-
-void limitFileSize(const QString &bytes)
-{
-#ifdef Q_OS_UNIX
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlim_t limit = bytes.toULong();
-    const rlimit limits{limit, limit};
-    if (::setrlimit(RLIMIT_FSIZE, &limits) != 0)
-        qFatal("Cannot limit the size of files");
-#else
-    Q_UNUSED(bytes)
-#endif
+        History::keepUnsaved(path, text(tag, i));
 }
 
 } // namespace
@@ -94,18 +79,21 @@ int main(int argc, char *argv[])
     const QStringList arguments = QCoreApplication::arguments();
     const QString mode = arguments.value(1);
     const QString path = arguments.value(2);
-    if (mode == QLatin1String("forever"))
+    if (mode == "forever"_L1)
         saveForever(path);
-    if (mode == QLatin1String("texts"))
+    if (mode == "texts"_L1)
         return replaceByTexts(path, arguments.value(3), arguments.value(4).toInt()) ? 0 : 1;
-    if (mode == QLatin1String("unsaved")) {
+    if (mode == "unsaved"_L1) {
         keepTexts(path, arguments.value(3), arguments.value(4).toInt());
         return 0;
     }
 
     AppConfigModel model;
     fill(model, arguments.value(3));
-    if (mode == QLatin1String("limited"))
-        limitFileSize(arguments.value(3));
+#ifdef Q_OS_UNIX
+    std::optional<FileSizeLimit> limit;
+    if (mode == "limited"_L1)
+        limit.emplace(arguments.value(3).toULong());
+#endif
     return save(model, path);
 }

@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QSettings>
 
+using namespace Qt::StringLiterals;
+
 ScratchHome::ScratchHome()
 {
     for (const char *variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"})
@@ -10,8 +12,8 @@ ScratchHome::ScratchHome()
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
-    // Some platforms keep the settings elsewhere, and a test must not clear the user's own.
-    if (!QSettings(QStringLiteral("Orva model"), QStringLiteral("Catalist")).fileName().startsWith(folder.path()))
+    // A test must not clear the user's own settings, which some platforms keep elsewhere.
+    if (!QSettings(u"Orva model"_s, u"Catalist"_s).fileName().startsWith(folder.path()))
         qFatal("The settings cannot be redirected here");
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
 }

@@ -2,8 +2,8 @@
 
 #include <QTemporaryDir>
 
-/// Keeps a program away from the screen and from everything that is the user's own.
-/// To be made before the application object.
+/// Keeps a program away from the screen and from the user's own files.
+/// To be created before the application object.
 class ScratchHome
 {
 public:

@@ -3,8 +3,7 @@
 #include <QRandomGenerator>
 #include <QtGlobal>
 
-/// A seed for a test with random data: the one in the environment (CATALIST_SEED), to see a failure again, or a
-/// fresh one. The test prints it when it fails.
+/// The seed for random data: from CATALIST_SEED, to repeat a failure, or a new one. The test prints it when it fails.
 inline quint32 testSeed()
 {
     bool given = false;

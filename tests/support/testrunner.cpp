@@ -8,6 +8,8 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QMap<QString, TestRegistry::Make> &tests()
@@ -20,7 +22,7 @@ QMap<QString, TestRegistry::Make> &tests()
 
 bool TestRegistry::add(const char *sourceFile, Make make)
 {
-    const QString name = QFileInfo(QString::fromUtf8(sourceFile)).baseName().remove(QStringLiteral("tst_"));
+    const QString name = QFileInfo(QString::fromUtf8(sourceFile)).baseName().remove(u"tst_"_s);
     tests().insert(name, make);
     return true;
 }
@@ -33,11 +35,11 @@ int TestRegistry::run(int argc, char **argv)
     const Make make = tests().value(arguments.value(1));
     if (!make) {
         std::fprintf(stderr, "Name one of these tests first, then the options of Qt Test:\n%s\n",
-                     qPrintable(tests().keys().join(QLatin1Char('\n'))));
+                     qPrintable(tests().keys().join(u'\n')));
         return 2;
     }
     arguments.removeAt(1);
-    // Qt Test's own limit is too short for the sanitizers.
+    // Qt's own timeout is too short for the sanitizers.
     if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
         qputenv("QTEST_FUNCTION_TIMEOUT", lengthOf("500000", "10000000"));
     return QTest::qExec(make().get(), arguments);

@@ -16,11 +16,11 @@ public:
     static bool add(const char *sourceFile, Make make);
 
     /// Runs the test that the first argument names, with the other arguments, which are Qt Test's.
-    /// Without a test of that name it lists those that there are, and returns 2.
+    /// Without such a test it lists all tests and returns 2.
     static int run(int argc, char **argv);
 };
 
-/// Stands at the end of the source file of a test class.
+/// To be put at the end of the source file of a test class.
 #define CATALIST_TEST(TestClass)                                                                                       \
     namespace {                                                                                                        \
     [[maybe_unused]] const bool isRegistered =                                                                         \

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "folder.h"
+#include "httpserver.h"
 #include "pictures.h"
 #include "viewer/simplewebviewer.h"
 
@@ -8,7 +10,10 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPointer>
+#include <QTest>
 #include <QTextDocument>
+
+#include <memory>
 
 inline constexpr int IMAGE = QTextDocument::ImageResource;
 inline constexpr int PAGE = QTextDocument::HtmlResource;
@@ -17,7 +22,7 @@ inline constexpr int STYLE_SHEET = QTextDocument::StyleSheetResource;
 inline const QString ERROR_PAGE = QStringLiteral("<!DOCTYPE html><html><head><meta charset=\"utf-8\"></head><body>"
                                                  "<h1>Connection error.</h1></body></html>");
 
-/// A viewer on the screen, since hidden ones put off their layout and with it the loading of images.
+/// A visible viewer, as a hidden one delays its layout and the loading of images.
 class CountingViewer : public SimpleWebViewer
 {
 public:
@@ -36,7 +41,7 @@ public:
     int reloads = 0;
 };
 
-/// Sees the network access manager that a viewer keeps to itself, and the end of its replies.
+/// Finds the private network access manager of a viewer, and sees the end of its replies.
 class ReplyWatch : public QObject
 {
 public:
@@ -57,11 +62,38 @@ public:
     }
 
     QPointer<QNetworkAccessManager> manager; ///< null until the first request
-    QList<QUrl> deleted; ///< what the replies that were deleted later had asked for
+    QList<QUrl> deleted; ///< the URLs of the replies that were deleted later
 };
 
-/// Whether a picture of the colour is in sight as a whole.
-inline bool shows(QWidget &viewer, const QColor &colour)
+/// Base of the tests of the viewer. Each starts with a visible viewer and a server.
+class ViewerTest : public QObject
 {
-    return pixelsOf(viewer, colour) == 20 * 20;
-}
+    Q_OBJECT
+
+protected slots:
+    void init()
+    {
+        folder = std::make_unique<Folder>();
+        server = std::make_unique<HttpServer>();
+        watch = std::make_unique<ReplyWatch>();
+        viewer = std::make_unique<CountingViewer>();
+    }
+
+    void cleanup()
+    {
+        viewer.reset();
+        watch.reset();
+        server.reset();
+        folder.reset();
+        QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    }
+
+protected:
+    /// Whether the viewer shows a whole picture of the colour.
+    [[nodiscard]] bool hasPicture(const QColor &colour) const { return pixelsOf(*viewer, colour) == 20 * 20; }
+
+    std::unique_ptr<Folder> folder;
+    std::unique_ptr<HttpServer> server;
+    std::unique_ptr<ReplyWatch> watch;
+    std::unique_ptr<CountingViewer> viewer;
+};

@@ -11,6 +11,8 @@
 #include <QToolBar>
 #include <QTreeView>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QModelIndex childNamed(const QAbstractItemModel *model, const QModelIndex &parent, const QString &name)
@@ -28,7 +30,7 @@ QModelIndex childNamed(const QAbstractItemModel *model, const QModelIndex &paren
 void click(const QWidget &window, const char *button)
 {
     auto *widget = child<QAbstractButton>(window, button);
-    // A check box is as wide as its place, but its mark is at the left.
+    // A check box only reacts at its left, where its mark and its text are.
     QTest::mouseClick(widget, Qt::LeftButton, {}, QPoint(10, widget->height() / 2));
 }
 
@@ -66,7 +68,7 @@ QStringList listTexts(const QWidget &window, const char *list)
 void type(QWidget *widget, const QString &text)
 {
     for (const QChar character : text) {
-        if (character == QLatin1Char('\n'))
+        if (character == u'\n')
             QTest::keyClick(widget, Qt::Key_Return);
         else
             QTest::sendKeyEvent(QTest::Click, widget, Qt::Key_unknown, QString(character), Qt::NoModifier);
@@ -84,7 +86,7 @@ void retype(const QWidget &window, const char *lineEdit, const QString &text)
 QModelIndex treeEntry(QTreeView *tree, const QString &relativePath)
 {
     QModelIndex index = tree->rootIndex();
-    const QStringList names = relativePath.split(QLatin1Char('/'));
+    const QStringList names = relativePath.split(u'/');
     for (const QString &name : names) {
         const QPersistentModelIndex parent = index;
         if (parent != tree->rootIndex())
@@ -99,17 +101,17 @@ QModelIndex treeEntry(QTreeView *tree, const QString &relativePath)
 
 QStringList words(const char *text)
 {
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return QString::fromUtf8(text).split(u' ', Qt::SkipEmptyParts);
 }
 
 void storeProject(const QString &path)
 {
-    QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
-    settings.setValue(QStringLiteral("appPath"), path);
+    QSettings settings(u"Orva model"_s, u"Catalist"_s);
+    settings.setValue(u"appPath"_s, path);
 }
 
 void clearSettings()
 {
-    QSettings settings(QStringLiteral("Orva model"), QStringLiteral("Catalist"));
+    QSettings settings(u"Orva model"_s, u"Catalist"_s);
     settings.clear();
 }

@@ -14,7 +14,7 @@
 class QAbstractItemView;
 class QTreeView;
 
-/// A widget or other child of the window by its object name; fails the program when there is none.
+/// The child with the object name; fails the program when there is none.
 template <typename T> T *child(const QObject &parent, const char *name)
 {
     T *found = parent.findChild<T *>(QLatin1String(name));
@@ -23,7 +23,7 @@ template <typename T> T *child(const QObject &parent, const char *name)
     return found;
 }
 
-/// The window of the program on the stored project, large enough for every button to be in sight.
+/// The window of the program with the stored project, large enough to show every button.
 template <typename Window> std::unique_ptr<Window> openWindow()
 {
     auto window = std::make_unique<Window>();
@@ -39,21 +39,20 @@ void clickTool(const QWidget &window, const char *action); ///< in the tool bar
 void showTab(const QWidget &window, const char *page);
 void clickCell(QAbstractItemView *view, int row, int column = 0);
 
-/// What stands in a list, from its first row to its last.
+/// The texts of a list, from its first row to its last.
 QStringList listTexts(const QWidget &window, const char *list);
 
-/// Key by key, where the cursor stands.
+/// Types key by key at the cursor.
 void type(QWidget *widget, const QString &text);
 /// Replaces the text of a line edit.
 void retype(const QWidget &window, const char *lineEdit, const QString &text);
 
-/// The entry of a tree of files, scrolled into sight with every folder above it expanded;
-/// invalid when it does not come into the list.
+/// The entry of a tree of files, made visible with its folders expanded; invalid when it does not appear.
 QModelIndex treeEntry(QTreeView *tree, const QString &relativePath);
 
-/// What stands between the spaces of a text.
+/// The words of a text, separated by spaces.
 QStringList words(const char *text);
 
-/// What the next window finds: the path of the last project.
+/// Stores the path of the last project, which the next window opens.
 void storeProject(const QString &path);
 void clearSettings();

@@ -1,5 +1,5 @@
-// A plugin that adds an app in the window of the program that loads it, types into the description that its first app
-// has, and says "typed". In a window that is to hang it then lets no event through any more.
+// A plugin that adds an app in the window of the program that loads it, types into the description of the first app,
+// and prints "typed". With the option "hang" it then blocks the event loop.
 
 #include "windowfixture.h"
 
@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 class Typist : public QGenericPlugin
@@ -33,10 +34,10 @@ public:
             clickCell(child<QListWidget>(*window, "listApps"), 0);
             showTab(*window, "tabDescription");
             clickCell(child<QTableWidget>(*window, "tableWidget"), 0, 1);
-            type(child<QPlainTextEdit>(*window, "descriptionEdit"), QStringLiteral("typed "));
+            type(child<QPlainTextEdit>(*window, "descriptionEdit"), u"typed "_s);
             std::puts("typed");
             std::fflush(stdout);
-            while (options == QLatin1String("hang")) { }
+            while (options == "hang"_L1) { }
         });
         timer->start(10ms);
         return timer;

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Takes the window of an editor, built or installed, through an author's work on a copy of a catalogue, and leaves the
-# two files that the work ends in and pictures of the window in a folder:
+# Edits and publishes a copy of a catalogue in the window of an editor, built or installed, and leaves both files and
+# pictures of the window in a folder:
 #   tour.sh PROGRAM PLUGINS CATALOGUE FOLDER
-# PLUGINS is the folder with generic/libcatalist_tour.so. Ends with 1 when a step did not do what it should.
+# PLUGINS is the folder with generic/libcatalist_tour.so. Ends with 1 when a step failed.
 set -euo pipefail
-PATIENCE=300 # in seconds; it takes a few
+PATIENCE=300 # seconds; it usually takes a few
 
 if [ $# -ne 4 ]; then
     echo "usage: tour.sh PROGRAM PLUGINS CATALOGUE FOLDER" >&2
@@ -29,6 +29,6 @@ elif [ "$code" != 0 ]; then
     echo "The tour ended with $code" >&2
     exit 1
 elif [ ! -f "$home/tour-finished" ]; then
-    echo "$1 ended before the tour did, or never began it" >&2
+    echo "$1 ended without a complete tour" >&2
     exit 1
 fi

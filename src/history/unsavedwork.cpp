@@ -1,34 +1,33 @@
-#include "io/unsavedwork.h"
+#include "history/unsavedwork.h"
 
-#include "io/replacefile.h"
+#include "history/history.h"
 
-bool UnsavedWork::save(const QString &path, const QByteArray &content)
+FileResult<> UnsavedWork::save(const QString &path, const QByteArray &content)
 {
     nowhere.remove(path);
     tryAgain();
-    if (replaceFile(path, content, LineEnds::AsGiven)) {
+    auto saved = History::saveFile(path, content);
+    if (saved)
         drafts.removeSaved(path);
-        return true;
-    }
-    if (keepUnsaved(path, content))
+    else if (History::keepUnsaved(path, content))
         drafts.remove(path);
     else
         nowhere.insert(path, {content, Later::Save});
-    return false;
+    return saved;
 }
 
 void UnsavedWork::copy(const QString &path, const QByteArray &content, Later later)
 {
-    // It is saved all the same when that was wanted before, and failed.
+    // A text whose save failed before is still to be saved.
     const Held before = nowhere.take(path);
     tryAgain();
-    if (before.later == Later::Save ? writeHeld(path, {content, Later::Save}) : keepUnsaved(path, content))
+    if (writeHeld(path, {content, before.later}))
         drafts.remove(path);
     else
         nowhere.insert(path, {content, before.later == Later::Save ? Later::Save : later});
 }
 
-bool UnsavedWork::keepDraft(const QString &path, const QByteArray &content)
+FileResult<> UnsavedWork::keepDraft(const QString &path, const QByteArray &content)
 {
     tryAgain();
     return drafts.keep(path, content);
@@ -65,8 +64,8 @@ void UnsavedWork::tryAgain()
 
 bool UnsavedWork::writeHeld(const QString &path, const Held &work)
 {
-    return (work.later == Later::Save && replaceFile(path, work.content, LineEnds::AsGiven))
-           || keepUnsaved(path, work.content);
+    return (work.later == Later::Save && History::saveFile(path, work.content))
+           || History::keepUnsaved(path, work.content);
 }
 
 std::optional<QByteArray> UnsavedWork::held(const QString &path) const
