@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QMap>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
@@ -122,6 +123,8 @@ private slots:
     void commands_data();
     void commands();
     void scriptHasItsCommands();
+    void promisesHaveTests_data();
+    void promisesHaveTests();
 };
 
 void TestDocuments::formats()
@@ -307,6 +310,58 @@ void TestDocuments::scriptHasItsCommands()
             QVERIFY2(isKnown, qPrintable(path + u": "_s + command));
         }
     }
+}
+
+void TestDocuments::promisesHaveTests_data()
+{
+    QTest::addColumn<bool>("isPromised");
+    QTest::addColumn<QString>("tests");
+    const QString users = document(QStringLiteral("docs/reliability.md"));
+    static const QRegularExpression item(QStringLiteral("^- \\*\\*(.+?)\\*\\*"), QRegularExpression::MultilineOption);
+    static const QRegularExpression row(QStringLiteral("^\\| (\\S.*) \\| (`.*) \\|$"),
+                                        QRegularExpression::MultilineOption);
+    QMap<QString, QString> proven;
+    for (auto match = row.globalMatch(document(QStringLiteral("docs/promises.md"))); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        QVERIFY2(!proven.contains(found.captured(1)), qPrintable(found.captured(1)));
+        proven.insert(found.captured(1), found.captured(2));
+    }
+    QStringList promises;
+    for (auto match = item.globalMatch(users); match.hasNext();)
+        promises.append(match.next().captured(1));
+    QVERIFY(!promises.isEmpty());
+    // Every item begins with a promise.
+    QCOMPARE(promises.size(), users.count(QStringLiteral("\n- ")));
+
+    for (const QString &promise : promises)
+        QTest::newRow(qPrintable(promise)) << true << proven.take(promise);
+    for (auto left = proven.cbegin(); left != proven.cend(); ++left)
+        QTest::newRow(qPrintable(left.key())) << false << left.value();
+}
+
+void TestDocuments::promisesHaveTests()
+{
+    QFETCH(bool, isPromised);
+    QFETCH(QString, tests);
+    QVERIFY2(isPromised, "Only docs/promises.md has it");
+    QVERIFY2(!tests.isEmpty(), "Only docs/reliability.md has it");
+    // A class, then its functions, and perhaps another class.
+    static const QRegularExpression name(QStringLiteral("`(\\w+)`"));
+    QString declared;
+    int functions = 0;
+    for (auto match = name.globalMatch(tests); match.hasNext();) {
+        const QString word = match.next().captured(1);
+        if (word.startsWith(QLatin1String("tst_"))) {
+            declared =
+                document(QStringLiteral("tests/%1.cpp").arg(word)).section(QStringLiteral("\nprivate slots:\n"), 1);
+            declared = declared.section(QStringLiteral("\n};\n"), 0, 0).section(QStringLiteral("\nprivate:\n"), 0, 0);
+            QVERIFY2(!declared.isEmpty(), qPrintable(word));
+        } else {
+            QVERIFY2(declared.contains(QStringLiteral("    void %1();").arg(word)), qPrintable(word));
+            ++functions;
+        }
+    }
+    QVERIFY(functions > 0);
 }
 
 CATALIST_TEST(TestDocuments)

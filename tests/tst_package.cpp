@@ -203,9 +203,10 @@ void TestPackage::icons()
 void TestPackage::documents_data()
 {
     QTest::addColumn<QString>("path");
-    for (const char *path : {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md",
-                             "doc/catalist/cli.md", "doc/catalist/formats.md", "doc/catalist/reliability.md",
-                             "doc/catalist/pictures/general.png", "doc/catalist/examples/catalogue/Apps.csv"})
+    for (const char *path :
+         {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md", "doc/catalist/glossary.md",
+          "doc/catalist/cli.md", "doc/catalist/formats.md", "doc/catalist/reliability.md",
+          "doc/catalist/pictures/general.png", "doc/catalist/examples/catalogue/Apps.csv"})
         QTest::newRow(path) << QString::fromLatin1(path);
 }
 
