@@ -52,6 +52,7 @@ private slots:
     void everyCallOfALoad();
     void everyCallOfAnExport_data();
     void everyCallOfAnExport();
+    void everyReadOfAHash();
 
 private:
     void tryAll(const QList<Trial> &all, const std::function<QStringList(const Trial &)> &problemsOf);
@@ -358,6 +359,37 @@ void TestFaults::everyCallOfAnExport()
         prepare(target);
         return exportProblems(target, trial);
     });
+}
+
+// A file whose reading fails has an empty hash, not that of what was read before.
+void TestFaults::everyReadOfAHash()
+{
+    startExporter();
+    prepare(Target::New);
+    QVERIFY(save(folder->path(u"nothing"_s), NO_FAULT).saved);
+    newContent = onDisk();
+    QVERIFY(saveAgain().saved);
+    const Report faultless = save(folder->path(u"catalogue"_s), NO_FAULT);
+    QVERIFY(saveAgain().saved);
+    QVERIFY(faultless.calls.count(u"read"_s) >= 3);
+
+    const QByteArray hashOfA = "\"a9993e364706816aba3e25717850c26c9cd0d89d\"";
+    const QByteArray hashOfB = "\"da39a3ee5e6b4b0d3255bfef95601890afd80709\"";
+    QVERIFY(newContent.contains(hashOfA) && newContent.contains(hashOfB));
+    QList<Trial> all = trials(faultless.calls);
+    all.removeIf([](const Trial &trial) { return trial.name != u"read" || trial.fault != Fault::KeepFailing; });
+    for (const Trial &trial : std::as_const(all)) {
+        prepare(Target::New);
+        QVERIFY(save(folder->path(u"catalogue"_s), trial).saved);
+        const QByteArray content = onDisk();
+        QVERIFY(saveAgain().saved);
+        // From the fault on, no file can be read.
+        QByteArray expected = QByteArray(newContent).replace(hashOfB, "\"\"");
+        if (!content.contains(hashOfA))
+            expected.replace(hashOfA, "\"\"");
+        QCOMPARE(content, expected);
+    }
+    QCOMPARE(onDisk(), newContent);
 }
 
 QStringList TestFaults::exportProblems(Target target, const Trial &trial)
