@@ -19,6 +19,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString MESSAGE = u"Too large or too deeply nested to be shown."_s;
+constexpr qreal LARGEST_HEIGHT = 8'380'000; // in pixels
 
 QString nested(const QString &opening, const QString &closing, int depth)
 {
@@ -348,6 +349,11 @@ void TestLayoutLimits::sameAsTheTextBrowser()
         bounded.names.clear();
         plain.setHtml(html);
         bounded.setHtml(html);
+        // Qt ends some of the pages that are higher than the limit, by chance.
+        if (plain.document()->size().height() > LARGEST_HEIGHT) {
+            QVERIFY2(bounded.toPlainText() == MESSAGE, context.constData());
+            continue;
+        }
         QVERIFY2(bounded.toHtml() == plain.toHtml(), context.constData());
         QVERIFY2(bounded.document()->size() == plain.document()->size(), context.constData());
         QVERIFY2(bounded.grab().toImage() == plain.grab().toImage(), context.constData());
