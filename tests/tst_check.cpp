@@ -434,7 +434,7 @@ QStringList linesAndCodes(const QString &catalogue)
 {
     QStringList found;
     const auto result = Check::checkCatalogue(catalogue);
-    for (const Check::Finding &finding : *result)
+    for (const Check::Finding &finding : result->findings)
         found.append(u"%1 %2"_s.arg(finding.line).arg(finding.code));
     return found;
 }
@@ -451,6 +451,9 @@ private slots:
     void everyCodeHasCases();
     void sentences_data();
     void sentences();
+    void values_data();
+    void values();
+    void whatWasLookedAt();
     void orderOfFindings();
     void brokenLinesHideNothing();
     void exampleIsClean();
@@ -488,7 +491,7 @@ void TestCheck::everyCode()
 
     QVERIFY(result);
     QVERIFY2(codesOf(result) == one.expectedCodes(), qPrintable(textsOf(result).join(u'\n')));
-    for (const Check::Finding &finding : *result)
+    for (const Check::Finding &finding : result->findings)
         QVERIFY2(finding.text.endsWith(u'.') && !finding.text.contains(u"%1"), qPrintable(finding.text));
 }
 
@@ -547,13 +550,61 @@ void TestCheck::sentences()
     draft.addApp(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"Wecker"})");
     const auto result = Check::checkCatalogue(draft.save());
     QString last;
-    for (const Check::Finding &finding : *result) {
+    for (const Check::Finding &finding : result->findings) {
         if (finding.code == code)
             last = u"%1 %2 [%3, line %4] %5"_s.arg(Check::severityName(finding.severity), code, finding.app)
                        .arg(finding.line)
                        .arg(finding.text);
     }
     QTEST(last, "text");
+}
+
+void TestCheck::values_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("none") << u"min-version-missing"_s << u" |  | "_s;
+    QTest::newRow("file") << u"path-not-found"_s << u"%2 %1 |  | "_s;
+    QTest::newRow("file that comes second") << u"description-not-found"_s << u"de.html |  | "_s;
+    QTest::newRow("expected") << u"header-missing"_s << u" | %1 | "_s.arg(HEADER_LINE);
+    QTest::newRow("actual") << u"version-unclear"_s << u" |  | 1.2b"_s;
+    QTest::newRow("both") << u"date-form"_s << u" | 05-03-2024 | 2024-03-05"_s;
+    QTest::newRow("file and actual") << u"picture-elsewhere"_s << u"en.html |  | https://x/y.png"_s;
+    QTest::newRow("all") << u"path-other-case"_s << u"clock | Clock | clock"_s;
+}
+
+void TestCheck::values()
+{
+    QFETCH(QString, code);
+    Draft draft;
+    draft.header = QString();
+    draft.add("en.html", "<img src=\"https://x/y.png\">");
+    draft.set(Version, "1.2b");
+    draft.set(Date, "2024-03-05");
+    draft.set(Description, R"({"de":"de.html","en":"en.html"})");
+    draft.set(Files, "clock,%2 %1");
+    draft.set(MinVersion, "");
+    QCOMPARE(valuesOf(Check::checkCatalogue(draft.save()), code).size(), 1);
+    QTEST(valuesOf(Check::checkCatalogue(draft.save()), code).constFirst(), "values");
+}
+
+void TestCheck::whatWasLookedAt()
+{
+    Draft draft;
+    draft.add("Clock/lib/a.lua");
+    draft.add("Clock/.hidden");
+    draft.addApp(Files, "Clock/main.lua,Clock,none");
+    draft.lines.append(QString());
+    draft.lines.append(HEADER_LINE);
+    const auto result = Check::checkCatalogue(draft.save());
+    QCOMPARE(result->apps, 2);
+    QCOMPARE(result->files, 5);
+
+    draft.cells.clear();
+    draft.lines.clear();
+    const auto empty = Check::checkCatalogue(draft.save());
+    QCOMPARE(empty->apps, 0);
+    QCOMPARE(empty->files, 0);
 }
 
 void TestCheck::orderOfFindings()
@@ -599,7 +650,7 @@ void TestCheck::commaNamesInOrder()
     draft.set(Files, qPrintable(names.join(u',')));
     QStringList texts;
     const auto result = Check::checkCatalogue(draft.save());
-    for (const Check::Finding &finding : *result) {
+    for (const Check::Finding &finding : result->findings) {
         if (finding.code == u"path-comma")
             texts.append(finding.text.section(u'"', 1, 1));
     }
@@ -610,7 +661,7 @@ void TestCheck::brokenExample()
 {
     const Folder folder;
     QVERIFY(copyTree(u"" CATALIST_SOURCE_DIR "/examples/catalogue"_s, folder.path()));
-    QCOMPARE(Check::checkCatalogue(folder.path(u"Apps.csv"_s))->size(), 0);
+    QCOMPARE(Check::checkCatalogue(folder.path(u"Apps.csv"_s))->findings.size(), 0);
 
     // A wrong letter, a wrong date, a "./", a missing file and one left over.
     QByteArray content = folder.read(u"Apps.csv"_s);
@@ -651,7 +702,7 @@ void TestCheck::throughALink()
 {
     Draft draft;
     const QString path = draft.save();
-    QVERIFY(Check::checkCatalogue(path)->isEmpty());
+    QVERIFY(Check::checkCatalogue(path)->findings.isEmpty());
     draft.folder.link(draft.folder.path(u"project"_s), u"alias"_s);
     QCOMPARE(codesOf(Check::checkCatalogue(draft.folder.path(u"alias/Apps.csv"_s))), QStringList());
     draft.folder.link(draft.folder.path(u"project/Apps.csv"_s), u"alias.csv"_s);
@@ -668,7 +719,7 @@ void TestCheck::changesNothing()
     const QString path = draft.save();
     const QByteArray before = draft.folder.read(u"project/Apps.csv"_s);
     const QStringList entries = QDir(QFileInfo(path).path()).entryList();
-    QVERIFY(!Check::checkCatalogue(path)->isEmpty());
+    QVERIFY(!Check::checkCatalogue(path)->findings.isEmpty());
     QCOMPARE(draft.folder.read(u"project/Apps.csv"_s), before);
     QCOMPARE(QDir(QFileInfo(path).path()).entryList(), entries);
 }

@@ -59,7 +59,7 @@ void TestCliCheck::checks()
 void TestCliCheck::checkAsJson()
 {
     QByteArray line = CLOCK;
-    line.replace("674", "674,5").replace("05-03-2024", "");
+    line.replace("05-03-2024", "").replace("icon.png", "Icon.png");
     makeClock(line);
     folder->write(u"project/ž"_s, "");
     const Outcome outcome = run({u"check"_s, u"project"_s, u"--format"_s, u"json"_s}, folder->path());
@@ -75,15 +75,19 @@ void TestCliCheck::checkAsJson()
             "text": "The app has no publication date: add one."
         },
         {
+            "actual": "Icon.png",
             "app": "Clock",
-            "code": "hardware-unknown",
+            "code": "path-other-case",
+            "expected": "icon.png",
+            "file": "Icon.png",
             "line": 2,
             "severity": "error",
-            "text": "No known transmitter has the id 5: correct it."
+            "text": "\"Icon.png\" is called \"icon.png\" on the disk: write it so."
         },
         {
             "app": "",
             "code": "file-unlisted",
+            "file": "ž",
             "line": 0,
             "severity": "note",
             "text": "\"ž\" belongs to no app: list it if it should be published."
@@ -101,7 +105,7 @@ void TestCliCheck::checkAsJson()
     const QJsonObject real = QJsonDocument::fromJson(outcome.out).object();
     QCOMPARE(documented.keys(), real.keys());
     QCOMPARE(documented.value("findings"_L1).toArray().at(0).toObject().keys(),
-             real.value("findings"_L1).toArray().at(0).toObject().keys());
+             real.value("findings"_L1).toArray().at(1).toObject().keys());
 }
 
 void TestCliCheck::checkAsText()

@@ -74,7 +74,7 @@ struct Published
 
     void remove(const QString &path) const { QFile::remove(folder.path(u"www/"_s + path)); }
 
-    FileResult<QList<Check::Finding>> verify() const
+    FileResult<Check::Result> verify() const
     {
         folder.write(u"www/Apps.json"_s, asBytes({{u"applications"_s, QJsonArray{app}}}));
         return Check::verifyIndex(folder.path(u"www"_s), folder.path(u"www/Apps.json"_s), url);
@@ -171,6 +171,9 @@ private slots:
     void everyCode_data();
     void everyCode();
     void everyCodeHasCases();
+    void values_data();
+    void values();
+    void whatWasLookedAt();
     void wholeIndex();
     void everyMember_data();
     void everyMember();
@@ -221,6 +224,57 @@ void TestVerify::everyCodeHasCases()
     }
 }
 
+void TestVerify::values_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("none") << u"index-form"_s << u" |  | "_s;
+    QTest::newRow("URL") << u"url-elsewhere"_s << u"https://other.example.org/i.png |  | "_s;
+    QTest::newRow("file") << u"file-missing"_s << u"b |  | "_s;
+    QTest::newRow("size") << u"size-differs"_s << u"Clock/main.lua | 3 | 2"_s;
+    QTest::newRow("hash") << u"hash-differs"_s << u"Clock/lib/a.lua | %1 | %2"_s.arg(OTHER_HASH, EMPTY_HASH);
+    QTest::newRow("destination") << u"destination-differs"_s << u"Clock/lib/a.lua | Apps/Clock/lib/a.lua | Apps/a"_s;
+    QTest::newRow("destination of two files")
+        << u"destination-twice"_s << u"Apps/b | %1 | %2"_s.arg(EMPTY_HASH, OTHER_HASH);
+    QTest::newRow("spelling") << u"file-other-case"_s << u"en.html | en.html | EN.html"_s;
+}
+
+void TestVerify::values()
+{
+    QFETCH(QString, code);
+    Published published;
+    published.setEntry("hash"_L1, OTHER_HASH);
+    published.setEntry("destination"_L1, u"Apps/a"_s);
+    published.appendEntry(u"b"_s, u"Apps/b"_s, EMPTY_HASH);
+    published.appendEntry(u"Clock/lib/a.lua"_s, u"Apps/b"_s, OTHER_HASH);
+    published.app.insert("previewIcon"_L1, u"https://other.example.org/i.png"_s);
+    published.app.remove("hw"_L1);
+    published.folder.write(u"www/Clock/main.lua"_s, "ab");
+    published.remove(u"en.html"_s);
+    published.folder.write(u"www/EN.html"_s, "");
+    QVERIFY(!valuesOf(published.verify(), code).isEmpty());
+    QTEST(valuesOf(published.verify(), code).constFirst(), "values");
+}
+
+void TestVerify::whatWasLookedAt()
+{
+    Published published;
+    published.appendEntry(u"none"_s, u"Apps/none"_s, EMPTY_HASH);
+    const auto result = published.verify();
+    QCOMPARE(result->apps, 1);
+    QCOMPARE(result->files, 3);
+
+    const Folder folder;
+    folder.write(u"Apps.json"_s, R"({"applications": [5, {"files": {}}, {"files": [{}, 5]}]})");
+    const auto other = Check::verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
+    QCOMPARE(other->apps, 3);
+    QCOMPARE(other->files, 2);
+    folder.write(u"Apps.json"_s, "[]");
+    const auto none = Check::verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
+    QCOMPARE(none->apps, 0);
+    QCOMPARE(none->files, 0);
+}
+
 void TestVerify::wholeIndex()
 {
     const Folder folder;
@@ -230,7 +284,7 @@ void TestVerify::wholeIndex()
     folder.write(u"Apps.json"_s, R"({"applications": [5, {"name": {"de": "Uhr"}, "files": [null]}]})");
     const auto result = Check::verifyIndex(folder.path(), folder.path(u"Apps.json"_s), URL);
     QCOMPARE(codesOf(result), QStringList{u"index-form"_s});
-    QCOMPARE(result->constLast().app, u"Uhr"_s);
+    QCOMPARE(result->findings.constLast().app, u"Uhr"_s);
 }
 
 void TestVerify::everyMember_data()
@@ -426,8 +480,8 @@ void TestVerify::findsDamage()
             const QString top = finding.text.section(u'"', quoted, quoted);
             return finding.code == code && (place == top || (top.endsWith(u'/') && place.startsWith(top)));
         };
-        QVERIFY2(std::count_if(result->cbegin(), result->cend(), isOfIt) == 1, qPrintable(trace));
-        QVERIFY2(result->size() == 1, qPrintable(trace));
+        QVERIFY2(std::count_if(result->findings.cbegin(), result->findings.cend(), isOfIt) == 1, qPrintable(trace));
+        QVERIFY2(result->findings.size() == 1, qPrintable(trace));
 
         if (damage == Damage::Added) {
             QVERIFY(QFile::remove(large->path(u"www/"_s + other)));

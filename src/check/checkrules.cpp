@@ -16,17 +16,21 @@ int order(const Finding &finding)
 
 } // namespace
 
-FileResult<QList<Finding>> checkCatalogue(const QString &projectFile)
+FileResult<Result> checkCatalogue(const QString &projectFile)
 {
     const auto catalogue = readCatalogue(projectFile);
     if (!catalogue)
         return catalogue.error();
-    QList<Finding> findings;
+    Result result;
+    for (const Row &row : catalogue->rows) {
+        result.apps += row.app ? 1 : 0;
+        result.files += row.publishedFiles().size();
+    }
     for (const Rule &rule : checkRules())
-        rule.find(*catalogue, Report(rule, &findings));
-    std::stable_sort(findings.begin(), findings.end(),
+        rule.find(*catalogue, Report(rule, &result.findings));
+    std::stable_sort(result.findings.begin(), result.findings.end(),
                      [](const Finding &a, const Finding &b) { return order(a) < order(b); });
-    return findings;
+    return result;
 }
 
 QList<Rule> checkRules()

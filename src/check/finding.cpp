@@ -23,7 +23,9 @@ void Report::add(const QString &app, int line, const QStringList &particulars) c
         else
             text += sentence.at(i);
     }
-    findings->append({QString::fromLatin1(rule.code), rule.severity, app, line, text});
+    const auto at = [&particulars](int place) { return particulars.value(place - 1); };
+    findings->append({QString::fromLatin1(rule.code), rule.severity, app, line, text, at(rule.places.file),
+                      at(rule.places.expected), at(rule.places.actual)});
 }
 
 } // namespace Check

@@ -150,10 +150,11 @@ QList<Rule> lineRules()
 {
     using enum Severity;
     return {
-        {"header-missing", Warning, "The header is missing: begin the file with \"%1\".", headerMissing},
+        {"header-missing", Warning, "The header is missing: begin the file with \"%1\".", headerMissing,
+         Places{.expected = 1}},
         {"header-differs", Warning,
          "The header is \"%2\", not \"%1\": write it so; the columns are read in that order whatever it says.",
-         headerDiffers},
+         headerDiffers, Places{.expected = 1, .actual = 2}},
         {"header-again", Warning,
          "The line begins with the cell NAME, so it is skipped like a header: remove it, or name the app.",
          inEachLine<headerAgain>},
@@ -163,7 +164,7 @@ QList<Rule> lineRules()
         {"row-too-long", Error,
          "The line has %1 cells, but there are only 9 columns, and \"%2\" is dropped: remove each \";\" from the "
          "texts.",
-         inEachLine<tooLong>},
+         inEachLine<tooLong>, Places{.actual = 1}},
         {"text-semicolon", Error, "%1 contains a \";\", which ends the cell when the catalogue is read: remove it.",
          inEachLine<semicolon>},
         {"text-line-break", Error, "A text contains a line break, which ends the line or is dropped: remove it.",

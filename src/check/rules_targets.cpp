@@ -138,24 +138,24 @@ QList<Rule> targetRules()
     using enum Severity;
     return {
         {"path-case", Error,
-         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it.",
-         differInCase},
+         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it.", differInCase,
+         Places{.file = 1}},
         {"fat-characters", Error, "\"%1\" has a character that a transmitter's file system does not allow: rename it.",
-         inEachApp<onTransmitter<isBadOnFat>>},
+         inEachApp<onTransmitter<isBadOnFat>>, Places{.file = 1}},
         {"fat-length", Error, "\"%1\" has %2 characters, and a transmitter's file system allows 255: shorten it.",
-         inEachApp<fatLength>},
+         inEachApp<fatLength>, Places{.file = 1, .actual = 2}},
         {"fat-ending", Error, "\"%1\" ends with a dot or a space, which a transmitter's file system drops: rename it.",
-         inEachApp<onTransmitter<endsBadlyForFat>>},
+         inEachApp<onTransmitter<endsBadlyForFat>>, Places{.file = 1}},
         {"fat-reserved", Error, "\"%1\" is a name that FAT file systems reserve: rename it.",
-         inEachApp<onTransmitter<isReservedOnFat>>},
+         inEachApp<onTransmitter<isReservedOnFat>>, Places{.file = 1}},
         {"url-characters", Error,
          "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it.",
-         inEachApp<inUrls<isCutInUrl>>},
+         inEachApp<inUrls<isCutInUrl>>, Places{.file = 1}},
         {"url-escapes", Note,
          "\"%1\" has a character that clients must escape in a URL: use plain letters, digits, \"-\" and \"_\" only, "
          "or "
          "make sure that they do.",
-         inEachApp<inUrls<isEscapedInUrl>>},
+         inEachApp<inUrls<isEscapedInUrl>>, Places{.file = 1}},
     };
 }
 

@@ -33,25 +33,37 @@ using enum Severity;
 constexpr std::array RULES{
     Rule{"index-form", Error, "%1 is missing or of another kind: publish the index again."},
     Rule{"url-elsewhere", Error,
-         "\"%1\" does not begin with the repository URL: publish the index again with this URL."},
+         "\"%1\" does not begin with the repository URL: publish the index again with this URL.", nullptr,
+         Places{.file = 1}},
     Rule{"url-characters", Error,
-         "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it."},
-    Rule{"path-escapes", Error, "\"%1\" leads out of the folder, or is no path: publish a file inside of it."},
-    Rule{"destination-differs", Error, "The destination of \"%1\" is \"%2\", not \"%3\": publish the index again."},
+         "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it.", nullptr,
+         Places{.file = 1}},
+    Rule{"path-escapes", Error, "\"%1\" leads out of the folder, or is no path: publish a file inside of it.", nullptr,
+         Places{.file = 1}},
+    Rule{"destination-differs", Error, "The destination of \"%1\" is \"%2\", not \"%3\": publish the index again.",
+         nullptr, Places{.file = 1, .expected = 3, .actual = 2}},
     Rule{"destination-twice", Error,
-         "\"%1\" is to have the hash \"%3\", but \"%2\" elsewhere in the index: keep one of the files."},
+         "\"%1\" is to have the hash \"%3\", but \"%2\" elsewhere in the index: keep one of the files.", nullptr,
+         Places{.file = 1, .expected = 2, .actual = 3}},
     Rule{"destination-case", Error,
-         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it."},
-    Rule{"file-missing", Error, "\"%1\" is not in the folder: upload it."},
-    Rule{"file-other-case", Error, "\"%2\" is called \"%1\" in the index: rename it."},
-    Rule{"file-unreadable", Error, "\"%1\" cannot be read: allow reading it."},
-    Rule{"size-differs", Error, "\"%1\" has %2 bytes, the index says %3: upload it again, or publish the index again."},
-    Rule{"hash-missing", Error, "\"%1\" has no hash, as it could not be read: publish the index again."},
+         "\"%1\" differs from \"%2\" only in case, and would take its place on a transmitter: rename it.", nullptr,
+         Places{.file = 1}},
+    Rule{"file-missing", Error, "\"%1\" is not in the folder: upload it.", nullptr, Places{.file = 1}},
+    Rule{"file-other-case", Error, "\"%2\" is called \"%1\" in the index: rename it.", nullptr,
+         Places{.file = 1, .expected = 1, .actual = 2}},
+    Rule{"file-unreadable", Error, "\"%1\" cannot be read: allow reading it.", nullptr, Places{.file = 1}},
+    Rule{"size-differs", Error, "\"%1\" has %2 bytes, the index says %3: upload it again, or publish the index again.",
+         nullptr, Places{.file = 1, .expected = 3, .actual = 2}},
+    Rule{"hash-missing", Error, "\"%1\" has no hash, as it could not be read: publish the index again.", nullptr,
+         Places{.file = 1}},
     Rule{"hash-differs", Error,
-         "\"%1\" has the hash %2, the index says %3: upload it again, or publish the index again."},
-    Rule{"icon-not-found", Error, "The icon \"%1\" is not in the folder: upload it."},
-    Rule{"description-not-found", Error, "The description \"%1\" is not in the folder: upload it."},
-    Rule{"file-unnamed", Warning, "The index does not name \"%1\": remove it, or publish the index again."},
+         "\"%1\" has the hash %2, the index says %3: upload it again, or publish the index again.", nullptr,
+         Places{.file = 1, .expected = 3, .actual = 2}},
+    Rule{"icon-not-found", Error, "The icon \"%1\" is not in the folder: upload it.", nullptr, Places{.file = 1}},
+    Rule{"description-not-found", Error, "The description \"%1\" is not in the folder: upload it.", nullptr,
+         Places{.file = 1}},
+    Rule{"file-unnamed", Warning, "The index does not name \"%1\": remove it, or publish the index again.", nullptr,
+         Places{.file = 1}},
 };
 
 struct Member
@@ -296,9 +308,19 @@ FileResult<QJsonObject> readIndex(const QString &path)
     return index.object();
 }
 
+Result resultOf(const QJsonObject &index, const QList<Finding> &findings)
+{
+    Result result{findings};
+    const QJsonArray apps = index.value(QLatin1String("applications")).toArray();
+    result.apps = apps.size();
+    for (const auto app : apps)
+        result.files += app.toObject().value(QLatin1String("files")).toArray().size();
+    return result;
+}
+
 } // namespace
 
-FileResult<QList<Finding>> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl)
+FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl)
 {
     if (const auto listed = listFolder(folder); !listed)
         return listed.error();
@@ -308,7 +330,7 @@ FileResult<QList<Finding>> verifyIndex(const QString &folder, const QString &ind
     Verification verification(folder, repoUrl);
     verification.verify(*index);
     verification.addUnnamed(indexFile);
-    return verification.findings;
+    return resultOf(*index, verification.findings);
 }
 
 QList<Rule> verifyRules()

@@ -91,17 +91,18 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
     return report.leftOut.isEmpty() && report.withoutHash.isEmpty() ? Clean : HasErrors;
 }
 
-ExitCode printFindings(const FileResult<QList<Check::Finding>> &found, const QString &input, const QString &command,
+ExitCode printFindings(const FileResult<Check::Result> &result, const QString &input, const QString &command,
                        const QCommandLineParser &options)
 {
-    if (!found)
-        return failed(found.error().text());
+    if (!result)
+        return failed(result.error().text());
+    const QList<Check::Finding> &findings = result->findings;
     const bool isJson = options.value(QStringLiteral("format")) == QLatin1String("json");
-    if (!print(isJson ? asJson(*found, command, input) : asText(*found)))
+    if (!print(isJson ? asJson(findings, command, input) : asText(findings)))
         return Failed;
     const bool countsWarnings = options.isSet(QStringLiteral("strict"));
-    const bool hasErrors =
-        count(*found, Check::Severity::Error) > 0 || (countsWarnings && count(*found, Check::Severity::Warning) > 0);
+    const bool hasErrors = count(findings, Check::Severity::Error) > 0
+                           || (countsWarnings && count(findings, Check::Severity::Warning) > 0);
     return hasErrors ? HasErrors : Clean;
 }
 

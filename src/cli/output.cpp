@@ -104,13 +104,19 @@ QString asJson(const QList<Finding> &findings, const QString &command, const QSt
 {
     QJsonArray list;
     for (const Finding &finding : findings) {
-        list.append(QJsonObject{
-            {QStringLiteral("code"), finding.code},
-            {QStringLiteral("severity"), severityName(finding.severity)},
-            {QStringLiteral("app"), finding.app},
-            {QStringLiteral("line"), finding.line},
+        QJsonObject object{
+            {QStringLiteral("code"), finding.code}, {QStringLiteral("severity"), severityName(finding.severity)},
+            {QStringLiteral("app"), finding.app},   {QStringLiteral("line"), finding.line},
             {QStringLiteral("text"), finding.text},
-        });
+        };
+        const auto insert = [&object](const QString &member, const QString &value) {
+            if (!value.isEmpty())
+                object.insert(member, value);
+        };
+        insert(QStringLiteral("file"), finding.file);
+        insert(QStringLiteral("expected"), finding.expected);
+        insert(QStringLiteral("actual"), finding.actual);
+        list.append(object);
     }
     const QJsonObject object{
         {QStringLiteral("command"), command},

@@ -44,12 +44,12 @@ QSet<QString> known()
     return codes;
 }
 
-QStringList texts(const FileResult<QList<Check::Finding>> &result)
+QStringList texts(const FileResult<Check::Result> &result)
 {
     if (!result)
         return {result.error().text()};
     QStringList lines;
-    for (const Check::Finding &finding : *result)
+    for (const Check::Finding &finding : result->findings)
         lines.append(finding.code + u' ' + finding.app + u' ' + finding.text);
     return lines;
 }
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     const QString url = u"https://apps.example.org/"_s;
     const auto result = Check::verifyIndex(folder, index, url);
-    for (const Check::Finding &finding : result ? *result : QList<Check::Finding>()) {
+    for (const Check::Finding &finding : result ? result->findings : QList<Check::Finding>()) {
         if (!codes.contains(finding.code) || finding.text.isEmpty())
             qFatal("A finding with an unknown code: %s", qPrintable(finding.code));
     }

@@ -11,22 +11,33 @@
 #include <algorithm>
 
 /// The codes, sorted and without duplicates.
-inline QStringList codesOf(const FileResult<QList<Check::Finding>> &result)
+inline QStringList codesOf(const FileResult<Check::Result> &result)
 {
     QStringList codes;
-    for (const Check::Finding &finding : *result)
+    for (const Check::Finding &finding : result->findings)
         codes.append(finding.code);
     codes.removeDuplicates();
     codes.sort();
     return codes;
 }
 
-inline QStringList textsOf(const FileResult<QList<Check::Finding>> &result)
+inline QStringList textsOf(const FileResult<Check::Result> &result)
 {
     QStringList texts;
-    for (const Check::Finding &finding : *result)
+    for (const Check::Finding &finding : result->findings)
         texts.append(finding.code + QStringLiteral(": ") + finding.text);
     return texts;
+}
+
+/// The file, the expected and the actual value of each finding with a code.
+inline QStringList valuesOf(const FileResult<Check::Result> &result, const QString &code)
+{
+    QStringList values;
+    for (const Check::Finding &finding : result->findings) {
+        if (finding.code == code)
+            values.append(QStringList{finding.file, finding.expected, finding.actual}.join(QStringLiteral(" | ")));
+    }
+    return values;
 }
 
 inline constexpr bool FAULT = true;
@@ -60,7 +71,8 @@ template <typename Subject> void addCaseRows(const QList<Case<Subject>> &cases)
     }
 }
 
-/// Each rule has a code of its own, two cases and a near miss, and there are no other cases.
+/// Each rule has a code of its own, two cases and a near miss, and there are no other cases. Its values are in its
+/// sentence.
 template <typename Subject> void compareRules(const QList<Check::Rule> &rules, const QList<Case<Subject>> &cases)
 {
     QStringList known;
@@ -74,6 +86,10 @@ template <typename Subject> void compareRules(const QList<Check::Rule> &rules, c
         };
         QVERIFY2(count(FAULT) >= 2, rule.code);
         QVERIFY2(count(NEARLY) >= 1, rule.code);
+        for (const int place : {rule.places.file, rule.places.expected, rule.places.actual}) {
+            const QString inSentence = QStringLiteral("%") + QString::number(place);
+            QVERIFY2(place == 0 || QString::fromLatin1(rule.sentence).contains(inSentence), rule.code);
+        }
     }
     QCOMPARE(known.removeDuplicates(), 0);
     for (const Case<Subject> &one : cases)
