@@ -2,6 +2,7 @@
 
 #include "check/checkrules.h"
 #include "check/verify.h"
+#include "cli/findings.h"
 #include "cli/output.h"
 #include "history/projecthistory.h"
 #include "io/linktarget.h"
@@ -96,10 +97,11 @@ ExitCode printFindings(const FileResult<Check::Result> &result, const QString &i
 {
     if (!result)
         return failed(result.error().text());
-    const QList<Check::Finding> &findings = result->findings;
+    const Findings found{command, input, *result};
     const bool isJson = options.value(QStringLiteral("format")) == QLatin1String("json");
-    if (!print(isJson ? asJson(findings, command, input) : asText(findings)))
+    if (!print(isJson ? asJson(found) : asText(found)))
         return Failed;
+    const QList<Check::Finding> &findings = result->findings;
     const bool countsWarnings = options.isSet(QStringLiteral("strict"));
     const bool hasErrors = count(findings, Check::Severity::Error) > 0
                            || (countsWarnings && count(findings, Check::Severity::Warning) > 0);

@@ -3,18 +3,10 @@
 #include "cli/terminal.h"
 #include "io/fileresult.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
 namespace Cli {
-
-using Check::Finding;
-using Check::Severity;
 
 namespace {
 
@@ -23,14 +15,6 @@ bool write(std::FILE *stream, const QString &text)
     const QByteArray bytes = text.toUtf8();
     const auto size = static_cast<size_t>(bytes.size());
     return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
-}
-
-QString heading(const Finding &finding)
-{
-    if (finding.app.isEmpty() && finding.line == 0)
-        return QStringLiteral("As a whole");
-    const QString app = finding.app.isEmpty() ? QStringLiteral("(no name)") : finding.app;
-    return finding.line == 0 ? app : QStringLiteral("%1, line %2").arg(app, QString::number(finding.line));
 }
 
 } // namespace
@@ -66,28 +50,6 @@ QString visible(const QString &text)
     return shown;
 }
 
-QString asText(const QList<Finding> &findings)
-{
-    QString text;
-    QString last;
-    for (const Finding &finding : findings) {
-        const QString title = visible(heading(finding));
-        if (title != last)
-            text += (last.isEmpty() ? QString() : QStringLiteral("\n")) + title + QLatin1Char('\n');
-        last = title;
-        text += QStringLiteral("  %1 %2 %3\n")
-                    .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22),
-                         visible(finding.text));
-    }
-    if (findings.isEmpty())
-        return QStringLiteral("Nothing found.\n");
-    return text
-           + QStringLiteral("\n%1, %2, %3\n")
-                 .arg(counted(count(findings, Severity::Error), QStringLiteral("error")),
-                      counted(count(findings, Severity::Warning), QStringLiteral("warning")),
-                      counted(count(findings, Severity::Note), QStringLiteral("note")));
-}
-
 QString asText(const QList<History::ProjectVersion> &versions)
 {
     QString text;
@@ -100,44 +62,9 @@ QString asText(const QList<History::ProjectVersion> &versions)
     return text;
 }
 
-QString asJson(const QList<Finding> &findings, const QString &command, const QString &input)
-{
-    QJsonArray list;
-    for (const Finding &finding : findings) {
-        QJsonObject object{
-            {QStringLiteral("code"), finding.code}, {QStringLiteral("severity"), severityName(finding.severity)},
-            {QStringLiteral("app"), finding.app},   {QStringLiteral("line"), finding.line},
-            {QStringLiteral("text"), finding.text},
-        };
-        const auto insert = [&object](const QString &member, const QString &value) {
-            if (!value.isEmpty())
-                object.insert(member, value);
-        };
-        insert(QStringLiteral("file"), finding.file);
-        insert(QStringLiteral("expected"), finding.expected);
-        insert(QStringLiteral("actual"), finding.actual);
-        list.append(object);
-    }
-    const QJsonObject object{
-        {QStringLiteral("command"), command},
-        {QStringLiteral("input"), input},
-        {QStringLiteral("errors"), count(findings, Severity::Error)},
-        {QStringLiteral("warnings"), count(findings, Severity::Warning)},
-        {QStringLiteral("notes"), count(findings, Severity::Note)},
-        {QStringLiteral("findings"), list},
-    };
-    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
-}
-
 QString counted(qint64 number, const QString &thing)
 {
     return QStringLiteral("%1 %2%3").arg(QString::number(number), thing, number == 1 ? QString() : QStringLiteral("s"));
-}
-
-qsizetype count(const QList<Finding> &findings, Severity severity)
-{
-    return std::count_if(findings.cbegin(), findings.cend(),
-                         [severity](const Finding &finding) { return finding.severity == severity; });
 }
 
 ProgressLine::~ProgressLine()

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "check/finding.h"
 #include "history/projecthistory.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -19,19 +19,11 @@ void printError(const QString &message, const QStringList &more = {});
 /// A text with its control characters escaped, so that no name can look like a line of its own.
 [[nodiscard]] QString visible(const QString &text);
 
-/// The findings as text, grouped by app.
-[[nodiscard]] QString asText(const QList<Check::Finding> &findings);
-
 /// A line for each version.
 [[nodiscard]] QString asText(const QList<History::ProjectVersion> &versions);
 
-/// The findings as one JSON object; the input is what they were found in.
-[[nodiscard]] QString asJson(const QList<Check::Finding> &findings, const QString &command, const QString &input);
-
 /// "1 file", "2 files".
 [[nodiscard]] QString counted(qint64 number, const QString &thing);
-
-[[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
 
 /// A line on a terminal that each show() overwrites; it is removed in the end.
 class ProgressLine

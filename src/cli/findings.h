@@ -1,0 +1,28 @@
+#pragma once
+
+#include "check/finding.h"
+
+#include <QList>
+#include <QString>
+
+// The formats in which check and verify print what they found; each is in a file findings_*.cpp.
+
+namespace Cli {
+
+/// What a command found.
+struct Findings
+{
+    QString command;
+    QString input; ///< the file that they were found in, as the user named it
+    Check::Result result;
+};
+
+/// For people, grouped by app.
+[[nodiscard]] QString asText(const Findings &found);
+
+/// One JSON object.
+[[nodiscard]] QString asJson(const Findings &found);
+
+[[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
+
+} // namespace Cli
