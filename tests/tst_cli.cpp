@@ -13,7 +13,7 @@ namespace {
 
 QStringList optionsIn(const QString &text)
 {
-    static const QRegularExpression option(u"--[a-z]+"_s);
+    static const QRegularExpression option(u"--[a-z]+(-[a-z]+)*"_s);
     QStringList found;
     for (auto match = option.globalMatch(text); match.hasNext();)
         found.append(match.next().captured());
@@ -76,6 +76,17 @@ void TestCli::wrongUsage_data()
     QTest::newRow("no index") << QStringList{u"verify"_s, u"a"_s, u"--url"_s, u"b"_s} << u"verify needs --index"_s;
     QTest::newRow("no such format") << QStringList{u"check"_s, u"a"_s, u"--format"_s, u"xml"_s}
                                     << u"--format is text|json"_s;
+    QTest::newRow("no such severity") << QStringList{u"check"_s, u"a"_s, u"--fail-on"_s, u"notes"_s}
+                                      << u"--fail-on is error|warning|note"_s;
+    QTest::newRow("no such code") << QStringList{u"check"_s,     u"none"_s,    u"--allow"_s,
+                                                 u"path-form"_s, u"--allow"_s, u"Path-Form"_s}
+                                  << u"check has no code Path-Form\nTry: catalist-cli check --help"_s;
+    QTest::newRow("empty code") << QStringList{u"check"_s, u"a"_s, u"--allow="_s} << u"check has no code \n"_s;
+    QTest::newRow("code of the other command")
+        << QStringList{u"check"_s, u"a"_s, u"--allow"_s, u"hash-differs"_s} << u"check has no code hash-differs"_s;
+    QTest::newRow("no code of verify") << QStringList{u"verify"_s, u"none"_s, u"--index"_s, u"none"_s,
+                                                      u"--url"_s,  u"x"_s,    u"--allow"_s, u"path-form"_s}
+                                       << u"verify has no code path-form\nTry: catalist-cli verify --help"_s;
     QTest::newRow("no name of a file") << QStringList{u"restore"_s, u"a"_s, u"b"_s, u"--output="_s}
                                        << u"--output needs the name of a file"_s;
     QTest::newRow("option of another command")
@@ -114,7 +125,7 @@ void TestCli::help()
         options += optionsIn(text);
     }
     options.removeDuplicates();
-    QCOMPARE(options.size(), 7);
+    QCOMPARE(options.size(), 9);
     for (const QString &option : std::as_const(options)) {
         QVERIFY2(manual.contains(option), qPrintable(option));
         QVERIFY2(page.contains(option), qPrintable(option));

@@ -13,7 +13,9 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <utility>
 
 namespace Cli {
@@ -92,34 +94,71 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
     return report.leftOut.isEmpty() && report.withoutHash.isEmpty() ? Clean : HasErrors;
 }
 
-ExitCode printFindings(const FileResult<Check::Result> &result, const QString &input, const QString &command,
-                       const QCommandLineParser &options)
+/// The least severity that makes the exit code HasErrors.
+Check::Severity leastFailing(const QCommandLineParser &options)
 {
+    using enum Check::Severity;
+    static constexpr std::array ALL{Note, Warning, Error};
+    const QString name = options.isSet(QStringLiteral("strict")) ? Check::severityName(Warning)
+                                                                 : options.value(QStringLiteral("fail-on"));
+    const auto *found =
+        std::find_if(ALL.begin(), ALL.end(), [&name](Check::Severity one) { return severityName(one) == name; });
+    Q_ASSERT(found != ALL.end());
+    return *found;
+}
+
+/// What is wrong with the options of a command that reports; empty for nothing.
+QString problemOf(const QCommandLineParser &options, const Findings &about)
+{
+    const QString least = options.value(QStringLiteral("fail-on"));
+    const bool agrees = least == Check::severityName(leastFailing(options));
+    if (options.isSet(QStringLiteral("fail-on")) && !agrees)
+        return QStringLiteral("--strict contradicts --fail-on %1").arg(least);
+    const QStringList codes = options.values(QStringLiteral("allow"));
+    for (const QString &code : codes) {
+        const bool isKnown = std::any_of(about.rules.cbegin(), about.rules.cend(),
+                                         [&code](const Check::Rule &rule) { return code == QLatin1String(rule.code); });
+        if (!isKnown)
+            return QStringLiteral("%1 has no code %2").arg(about.command, code);
+    }
+    return {};
+}
+
+/// Looks for findings, and prints those that are not allowed.
+ExitCode report(Findings about, const QCommandLineParser &options,
+                const std::function<FileResult<Check::Result>()> &find)
+{
+    if (const QString problem = problemOf(options, about); !problem.isEmpty())
+        return wrongUsage(problem, about.command);
+    const auto result = find();
     if (!result)
         return failed(result.error().text());
-    const Findings found{command, input, *result};
+    about.result = *result;
+    QList<Check::Finding> &findings = about.result.findings;
+    const QStringList allowed = options.values(QStringLiteral("allow"));
+    findings.removeIf([&allowed](const Check::Finding &one) { return allowed.contains(one.code); });
     const bool isJson = options.value(QStringLiteral("format")) == QLatin1String("json");
-    if (!print(isJson ? asJson(found) : asText(found)))
+    if (!print(isJson ? asJson(about) : asText(about)))
         return Failed;
-    const QList<Check::Finding> &findings = result->findings;
-    const bool countsWarnings = options.isSet(QStringLiteral("strict"));
-    const bool hasErrors = count(findings, Check::Severity::Error) > 0
-                           || (countsWarnings && count(findings, Check::Severity::Warning) > 0);
+    const bool hasErrors =
+        std::any_of(findings.cbegin(), findings.cend(),
+                    [least = leastFailing(options)](const Check::Finding &one) { return one.severity >= least; });
     return hasErrors ? HasErrors : Clean;
 }
 
 ExitCode check(const QStringList &arguments, const QCommandLineParser &options)
 {
     const QString project = projectFile(arguments.constFirst());
-    return printFindings(Check::checkCatalogue(project), project, QStringLiteral("check"), options);
+    return report({QStringLiteral("check"), project, Check::checkRules(), {}}, options,
+                  [&project] { return Check::checkCatalogue(project); });
 }
 
 ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
 {
     const QString index = options.value(QStringLiteral("index"));
     const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-    return printFindings(Check::verifyIndex(arguments.constFirst(), index, url), index, QStringLiteral("verify"),
-                         options);
+    return report({QStringLiteral("verify"), index, Check::verifyRules(), {}}, options,
+                  [&] { return Check::verifyIndex(arguments.constFirst(), index, url); });
 }
 
 /// A catalogue that no longer opens still has a history.
@@ -168,11 +207,21 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
 
 } // namespace
 
+ExitCode wrongUsage(const QString &message, const QString &command)
+{
+    const QString program = QStringLiteral("catalist-cli") + (command.isEmpty() ? command : QLatin1Char(' ') + command);
+    printError(message, {QStringLiteral("Try: %1 --help").arg(program)});
+    return Failed;
+}
+
 const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
     static const Option format{"format", "text|json", "Format of the findings; text by default.", "text"};
-    static const Option strict{"strict", nullptr, "Count warnings as errors."};
+    static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
+    static const Option failOn{"fail-on", "error|warning|note",
+                               "Least severity that makes the exit code 1; error by default.", "error"};
+    static const Option strict{"strict", nullptr, "The same as --fail-on warning."};
     static const std::array<Command, 5> all{{
         {"export",
          {project},
@@ -180,13 +229,15 @@ const std::array<Command, 5> &commands()
          {{"url", "URL", "Repository URL, from which the files of the catalogue will be downloaded.", nullptr, true},
           {"output", "FILE", "Index to write.", "Apps.json"}},
          exportIndex},
-        {"check", {project}, "Reports what is wrong with a catalogue.", {format, strict}, check},
+        {"check", {project}, "Reports what is wrong with a catalogue.", {format, allow, failOn, strict}, check},
         {"verify",
          {{"FOLDER", "Folder with the files of the repository URL."}},
          "Reports whether a folder holds what an index says, as a download client would find it.",
          {{"index", "FILE", "Index to verify.", nullptr, true},
           {"url", "URL", "Repository URL whose files the folder has.", nullptr, true},
           format,
+          allow,
+          failOn,
           strict},
          verify},
         {"history", {project}, "Lists what is kept of a catalogue and its descriptions, newest first.", {}, history},

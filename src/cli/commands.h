@@ -12,7 +12,7 @@ namespace Cli {
 /// What the program ends with.
 enum ExitCode {
     Clean, ///< done
-    HasErrors, ///< done, and the catalogue has errors
+    HasErrors, ///< done, and the catalogue has errors, or what the options count as such
     Failed, ///< wrong usage, or something could not be read or written
 };
 
@@ -39,6 +39,9 @@ struct Command
     QList<Option> options;
     ExitCode (*run)(const QStringList &arguments, const QCommandLineParser &options); ///< prints its result
 };
+
+/// Says on standard error what is wrong, and where to find help. The command is empty for the whole program.
+[[nodiscard]] ExitCode wrongUsage(const QString &message, const QString &command = {});
 
 [[nodiscard]] const std::array<Command, 5> &commands();
 

@@ -14,6 +14,7 @@ struct Findings
 {
     QString command;
     QString input; ///< the file that they were found in, as the user named it
+    QList<Check::Rule> rules; ///< of the command
     Check::Result result;
 };
 

@@ -14,13 +14,6 @@ QString text(const char *literal)
     return QString::fromLatin1(literal);
 }
 
-ExitCode wrongUsage(const QString &message, const QString &command = {})
-{
-    const QString program = QStringLiteral("catalist-cli") + (command.isEmpty() ? command : QLatin1Char(' ') + command);
-    printError(message, {QStringLiteral("Try: %1 --help").arg(program)});
-    return Failed;
-}
-
 QCommandLineOption helpOption()
 {
     return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
