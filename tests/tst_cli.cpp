@@ -125,7 +125,7 @@ void TestCli::help()
         options += optionsIn(text);
     }
     options.removeDuplicates();
-    QCOMPARE(options.size(), 9);
+    QCOMPARE(options.size(), 10);
     for (const QString &option : std::as_const(options)) {
         QVERIFY2(manual.contains(option), qPrintable(option));
         QVERIFY2(page.contains(option), qPrintable(option));
@@ -223,7 +223,7 @@ void TestCli::readerThatEndsEarly()
     // More than fits into a pipe.
     makeClock(CLOCK.repeated(5'000));
     const Outcome outcome =
-        runScript(before + u"{ catalist-cli check project; echo $? >code; } | head -n 1"_s, folder->path());
+        runScript(before + u"{ catalist-cli check project --all; echo $? >code; } | head -n 1"_s, folder->path());
     QCOMPARE(outcome.out, "Clock, line 3\n"_ba);
     QCOMPARE(outcome.err, error);
     QCOMPARE(QString::fromUtf8(folder->read(u"code"_s)), code);

@@ -1,6 +1,7 @@
 #include "clitest.h"
 #include "testrunner.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,6 +18,11 @@ private slots:
     void exitCodes();
     void allowed_data();
     void allowed();
+    void saysWhatItLookedAt_data();
+    void saysWhatItLookedAt();
+    void textOfMany_data();
+    void textOfMany();
+    void textOfManyCodes();
 
 private:
     Outcome check(const QStringList &options) const
@@ -124,6 +130,105 @@ void TestCliFindings::allowed()
     QCOMPARE(text.code, exitCode);
     for (const QString &code : {u"date-missing"_s, u"hardware-unknown"_s, u"file-unlisted"_s})
         QCOMPARE(text.out.count(' ' + code.toUtf8() + ' '), found.count(code));
+}
+
+void TestCliFindings::saysWhatItLookedAt_data()
+{
+    QTest::addColumn<QByteArray>("lines");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("expected");
+    const QStringList allow{u"--allow"_s, u"no-apps"_s, u"--allow"_s, u"file-unlisted"_s};
+    QByteArray other = CLOCK;
+    other.replace("{\"en\":\"Clock\"}", "{\"en\":\"Lamp\"}").replace(";Clock;", ";Lamp;");
+    QTest::newRow("nothing") << ""_ba << allow << "0 apps, 0 files: no findings\n"_ba;
+    QTest::newRow("one") << CLOCK << QStringList{u"--allow"_s, u"file-unlisted"_s} << "1 app, 1 file: no findings\n"_ba;
+    QTest::newRow("two") << CLOCK + other << QStringList() << "2 apps, 3 files: no findings\n"_ba;
+}
+
+void TestCliFindings::saysWhatItLookedAt()
+{
+    QFETCH(QByteArray, lines);
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, expected);
+    makeClock(lines);
+    folder->write(u"project/Lamp/a"_s, "");
+    folder->write(u"project/Lamp/b"_s, "");
+    const Outcome outcome = check(options);
+    QCOMPARE(outcome.out, expected);
+    QCOMPARE(outcome.code, 0);
+}
+
+void TestCliFindings::textOfMany_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("number");
+    QTest::addColumn<int>("shown");
+    QTest::addColumn<QByteArray>("end");
+    QTest::newRow("as many as are shown") << QStringList() << 5 << 5 << "\n0 errors, 0 warnings, 5 notes\n"_ba;
+    QTest::newRow("one more") << QStringList() << 6 << 3
+                              << "\n3 more of file-unlisted: --all shows them\n\n0 errors, 0 warnings, 6 notes\n"_ba;
+    QTest::newRow("many") << QStringList() << 39 << 3
+                          << "\n36 more of file-unlisted: --all shows them\n\n0 errors, 0 warnings, 39 notes\n"_ba;
+    QTest::newRow("all") << QStringList{u"--all"_s} << 39 << 39 << "\n0 errors, 0 warnings, 39 notes\n"_ba;
+}
+
+void TestCliFindings::textOfMany()
+{
+    QFETCH(QStringList, options);
+    QFETCH(int, number);
+    QFETCH(int, shown);
+    QFETCH(QByteArray, end);
+    makeClock();
+    QByteArray expected = "As a whole\n";
+    for (int i = 0; i < number; ++i) {
+        const QString name = u"x%1"_s.arg(QString::number(i), 2, u'0');
+        folder->write(u"project/"_s + name, "");
+        if (i < shown)
+            expected += "  note    file-unlisted          \"" + name.toUtf8()
+                        + "\" belongs to no app: list it if it should be published.\n";
+    }
+    QCOMPARE(check(options).out, expected + end);
+    // The other formats are for programs.
+    const Outcome json = check(QStringList{u"--format"_s, u"json"_s} + options);
+    QCOMPARE(json.out.count("file-unlisted"), number);
+}
+
+// Each code is counted by itself, and an app none of whose findings is shown has no heading.
+void TestCliFindings::textOfManyCodes()
+{
+    QByteArray lines;
+    for (int i = 0; i < 6; ++i) {
+        const QByteArray name = "App" + QByteArray::number(i);
+        lines += QByteArray(CLOCK)
+                     .replace("\"Clock\"", '"' + name + '"')
+                     .replace("05-03-2024", i % 2 == 0 ? "" : "05-03-2024")
+                     .replace("674", "5")
+                     .replace(";Clock;", ';' + name + ';');
+        folder->write(u"project/"_s + QString::fromUtf8(name), "");
+    }
+    makeClock(lines);
+    QVERIFY(QDir(folder->path(u"project/Clock"_s)).removeRecursively());
+    const QByteArray expected = R"(App0, line 2
+  warning date-missing           The app has no publication date: add one.
+  error   hardware-unknown       No known transmitter has the id 5: correct it.
+
+App1, line 3
+  error   hardware-unknown       No known transmitter has the id 5: correct it.
+
+App2, line 4
+  warning date-missing           The app has no publication date: add one.
+  error   hardware-unknown       No known transmitter has the id 5: correct it.
+
+App4, line 6
+  warning date-missing           The app has no publication date: add one.
+
+3 more of hardware-unknown: --all shows them
+
+6 errors, 3 warnings, 0 notes
+)";
+    const Outcome outcome = check({});
+    QCOMPARE(outcome.out, expected);
+    QCOMPARE(outcome.code, 1);
 }
 
 CATALIST_TEST(TestCliFindings)

@@ -134,6 +134,7 @@ ExitCode report(Findings about, const QCommandLineParser &options,
     if (!result)
         return failed(result.error().text());
     about.result = *result;
+    about.isWhole = options.isSet(QStringLiteral("all"));
     QList<Check::Finding> &findings = about.result.findings;
     const QStringList allowed = options.values(QStringLiteral("allow"));
     findings.removeIf([&allowed](const Check::Finding &one) { return allowed.contains(one.code); });
@@ -149,7 +150,7 @@ ExitCode report(Findings about, const QCommandLineParser &options,
 ExitCode check(const QStringList &arguments, const QCommandLineParser &options)
 {
     const QString project = projectFile(arguments.constFirst());
-    return report({QStringLiteral("check"), project, Check::checkRules(), {}}, options,
+    return report({QStringLiteral("check"), project, Check::checkRules()}, options,
                   [&project] { return Check::checkCatalogue(project); });
 }
 
@@ -157,7 +158,7 @@ ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
 {
     const QString index = options.value(QStringLiteral("index"));
     const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-    return report({QStringLiteral("verify"), index, Check::verifyRules(), {}}, options,
+    return report({QStringLiteral("verify"), index, Check::verifyRules()}, options,
                   [&] { return Check::verifyIndex(arguments.constFirst(), index, url); });
 }
 
@@ -218,6 +219,7 @@ const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
     static const Option format{"format", "text|json", "Format of the findings; text by default.", "text"};
+    static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
     static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
     static const Option failOn{"fail-on", "error|warning|note",
                                "Least severity that makes the exit code 1; error by default.", "error"};
@@ -229,13 +231,14 @@ const std::array<Command, 5> &commands()
          {{"url", "URL", "Repository URL, from which the files of the catalogue will be downloaded.", nullptr, true},
           {"output", "FILE", "Index to write.", "Apps.json"}},
          exportIndex},
-        {"check", {project}, "Reports what is wrong with a catalogue.", {format, allow, failOn, strict}, check},
+        {"check", {project}, "Reports what is wrong with a catalogue.", {format, every, allow, failOn, strict}, check},
         {"verify",
          {{"FOLDER", "Folder with the files of the repository URL."}},
          "Reports whether a folder holds what an index says, as a download client would find it.",
          {{"index", "FILE", "Index to verify.", nullptr, true},
           {"url", "URL", "Repository URL whose files the folder has.", nullptr, true},
           format,
+          every,
           allow,
           failOn,
           strict},

@@ -15,7 +15,8 @@ struct Findings
     QString command;
     QString input; ///< the file that they were found in, as the user named it
     QList<Check::Rule> rules; ///< of the command
-    Check::Result result;
+    Check::Result result = {};
+    bool isWhole = false; ///< otherwise the text only has examples of what was found very often
 };
 
 /// For people, grouped by app.

@@ -1,12 +1,43 @@
 #include "cli/findings.h"
 #include "cli/output.h"
 
+#include <QHash>
+
 namespace Cli {
 
 using Check::Finding;
 using Check::Severity;
 
 namespace {
+
+// A code that was found more often than the first number has as many examples as the second.
+constexpr qsizetype MOST_OF_A_CODE = 5;
+constexpr qsizetype EXAMPLES = 3;
+
+struct Excerpt
+{
+    QList<Finding> findings;
+    QString rest; ///< a line for each code of which some are left out
+};
+
+Excerpt excerptOf(const QList<Finding> &findings)
+{
+    QHash<QString, qsizetype> numbers;
+    for (const Finding &finding : findings)
+        ++numbers[finding.code];
+    QHash<QString, qsizetype> reached;
+    Excerpt excerpt;
+    for (const Finding &finding : findings) {
+        const qsizetype number = numbers.value(finding.code);
+        const qsizetype place = ++reached[finding.code];
+        if (number <= MOST_OF_A_CODE || place <= EXAMPLES)
+            excerpt.findings.append(finding);
+        else if (place == EXAMPLES + 1)
+            excerpt.rest += QStringLiteral("%1 more of %2: --all shows them\n")
+                                .arg(QString::number(number - EXAMPLES), finding.code);
+    }
+    return excerpt;
+}
 
 QString heading(const Finding &finding)
 {
@@ -16,11 +47,8 @@ QString heading(const Finding &finding)
     return finding.line == 0 ? app : QStringLiteral("%1, line %2").arg(app, QString::number(finding.line));
 }
 
-} // namespace
-
-QString asText(const Findings &found)
+QString groupedByApp(const QList<Finding> &findings)
 {
-    const QList<Finding> &findings = found.result.findings;
     QString text;
     QString last;
     for (const Finding &finding : findings) {
@@ -32,9 +60,20 @@ QString asText(const Findings &found)
                     .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22),
                          visible(finding.text));
     }
+    return text;
+}
+
+} // namespace
+
+QString asText(const Findings &found)
+{
+    const QList<Finding> &findings = found.result.findings;
     if (findings.isEmpty())
-        return QStringLiteral("Nothing found.\n");
-    return text
+        return QStringLiteral("%1, %2: no findings\n")
+            .arg(counted(found.result.apps, QStringLiteral("app")),
+                 counted(found.result.files, QStringLiteral("file")));
+    const Excerpt excerpt = found.isWhole ? Excerpt{findings, {}} : excerptOf(findings);
+    return groupedByApp(excerpt.findings) + (excerpt.rest.isEmpty() ? QString() : QLatin1Char('\n') + excerpt.rest)
            + QStringLiteral("\n%1, %2, %3\n")
                  .arg(counted(count(findings, Severity::Error), QStringLiteral("error")),
                       counted(count(findings, Severity::Warning), QStringLiteral("warning")),
