@@ -75,7 +75,7 @@ void TestCli::wrongUsage_data()
                                      << u"Missing value after '--url'."_s;
     QTest::newRow("no index") << QStringList{u"verify"_s, u"a"_s, u"--url"_s, u"b"_s} << u"verify needs --index"_s;
     QTest::newRow("no such format") << QStringList{u"check"_s, u"a"_s, u"--format"_s, u"xml"_s}
-                                    << u"--format is text|json"_s;
+                                    << u"--format is text|json|github"_s;
     QTest::newRow("no such severity") << QStringList{u"check"_s, u"a"_s, u"--fail-on"_s, u"notes"_s}
                                       << u"--fail-on is error|warning|note"_s;
     QTest::newRow("no such code") << QStringList{u"check"_s,     u"none"_s,    u"--allow"_s,

@@ -2,6 +2,7 @@
 #include "testrunner.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -23,6 +24,9 @@ private slots:
     void textOfMany_data();
     void textOfMany();
     void textOfManyCodes();
+    void annotations_data();
+    void annotations();
+    void annotationsOfVerify();
 
 private:
     Outcome check(const QStringList &options) const
@@ -70,7 +74,7 @@ void TestCliFindings::exitCodes()
 {
     QFETCH(QStringList, options);
     QFETCH(QByteArray, codes);
-    for (const QString &format : {u"text"_s, u"json"_s}) {
+    for (const QString &format : {u"text"_s, u"json"_s, u"github"_s}) {
         QByteArray found;
         for (const QByteArray &line : {CLOCK, withNote(), withWarning(), withError()}) {
             makeClock(line);
@@ -81,7 +85,8 @@ void TestCliFindings::exitCodes()
                 + options.join(u' ').section(u"--fail-on "_s, 1).section(u' ', 0, 0).toUtf8()
                 + "\nTry: catalist-cli check --help\n";
             QCOMPARE(outcome.err, outcome.code == 2 ? contradiction : QByteArray());
-            QCOMPARE(outcome.out.isEmpty(), outcome.code == 2);
+            const bool isEmpty = outcome.code == 2 || (format == u"github"_s && line == CLOCK);
+            QCOMPARE(outcome.out.isEmpty(), isEmpty);
         }
         QCOMPARE(found, codes);
     }
@@ -227,6 +232,73 @@ App4, line 6
 6 errors, 3 warnings, 0 notes
 )";
     const Outcome outcome = check({});
+    QCOMPARE(outcome.out, expected);
+    QCOMPARE(outcome.code, 1);
+}
+
+void TestCliFindings::annotations_data()
+{
+    QTest::addColumn<QString>("place"); // of the catalogue
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<QString>("file"); // that no app lists
+    QTest::addColumn<QByteArray>("expected");
+    QTest::newRow("none") << u"project"_s << CLOCK << QString() << ""_ba;
+    QTest::newRow("all severities")
+        << u"project"_s << withWarning().replace("674", "5") << u"a"_s
+        << "::warning file=project/Apps.csv,line=2,title=date-missing::The app has no publication date: add one.\n"
+           "::error file=project/Apps.csv,line=2,title=hardware-unknown::No known transmitter has the id 5: correct "
+           "it.\n"
+           "::notice file=project/Apps.csv,title=file-unlisted::\"a\" belongs to no app: list it if it should be "
+           "published.\n"_ba;
+    QTest::newRow("place")
+        << u"a:b,c%d é"_s << withWarning() << QString()
+        << "::warning file=a%3Ab%2Cc%25d é/Apps.csv,line=2,title=date-missing::The app has no publication date: add "
+           "one.\n"_ba;
+    QTest::newRow("place with line ends")
+        << u"a\nb\rc"_s << withWarning() << QString()
+        << "::warning file=a%0Ab%0Dc/Apps.csv,line=2,title=date-missing::The app has no publication date: add "
+           "one.\n"_ba;
+    QTest::newRow("name") << u"project"_s << CLOCK << u"a::b,c%0A"_s
+                          << "::notice file=project/Apps.csv,title=file-unlisted::\"a::b,c%250A\" belongs to no app: "
+                             "list it if it should be published.\n"_ba;
+    QTest::newRow("name with line ends")
+        << u"project"_s << CLOCK << u"a\n::error::b\r\nc"_s
+        << "::notice file=project/Apps.csv,title=file-unlisted::\"a%0A::error::b%0D%0Ac\" belongs to no app: "
+           "list it if it should be published.\n"_ba;
+    QTest::newRow("name with control characters")
+        << u"project"_s << CLOCK << u"\u001b[2J\u2028"_s
+        << "::notice file=project/Apps.csv,title=file-unlisted::\"\\u001b[2J\\u2028\" belongs to no app: "
+           "list it if it should be published.\n"_ba;
+}
+
+void TestCliFindings::annotations()
+{
+    QFETCH(QString, place);
+    QFETCH(QByteArray, line);
+    QFETCH(QString, file);
+    QFETCH(QByteArray, expected);
+    makeClock(line);
+    if (!file.isEmpty())
+        folder->write(u"project/"_s + file, "");
+    QVERIFY(place == u"project"_s || QFile::rename(project(), folder->path(place)));
+    QCOMPARE(run({u"check"_s, place, u"--format"_s, u"github"_s}, folder->path()).out, expected);
+}
+
+// There are no lines, so the sentence begins with the name of the app.
+void TestCliFindings::annotationsOfVerify()
+{
+    folder->write(u"www/x"_s, "");
+    folder->write(u"index:.json"_s,
+                  R"({"applications": [{"id": 0, "version": "1", "author": "", "hw": [], "releaseDate": "",
+                  "name": {"en": "A::\n::%b"}, "description": {}, "previewIcon": "https://apps.example.org/"}]})");
+    const Outcome outcome =
+        run({u"verify"_s, u"www"_s, u"--index"_s, u"index:.json"_s, u"--url"_s, URL, u"--format"_s, u"github"_s},
+            folder->path());
+    const QByteArray expected =
+        "::error file=index%3A.json,title=index-form::A::%0A::%25b: \"files\" is missing or of another kind: publish "
+        "the index again.\n"
+        "::warning file=index%3A.json,title=file-unnamed::The index does not name \"x\": remove it, or publish the "
+        "index again.\n";
     QCOMPARE(outcome.out, expected);
     QCOMPARE(outcome.code, 1);
 }

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
 #include <cerrno>
@@ -94,6 +95,19 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
     return report.leftOut.isEmpty() && report.withoutHash.isEmpty() ? Clean : HasErrors;
 }
 
+using Format = QString (*)(const Findings &found);
+
+Format formatCalled(const QString &name)
+{
+    static const QHash<QString, Format> formats{
+        {QStringLiteral("text"), asText},
+        {QStringLiteral("json"), asJson},
+        {QStringLiteral("github"), asAnnotations},
+    };
+    Q_ASSERT(formats.contains(name));
+    return formats.value(name);
+}
+
 /// The least severity that makes the exit code HasErrors.
 Check::Severity leastFailing(const QCommandLineParser &options)
 {
@@ -138,8 +152,7 @@ ExitCode report(Findings about, const QCommandLineParser &options,
     QList<Check::Finding> &findings = about.result.findings;
     const QStringList allowed = options.values(QStringLiteral("allow"));
     findings.removeIf([&allowed](const Check::Finding &one) { return allowed.contains(one.code); });
-    const bool isJson = options.value(QStringLiteral("format")) == QLatin1String("json");
-    if (!print(isJson ? asJson(about) : asText(about)))
+    if (!print(formatCalled(options.value(QStringLiteral("format")))(about)))
         return Failed;
     const bool hasErrors =
         std::any_of(findings.cbegin(), findings.cend(),
@@ -218,7 +231,7 @@ ExitCode wrongUsage(const QString &message, const QString &command)
 const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
-    static const Option format{"format", "text|json", "Format of the findings; text by default.", "text"};
+    static const Option format{"format", "text|json|github", "Format of the findings; text by default.", "text"};
     static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
     static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
     static const Option failOn{"fail-on", "error|warning|note",

@@ -25,6 +25,9 @@ struct Findings
 /// One JSON object.
 [[nodiscard]] QString asJson(const Findings &found);
 
+/// Workflow commands, one on each line, which a build server shows beside the lines of the file.
+[[nodiscard]] QString asAnnotations(const Findings &found);
+
 [[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
 
 } // namespace Cli
