@@ -73,7 +73,6 @@ void TestCli::wrongUsage_data()
     QTest::newRow("no URL") << QStringList{u"export"_s, u"a"_s} << u"export needs --url"_s;
     QTest::newRow("URL without one") << QStringList{u"export"_s, u"a"_s, u"--url"_s}
                                      << u"Missing value after '--url'."_s;
-    QTest::newRow("no index") << QStringList{u"verify"_s, u"a"_s, u"--url"_s, u"b"_s} << u"verify needs --index"_s;
     QTest::newRow("no such format") << QStringList{u"check"_s, u"a"_s, u"--format"_s, u"xml"_s}
                                     << u"--format is text|json|github"_s;
     QTest::newRow("no such severity") << QStringList{u"check"_s, u"a"_s, u"--fail-on"_s, u"notes"_s}
@@ -85,7 +84,7 @@ void TestCli::wrongUsage_data()
     QTest::newRow("code of the other command")
         << QStringList{u"check"_s, u"a"_s, u"--allow"_s, u"hash-differs"_s} << u"check has no code hash-differs"_s;
     QTest::newRow("no code of verify") << QStringList{u"verify"_s, u"none"_s, u"--index"_s, u"none"_s,
-                                                      u"--url"_s,  u"x"_s,    u"--allow"_s, u"path-form"_s}
+                                                      u"--url"_s,  URL,       u"--allow"_s, u"path-form"_s}
                                        << u"verify has no code path-form\nTry: catalist-cli verify --help"_s;
     QTest::newRow("no name of a file") << QStringList{u"restore"_s, u"a"_s, u"b"_s, u"--output="_s}
                                        << u"--output needs the name of a file"_s;
@@ -125,7 +124,7 @@ void TestCli::help()
         options += optionsIn(text);
     }
     options.removeDuplicates();
-    QCOMPARE(options.size(), 10);
+    QCOMPARE(options.size(), 13);
     for (const QString &option : std::as_const(options)) {
         QVERIFY2(manual.contains(option), qPrintable(option));
         QVERIFY2(page.contains(option), qPrintable(option));
@@ -179,8 +178,8 @@ void TestCli::standardOutputClosed_data()
     QTest::newRow("help of a command") << u"verify --help"_s;
     QTest::newRow("check") << u"check project"_s;
     QTest::newRow("check as JSON") << u"check project --format json"_s;
-    QTest::newRow("verify") << u"verify project --index Apps.json --url x"_s;
-    QTest::newRow("export") << u"export project --url x --output Other.json"_s;
+    QTest::newRow("verify") << u"verify project --index Apps.json --url http://x"_s;
+    QTest::newRow("export") << u"export project --url http://x --output Other.json"_s;
     QTest::newRow("history") << u"history project"_s;
 }
 
@@ -234,9 +233,10 @@ void TestCli::closedStandardOutputIsNoOtherFile()
     if (!hasShell())
         QSKIP("No such shell here");
     makeClock();
-    QCOMPARE(run({u"export"_s, project(), u"--url"_s, u"x"_s, u"--output"_s, folder->path(u"good.json"_s)}).code, 0);
+    QCOMPARE(run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(u"good.json"_s)}).code, 0);
     const Outcome outcome =
-        runScript(u"catalist-cli export project --url x --output Apps.json <&- >&- 2>&-"_s, folder->path());
+        runScript(u"catalist-cli export project --url https://apps.example.org/ --output Apps.json <&- >&- 2>&-"_s,
+                  folder->path());
     QCOMPARE(outcome.code, 2);
     QCOMPARE(folder->read(u"Apps.json"_s), folder->read(u"good.json"_s));
 }

@@ -45,7 +45,6 @@ void TestCliExport::exportsWhatTheWindowExports_data()
     QTest::addColumn<QString>("url");
     QTest::newRow("example") << true << QByteArray() << URL;
     QTest::newRow("URL without a slash") << true << QByteArray() << u"https://apps.example.org/a b/č"_s;
-    QTest::newRow("no URL") << false << "Clock"_ba << QString();
     QTest::newRow("odd catalogue") << false << "missing,/Clock, Clock,Clock/main.lua"_ba << u"http://x"_s;
     QTest::newRow("the whole project") << false << "Clock,"_ba << u"http://x"_s;
 }

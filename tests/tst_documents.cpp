@@ -1,4 +1,5 @@
 #include "check/checkrules.h"
+#include "check/verification.h"
 #include "check/verify.h"
 #include "history/history.h"
 #include "io/projectfile.h"

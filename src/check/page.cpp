@@ -7,11 +7,11 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <QStringDecoder>
 #include <QUrl>
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace Check {
 
@@ -53,25 +53,15 @@ bool isSource(const QString &tag, const QString &attribute)
                        [&](const Source &source) { return source.tag == tag && source.attribute == attribute; });
 }
 
-QStringList pictureSources(const QString &html)
+/// Whether an attribute of a meta element says that the page is UTF-8.
+bool isUtf8Declaration(const HtmlAttribute &attribute)
 {
-    QStringList found;
-    HtmlReader reader(html);
-    while (const std::optional<HtmlTag> tag = reader.nextTag()) {
-        while (const std::optional<HtmlAttribute> attribute = reader.nextAttribute()) {
-            if (attribute->name == QLatin1String("style"))
-                found += stylePictures(attribute->value);
-            else if (isSource(tag->name, attribute->name))
-                found.append(attribute->value.trimmed());
-        }
-        if (tag->isEnd)
-            continue;
-        if (tag->name == QLatin1String("script"))
-            reader.textUntilEnd(QLatin1String("script"));
-        else if (tag->name == QLatin1String("style"))
-            found += stylePictures(reader.textUntilEnd(QLatin1String("style")).toString());
-    }
-    return found;
+    static const QRegularExpression charset(QStringLiteral("charset\\s*=\\s*[\"']?utf-?8\\b"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    const QString value = attribute.value.trimmed();
+    return attribute.name == QLatin1String("charset")
+               ? value.compare(QLatin1String("utf-8"), Qt::CaseInsensitive) == 0
+               : attribute.name == QLatin1String("content") && charset.match(value).hasMatch();
 }
 
 /// Where a picture of a page is in the project.
@@ -91,16 +81,81 @@ std::optional<QString> picturePath(const QString &pagePath, const QString &sourc
 
 } // namespace
 
+void PageReader::add(QByteArrayView bytes)
+{
+    constexpr QByteArrayView BYTE_ORDER_MARK("\xEF\xBB\xBF");
+    if (beginning.size() < BYTE_ORDER_MARK.size()) {
+        beginning += bytes.first(std::min(bytes.size(), BYTE_ORDER_MARK.size() - beginning.size()));
+        declaresUtf8 = declaresUtf8 || beginning == BYTE_ORDER_MARK;
+    }
+    const QString decoded = decoder(bytes);
+    if (isEnded)
+        return;
+    text += decoded;
+    if (text.size() >= enough)
+        parse(false);
+}
+
+void PageReader::finish()
+{
+    // A letter that is cut off is an error only before another one.
+    (void)QString(decoder(QByteArrayView(" ")));
+    if (!isEnded)
+        parse(true);
+}
+
+// The last tag may go on in the next piece, so what it says counts only when another one follows it.
+void PageReader::parse(bool isWhole)
+{
+    HtmlReader reader(text);
+    qsizetype parsed = 0;
+    QStringList found;
+    bool isDeclared = false;
+    const auto accept = [&] {
+        sources += std::exchange(found, {});
+        declaresUtf8 = declaresUtf8 || isDeclared;
+    };
+    for (qsizetype end = 0; const std::optional<HtmlTag> tag = reader.nextTag();
+         end = text.size() - reader.remaining()) {
+        accept();
+        parsed = end;
+        while (const std::optional<HtmlAttribute> attribute = reader.nextAttribute()) {
+            if (attribute->name == QLatin1String("style"))
+                found += stylePictures(attribute->value);
+            else if (isSource(tag->name, attribute->name))
+                found.append(attribute->value.trimmed());
+            else if (tag->name == QLatin1String("meta"))
+                isDeclared = isDeclared || isUtf8Declaration(*attribute);
+        }
+        if (tag->isEnd)
+            continue;
+        if (tag->name == QLatin1String("script"))
+            reader.textUntilEnd(QLatin1String("script"));
+        else if (tag->name == QLatin1String("style"))
+            found += stylePictures(reader.textUntilEnd(QLatin1String("style")).toString());
+    }
+    if (isWhole) {
+        accept();
+        return;
+    }
+    const qsizetype kept = text.indexOf(QLatin1Char('<'), parsed);
+    text = kept < 0 ? QString() : text.sliced(kept);
+    isEnded = text.size() > longest;
+    if (isEnded)
+        text.clear();
+    enough = std::max(PIECE, 2 * text.size());
+}
+
 std::optional<Page> readPage(const QString &projectFolder, const QString &path)
 {
     const auto content = readWholeFile(projectFolder + QLatin1Char('/') + path, LARGEST_DESCRIPTION);
     if (!content)
         return std::nullopt;
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString html = decoder(*content);
-    Page page{!decoder.hasError(), {}};
-    const QStringList sources = pictureSources(html);
-    for (const QString &source : sources)
+    PageReader reader;
+    reader.add(*content);
+    reader.finish();
+    Page page{reader.isUtf8(), {}};
+    for (const QString &source : reader.pictureSources())
         page.pictures.append({source, picturePath(path, source)});
     return page;
 }

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
+#include <QStringDecoder>
+#include <QStringList>
 
+#include <limits>
 #include <optional>
 
 namespace Check {
@@ -19,6 +24,39 @@ struct Page
 {
     bool isUtf8 = true;
     QList<Picture> pictures;
+};
+
+/// Reads an HTML text piece by piece, and keeps only the piece that it needs to go on.
+class PageReader
+{
+public:
+    /// The search for pictures ends at a tag, a comment, a style sheet or a script of more characters.
+    explicit PageReader(qsizetype longestPiece = std::numeric_limits<qsizetype>::max()) : longest(longestPiece) { }
+
+    void add(QByteArrayView bytes);
+
+    /// To be called after the last piece.
+    void finish();
+
+    [[nodiscard]] bool isUtf8() const { return !decoder.hasError(); }
+    [[nodiscard]] bool saysUtf8() const { return declaresUtf8; } ///< by a byte-order mark or a meta element
+
+    /// The pictures that it shows, as written.
+    [[nodiscard]] const QStringList &pictureSources() const { return sources; }
+
+private:
+    static constexpr qsizetype PIECE = 256LL * 1024;
+
+    void parse(bool isWhole);
+
+    qsizetype longest;
+    QStringDecoder decoder{QStringDecoder::Utf8};
+    QByteArray beginning; // as long as a byte-order mark
+    QString text; // that is not parsed yet
+    qsizetype enough = PIECE; // to be parsed
+    QStringList sources;
+    bool declaresUtf8 = false;
+    bool isEnded = false;
 };
 
 /// Reads a page by its path in the project; nothing when it cannot be read.

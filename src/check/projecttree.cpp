@@ -183,4 +183,10 @@ bool isCutInUrl(const QString &path)
     return path.contains(cut);
 }
 
+bool isEscapedInUrl(const QString &path)
+{
+    static const QRegularExpression escaped(QStringLiteral(R"([^!$&'()*+,./0-9:;=@A-Z_a-z~#?%\\-])"));
+    return path.contains(escaped);
+}
+
 } // namespace Check

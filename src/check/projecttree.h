@@ -67,4 +67,7 @@ private:
 /// Whether a path has a character that cuts a URL short, or means something else in it.
 [[nodiscard]] bool isCutInUrl(const QString &path);
 
+/// Whether a path has another character that clients must escape in a URL.
+[[nodiscard]] bool isEscapedInUrl(const QString &path);
+
 } // namespace Check

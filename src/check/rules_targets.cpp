@@ -83,12 +83,6 @@ bool isReservedOnFat(const QString &part)
     return reserved.match(part).hasMatch();
 }
 
-bool isEscapedInUrl(const QString &part)
-{
-    static const QRegularExpression escaped(QStringLiteral(R"([^!$&'()*+,.0-9:;=@A-Z_a-z~#?%\\-])"));
-    return part.contains(escaped);
-}
-
 template <IsFaulty isFaulty> void onTransmitter(const Row &row, const Report &report)
 {
     reportPlaces(row, report, row.publishedFiles(), isFaulty);

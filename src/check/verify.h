@@ -3,14 +3,24 @@
 #include "check/finding.h"
 #include "io/fileresult.h"
 
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
 namespace Check {
 
-/// What is wrong with a published index for a client that downloads from a repository URL; the folder has the files of
-/// that URL. In the order of the index; files that the index does not name come last. An error when the folder or the
-/// index cannot be read.
-[[nodiscard]] FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl);
+/// The content of an index; an error when it is not JSON. The place is its file or URL.
+[[nodiscard]] FileResult<QJsonObject> parseIndex(const QByteArray &content, const QString &place);
 
-/// The rules of verifyIndex().
-[[nodiscard]] QList<Rule> verifyRules();
+/// The index in a file; an error when it cannot be read or is not JSON.
+[[nodiscard]] FileResult<QJsonObject> readIndex(const QString &path);
+
+/// What is wrong with a published index, or with one app of it, for a client that downloads from a repository URL; the
+/// folder has the files of that URL. In the order of the index; files that the index does not name come last, and only
+/// when all apps are looked at. An error when the folder or the index cannot be read, or the app is not in it.
+[[nodiscard]] FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl,
+                                             const std::optional<QString> &appName = {});
 
 } // namespace Check

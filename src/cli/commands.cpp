@@ -1,29 +1,29 @@
 #include "cli/commands.h"
 
 #include "check/checkrules.h"
-#include "check/verify.h"
+#include "check/verification.h"
 #include "cli/findings.h"
 #include "cli/output.h"
+#include "cli/place.h"
 #include "history/projecthistory.h"
 #include "io/linktarget.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QHash>
+#include <QUrl>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <utility>
 
 namespace Cli {
 
 namespace {
-
-constexpr qint64 PROGRESS_INTERVAL = 100; // milliseconds
 
 /// The project file in a folder, which need not exist any more, or the file itself.
 QString projectFile(const QString &project)
@@ -70,14 +70,12 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
     IndexReport report;
     {
         ProgressLine line;
-        QElapsedTimer sinceShown;
         report.progress = [&](const IndexReport &now) {
-            if (sinceShown.isValid() && sinceShown.elapsed() < PROGRESS_INTERVAL)
-                return;
-            sinceShown.start();
-            line.show(QStringLiteral("%1 of %2, %3")
-                          .arg(QString::number(now.apps), counted(apps.size(), QStringLiteral("app")),
-                               counted(now.bytes, QStringLiteral("byte"))));
+            line.show([&] {
+                return QStringLiteral("%1 of %2, %3")
+                    .arg(QString::number(now.apps), counted(apps.size(), QStringLiteral("app")),
+                         counted(now.bytes, QStringLiteral("byte")));
+            });
         };
         const QString url = repositoryUrl(options.value(QStringLiteral("url")));
         writeRepositoryIndex(output, apps, url, projectFolder(project), &report);
@@ -167,12 +165,42 @@ ExitCode check(const QStringList &arguments, const QCommandLineParser &options)
                   [&project] { return Check::checkCatalogue(project); });
 }
 
+FetchOptions fetchOptions(const QCommandLineParser &options)
+{
+    return {options.value(QStringLiteral("jobs")).toInt(),
+            std::chrono::seconds(options.value(QStringLiteral("timeout")).toInt())};
+}
+
 ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
 {
-    const QString index = options.value(QStringLiteral("index"));
-    const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-    return report({QStringLiteral("verify"), index, Check::verifyRules()}, options,
-                  [&] { return Check::verifyIndex(arguments.constFirst(), index, url); });
+    VerifyOptions asked;
+    asked.place = arguments.constFirst();
+    asked.index = options.value(QStringLiteral("index"));
+    asked.fetch = fetchOptions(options);
+    if (options.isSet(QStringLiteral("app")))
+        asked.appName = options.value(QStringLiteral("app"));
+    if (isUrl(asked.place)) {
+        const QUrl url(asked.place);
+        if (const QString problem = urlProblem(asked.place); !problem.isEmpty())
+            return wrongUsage(asked.place + QLatin1Char(' ') + problem, QStringLiteral("verify"));
+        if (url.hasQuery() || url.hasFragment())
+            return wrongUsage(asked.place + QStringLiteral(" has a query or a fragment"), QStringLiteral("verify"));
+    } else if (!options.isSet(QStringLiteral("url"))) {
+        return wrongUsage(QStringLiteral("verify of a folder needs --url"), QStringLiteral("verify"));
+    }
+    asked.repoUrl =
+        repositoryUrl(options.isSet(QStringLiteral("url")) ? options.value(QStringLiteral("url")) : asked.place);
+
+    bool isComplete = true;
+    const ExitCode code = report({QStringLiteral("verify"), indexPlace(asked), Check::verifyRules()}, options,
+                                 [&]() -> FileResult<Check::Result> {
+                                     const auto verified = verifyPlace(asked);
+                                     if (!verified)
+                                         return verified.error();
+                                     isComplete = verified->isComplete;
+                                     return verified->result;
+                                 });
+    return isComplete ? code : failed(QStringLiteral("Interrupted: not everything was looked at"));
 }
 
 /// A catalogue that no longer opens still has a history.
@@ -246,10 +274,13 @@ const std::array<Command, 5> &commands()
          exportIndex},
         {"check", {project}, "Reports what is wrong with a catalogue.", {format, every, allow, failOn, strict}, check},
         {"verify",
-         {{"FOLDER", "Folder with the files of the repository URL."}},
-         "Reports whether a folder holds what an index says, as a download client would find it.",
-         {{"index", "FILE", "Index to verify.", nullptr, true},
-          {"url", "URL", "Repository URL whose files the folder has.", nullptr, true},
+         {{"PLACE", "Folder with the files of a repository URL, or the URL itself."}},
+         "Reports whether a folder or a server has what an index says, as a download client would find it.",
+         {{"index", "FILE", "Index to verify, or its URL; Apps.json in PLACE by default."},
+          {"url", "URL", "Repository URL of the index; required for a folder, else PLACE by default."},
+          {"app", "NAME", "Verify the app of this name only."},
+          {"jobs", "N", "Requests at a time to a server; 8 by default.", "8"},
+          {"timeout", "SECONDS", "Longest time without a byte from a server; 30 by default.", "30"},
           format,
           every,
           allow,

@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 #include "cli/output.h"
+#include "cli/place.h"
 #include "cli/terminal.h"
 
 #include <QCommandLineParser>
@@ -12,6 +13,15 @@ namespace {
 QString text(const char *literal)
 {
     return QString::fromLatin1(literal);
+}
+
+constexpr int MOST = 1000; // of what is counted by an option
+
+bool isCount(const QString &typed)
+{
+    bool isNumber = false;
+    const int number = typed.toInt(&isNumber);
+    return isNumber && number >= 1 && number <= MOST;
 }
 
 QCommandLineOption helpOption()
@@ -49,6 +59,15 @@ ExitCode run(const Command &command, const QStringList &typed)
         if (parser.isSet(text(option.name)) && text(option.value) == QLatin1String("FILE")
             && parser.value(text(option.name)).isEmpty())
             return wrongUsage(QStringLiteral("--%1 needs the name of a file").arg(text(option.name)), name);
+        if (parser.isSet(text(option.name)) && text(option.value) == QLatin1String("URL")) {
+            if (const QString problem = urlProblem(parser.value(text(option.name))); !problem.isEmpty())
+                return wrongUsage(QStringLiteral("--%1 %2").arg(text(option.name), problem), name);
+        }
+        const bool isNumber =
+            text(option.value) == QLatin1String("N") || text(option.value) == QLatin1String("SECONDS");
+        if (isNumber && !isCount(parser.value(text(option.name))))
+            return wrongUsage(QStringLiteral("--%1 needs a number from 1 to %2").arg(text(option.name)).arg(MOST),
+                              name);
         const QStringList words = text(option.value).split(QLatin1Char('|'));
         if (words.size() > 1 && !words.contains(parser.value(text(option.name))))
             return wrongUsage(QStringLiteral("--%1 is %2").arg(text(option.name), text(option.value)), name);

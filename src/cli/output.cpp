@@ -73,12 +73,14 @@ ProgressLine::~ProgressLine()
         write(stderr, QStringLiteral("\r\033[K"));
 }
 
-void ProgressLine::show(const QString &text)
+void ProgressLine::show(const std::function<QString()> &text)
 {
-    if (!isErrorOnTerminal())
+    constexpr qint64 INTERVAL = 100; // milliseconds
+    if (!isErrorOnTerminal() || (sinceShown.isValid() && sinceShown.elapsed() < INTERVAL))
         return;
+    sinceShown.start();
     isShown = true;
-    write(stderr, QStringLiteral("\r\033[K") + text);
+    write(stderr, QStringLiteral("\r\033[K") + text());
 }
 
 } // namespace Cli

@@ -2,9 +2,12 @@
 
 #include "history/projecthistory.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QString>
 #include <QStringList>
+
+#include <functional>
 
 // What the command prints.
 
@@ -25,7 +28,7 @@ void printError(const QString &message, const QStringList &more = {});
 /// "1 file", "2 files".
 [[nodiscard]] QString counted(qint64 number, const QString &thing);
 
-/// A line on a terminal that each show() overwrites; it is removed in the end.
+/// A line on a terminal, which is removed in the end.
 class ProgressLine
 {
 public:
@@ -33,9 +36,11 @@ public:
     ~ProgressLine();
     Q_DISABLE_COPY_MOVE(ProgressLine)
 
-    void show(const QString &text);
+    /// Shows a text instead of the one before it, at most ten times a second.
+    void show(const std::function<QString()> &text);
 
 private:
+    QElapsedTimer sinceShown;
     bool isShown = false;
 };
 

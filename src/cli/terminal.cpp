@@ -2,12 +2,33 @@
 
 #include <QtGlobal>
 
+#include <csignal>
+
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
 #include <unistd.h>
 #endif
 
 namespace Cli {
+
+namespace {
+
+volatile std::sig_atomic_t interruption = 0;
+
+} // namespace
+
+void catchInterruption()
+{
+    std::signal(SIGINT, [](int) {
+        interruption = 1;
+        std::signal(SIGINT, SIG_DFL);
+    });
+}
+
+bool isInterrupted()
+{
+    return interruption != 0;
+}
 
 #ifdef Q_OS_UNIX
 

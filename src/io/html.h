@@ -33,6 +33,9 @@ public:
     /// The text after this tag, up to the end tag of that name. For elements whose content is not HTML.
     QStringView textUntilEnd(QLatin1String name);
 
+    /// How many characters are still to be read.
+    [[nodiscard]] qsizetype remaining() const { return text.size(); }
+
 private:
     [[nodiscard]] bool isAt(QChar character) const { return text.startsWith(character); }
     QStringView take(qsizetype length);

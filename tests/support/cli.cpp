@@ -1,7 +1,9 @@
 #include "cli.h"
 
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -26,7 +28,9 @@ QProcessEnvironment withoutDisplay()
 
 Outcome finish(QProcess &process)
 {
-    if (!process.waitForStarted() || !process.waitForFinished(PATIENCE) || process.exitStatus() != QProcess::NormalExit)
+    const bool isRunning = process.state() != QProcess::NotRunning;
+    const bool ends = !isRunning || (process.waitForStarted() && process.waitForFinished(PATIENCE));
+    if (!ends || process.error() == QProcess::FailedToStart || process.exitStatus() != QProcess::NormalExit)
         qFatal("%s did not end: %s", qPrintable(process.program()), process.readAllStandardError().constData());
     const bool isMerged = process.processChannelMode() == QProcess::MergedChannels;
     return {process.exitCode(), process.readAllStandardOutput(),
@@ -39,6 +43,18 @@ Outcome run(const QStringList &arguments, const QString &folder)
     process.setProcessEnvironment(withoutDisplay());
     process.setWorkingDirectory(folder);
     process.start(cliPath(), arguments);
+    return finish(process);
+}
+
+Outcome runBesideServer(const QStringList &arguments, const QProcessEnvironment &environment)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(PATIENCE, &loop, &QEventLoop::quit);
+    process.start(cliPath(), arguments);
+    loop.exec();
     return finish(process);
 }
 

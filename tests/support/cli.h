@@ -26,6 +26,9 @@ Outcome finish(QProcess &process);
 /// Runs the command without a display.
 Outcome run(const QStringList &arguments, const QString &folder = {});
 
+/// The same, while the events of this program are handled, such as those of a server that the command asks.
+Outcome runBesideServer(const QStringList &arguments, const QProcessEnvironment &environment = withoutDisplay());
+
 /// Whether runScript() has a shell.
 [[nodiscard]] bool hasShell();
 

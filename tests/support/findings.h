@@ -40,6 +40,13 @@ inline QStringList valuesOf(const FileResult<Check::Result> &result, const QStri
     return values;
 }
 
+/// Whether verify finds it on servers only.
+inline bool isOfServers(const Check::Rule &rule)
+{
+    const QLatin1String code(rule.code);
+    return code.startsWith(QLatin1String("http-")) || code == QLatin1String("picture-not-found");
+}
+
 inline constexpr bool FAULT = true;
 inline constexpr bool NEARLY = false;
 

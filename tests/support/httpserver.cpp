@@ -149,7 +149,9 @@ void HttpServer::read(QTcpSocket *socket)
 {
     while (socket->isOpen() && socket->peek(socket->bytesAvailable()).contains(END_OF_HEADERS)) {
         const QString target = QString::fromLatin1(socket->readLine().split(' ').value(1));
-        while (socket->readLine() != "\r\n") { }
+        headers.clear();
+        for (QByteArray line = socket->readLine(); line != "\r\n"; line = socket->readLine())
+            headers += line;
 
         const Request request{withoutQuery(target), socket};
         seen.append(target);

@@ -65,6 +65,9 @@ public:
     /// The targets of all requests as they were sent, query included, in the order of their arrival.
     [[nodiscard]] QStringList requests() const;
 
+    /// The header lines of the last request.
+    [[nodiscard]] QByteArray lastHeaders() const { return headers; }
+
     /// Requests that were neither answered nor cancelled by the client.
     [[nodiscard]] int openRequests() const;
     [[nodiscard]] int mostOpenRequests() const; ///< the highest number of openRequests() ever
@@ -91,6 +94,7 @@ private:
     QSet<QString> delayed;
     QList<Request> open;
     QStringList seen;
+    QByteArray headers;
     int mostOpen = 0;
     Scheme scheme;
     std::unique_ptr<QTcpServer> server; // destroyed first, as its sockets still change the lists above
