@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDate>
 #include <QList>
 #include <QMap>
@@ -46,6 +47,11 @@ inline constexpr QLatin1String DEFAULT_LANGUAGE("en");
 
 /// Endings of the pictures that the editor offers as icons, in lower or upper case.
 inline constexpr std::array ICON_ENDINGS{"jpg", "png", "jpeg", "gif"};
+
+// What the editor fills in for its author to replace.
+inline constexpr QLatin1String PLACEHOLDER_NAME("[New App]"); ///< of a new app
+[[nodiscard]] QDate placeholderDate(); ///< shown for an app without a date, and then stored by "Apply"
+[[nodiscard]] QByteArray descriptionTemplate(); ///< the content of a new description
 
 /// One app of the catalogue. Paths are relative to the project folder, with "/" separators.
 struct AppConfig

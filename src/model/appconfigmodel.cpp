@@ -96,7 +96,7 @@ bool AppConfigModel::saveRepo(const QString &jsonFile, const QString &repoUrl, c
 void AppConfigModel::createNew()
 {
     AppConfig app;
-    app.names.insert(DEFAULT_LANGUAGE, QStringLiteral("[New App]"));
+    app.names.insert(DEFAULT_LANGUAGE, PLACEHOLDER_NAME);
     apps.append(app);
     index = static_cast<int>(apps.size()) - 1;
     modified = true;

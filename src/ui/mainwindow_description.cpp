@@ -19,27 +19,6 @@ namespace {
 
 enum DescriptionColumn { LanguageColumn, FileColumn };
 
-constexpr auto TEMPLATE = R"(<!DOCTYPE html>
-<html>
-<head>
-  <meta charset="utf-8">
-  <title>#Title</title>
-</head>
-<body>
-  <h1>#App Name</h1>
-  <p></p>
-  <h2>#Description</h2>
-  <p>...</p>
-  <h2>#Usage</h2>
-  <ol>
-    <li>
-      <p>...</p>
-    </li>
-  </ol>
-</body>
-</html>
-)";
-
 QString cellText(const QTableWidget *table, int row, DescriptionColumn column)
 {
     const QTableWidgetItem *item = table->item(row, column);
@@ -161,7 +140,7 @@ void MainWindow::on_btnNewDescription_clicked()
     if (file.isEmpty())
         return;
     work.stopSaving(file);
-    if (History::saveFile(file, TEMPLATE))
+    if (History::saveFile(file, descriptionTemplate()))
         saveCurrenDescription();
 }
 

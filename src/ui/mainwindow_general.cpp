@@ -9,13 +9,6 @@
 
 namespace {
 
-/// What a date field shows before a date is set.
-QDate emptyDate()
-{
-    static const QDate date = QDateEdit().date();
-    return date;
-}
-
 struct TransmitterBox
 {
     QCheckBox *Ui_MainWindow::*box;
@@ -98,7 +91,7 @@ void MainWindow::showGeneral(const AppConfig &app)
                                     [&app](TxType type) { return app.isCompatible(type); }));
     }
     // The field ignores an invalid date and would keep the one of the app before.
-    ui->publicationDate->setDate(app.date.isValid() ? app.date : emptyDate());
+    ui->publicationDate->setDate(app.date.isValid() ? app.date : placeholderDate());
     showNames(app);
 }
 
