@@ -1,3 +1,4 @@
+#include "check/pictureheader.h"
 #include "check/rules.h"
 
 #include "io/wholefile.h"
@@ -31,19 +32,20 @@ bool beginsLikePicture(const QString &path)
     const auto begin = readBeginning(path, 8);
     if (!begin)
         return true;
-    struct Kind
+    struct Ending
     {
-        QLatin1String ending;
-        QByteArray begin;
+        QLatin1String text;
+        PictureHeader::Kind kind;
     };
-    static const std::array<Kind, 4> kinds{{
-        {QLatin1String(".jpg"), "\xff\xd8\xff"},
-        {QLatin1String(".jpeg"), "\xff\xd8\xff"},
-        {QLatin1String(".png"), "\x89PNG\r\n\x1a\n"},
-        {QLatin1String(".gif"), "GIF8"},
+    static constexpr std::array<Ending, 4> ENDINGS{{
+        {QLatin1String(".jpg"), PictureHeader::Jpeg},
+        {QLatin1String(".jpeg"), PictureHeader::Jpeg},
+        {QLatin1String(".png"), PictureHeader::Png},
+        {QLatin1String(".gif"), PictureHeader::Gif},
     }};
-    return std::any_of(kinds.cbegin(), kinds.cend(), [&](const Kind &kind) {
-        return path.endsWith(kind.ending, Qt::CaseInsensitive) && begin->startsWith(kind.begin);
+    const PictureHeader header = pictureHeader(*begin);
+    return std::any_of(ENDINGS.begin(), ENDINGS.end(), [&](const Ending &ending) {
+        return path.endsWith(ending.text, Qt::CaseInsensitive) && ending.kind == header.kind;
     });
 }
 
