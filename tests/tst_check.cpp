@@ -24,6 +24,28 @@ namespace {
 const QByteArray PNG = "\x89PNG\r\n\x1a\n and so on";
 const QString HEADER_LINE = QString::fromLatin1(HEADER.chopped(1));
 
+const QByteArray JPEG = "\xff\xd8\xff\xe0\x00\x10JFIF\x00\x01\x01\x00\x00\x01\x00\x01\x00\x00"_ba;
+/// The day of the check.
+const QDate TODAY(2026, 7, 31);
+
+/// The beginning of a PNG of a size in big-endian bytes.
+QByteArray png(const QByteArray &width, const QByteArray &height)
+{
+    return "\x89PNG\r\n\x1a\n\x00\x00\x00\x0dIHDR"_ba + width + height + "\x08\x06"_ba;
+}
+
+/// The same of a GIF, in little-endian bytes.
+QByteArray gif(const QByteArray &width, const QByteArray &height)
+{
+    return "GIF89a"_ba + width + height;
+}
+
+/// The same of a JPEG, in big-endian bytes.
+QByteArray jpeg(const QByteArray &width, const QByteArray &height)
+{
+    return JPEG + "\xff\xc2\x00\x11\x08"_ba + height + width + "\x03"_ba;
+}
+
 enum Column { Name, Author, Version, Hardware, Date, Description, Files, Icon, MinVersion };
 
 /// A catalogue of one app without findings, for a case to change.
@@ -105,7 +127,8 @@ struct Draft
 void makeRaw(const QString &folder, const QByteArray &name)
 {
     std::ofstream file((QFile::encodeName(folder) + '/' + name).toStdString());
-    if (!file.is_open())
+    file << "abc";
+    if (!file.flush())
         qFatal("Cannot make %s", name.constData());
 }
 
@@ -168,24 +191,28 @@ const QList<Case<Draft>> &lineCases()
 const QList<Case<Draft>> &factCases()
 {
     static const QList<Case<Draft>> cases{
-        {"name-missing", FAULT, "only another language", [](Draft &d) { d.set(Name, R"({"de":"Uhr"})"); }},
-        {"name-missing", FAULT, "space", [](Draft &d) { d.set(Name, R"({"en":" "})"); }},
-        {"name-missing", FAULT, "a list of names", [](Draft &d) { d.set(Name, R"(["Clock"])"); }},
+        {"name-missing", FAULT, "only another language", [](Draft &d) { d.set(Name, R"({"de":"Uhr"})"); }, "language-incomplete"},
+        {"name-missing", FAULT, "space", [](Draft &d) { d.set(Name, R"({"en":" "})"); }, "language-incomplete"},
+        {"name-missing", FAULT, "a list of names", [](Draft &d) { d.set(Name, R"(["Clock"])"); }, "language-incomplete"},
         {"name-missing", NEARLY, "a number", [](Draft &d) { d.set(Name, R"({"en":5})"); }},
+        {"name-placeholder", FAULT, "as New app makes it", [](Draft &d) { d.lines.append(QString::fromUtf8(NEW_APP.chopped(1))); }, "version-missing date-missing min-version-missing hardware-missing icon-missing description-missing path-none"},
+        {"name-placeholder", FAULT, "with another language", [](Draft &d) { d.set(Name, R"({"de":"Uhr","en":"[New App]"})"); }, "language-incomplete"},
+        {"name-placeholder", NEARLY, "with a number", [](Draft &d) { d.set(Name, R"({"en":"[New App] 2"})"); }},
+        {"name-placeholder", NEARLY, "in another case", [](Draft &d) { d.set(Name, R"({"en":"[New app]"})"); }},
         {"name-code", FAULT, "upper case", [](Draft &d) { d.set(Name, R"({"en":"Clock","DE":"Uhr"})"); }},
         {"name-code", FAULT, "three letters", [](Draft &d) { d.set(Name, R"({"en":"Clock","deu":"Uhr"})"); }},
         {"name-code", FAULT, "line end", [](Draft &d) { d.set(Name, R"({"en":"Clock","de\n":"Uhr"})"); }},
-        {"name-code", NEARLY, "two lower-case letters", [](Draft &d) { d.set(Name, R"({"en":"Clock","it":"Orologio"})"); }},
-        {"name-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Name, R"({"en":"Clock","es":"Reloj"})"); }},
-        {"name-not-offered", FAULT, "Czech by its right code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cs":"Hodiny"})"); }},
-        {"name-not-offered", NEARLY, "Czech by the offered code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cz":"Hodiny"})"); }},
-        {"name-too-many", FAULT, "five", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D","it":"E"})"); }},
-        {"name-too-many", FAULT, "four without the default", [](Draft &d) { d.set(Name, R"({"cz":"B","de":"C","fr":"D","it":"E"})"); }, "name-missing"},
-        {"name-too-many", FAULT, "all before the default", [](Draft &d) { d.set(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"E"})"); }, "name-not-offered"},
-        {"name-too-many", NEARLY, "four", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D"})"); }},
+        {"name-code", NEARLY, "two lower-case letters", [](Draft &d) { d.set(Name, R"({"en":"Clock","it":"Orologio"})"); }, "language-incomplete"},
+        {"name-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Name, R"({"en":"Clock","es":"Reloj"})"); }, "language-incomplete"},
+        {"name-not-offered", FAULT, "Czech by its right code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cs":"Hodiny"})"); }, "language-incomplete"},
+        {"name-not-offered", NEARLY, "Czech by the offered code", [](Draft &d) { d.set(Name, R"({"en":"Clock","cz":"Hodiny"})"); }, "language-incomplete"},
+        {"name-too-many", FAULT, "five", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D","it":"E"})"); }, "language-incomplete"},
+        {"name-too-many", FAULT, "four without the default", [](Draft &d) { d.set(Name, R"({"cz":"B","de":"C","fr":"D","it":"E"})"); }, "name-missing language-incomplete"},
+        {"name-too-many", FAULT, "all before the default", [](Draft &d) { d.set(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"E"})"); }, "name-not-offered language-incomplete"},
+        {"name-too-many", NEARLY, "four", [](Draft &d) { d.set(Name, R"({"en":"A","cz":"B","de":"C","fr":"D"})"); }, "language-incomplete"},
         {"name-twice", FAULT, "the same", [](Draft &d) { d.addApp(Name, R"({"en":"Clock"})"); }},
         {"name-twice", FAULT, "with a space", [](Draft &d) { d.addApp(Name, R"({"en":" Clock"})"); }},
-        {"name-twice", NEARLY, "in another language", [](Draft &d) { d.addApp(Name, R"({"de":"Clock","en":"Lamp"})"); }},
+        {"name-twice", NEARLY, "in another language", [](Draft &d) { d.addApp(Name, R"({"de":"Clock","en":"Lamp"})"); }, "language-incomplete"},
         {"version-missing", FAULT, "empty", [](Draft &d) { d.set(Version, ""); }},
         {"version-missing", FAULT, "quotes", [](Draft &d) { d.set(Version, "\"\""); }},
         {"version-missing", NEARLY, "zero", [](Draft &d) { d.set(Version, "0"); }},
@@ -196,7 +223,7 @@ const QList<Case<Draft>> &factCases()
         {"version-unclear", NEARLY, "in quotes, with zeros", [](Draft &d) { d.set(Version, "\"1.02.003.4\""); }},
         {"date-missing", FAULT, "empty", [](Draft &d) { d.set(Date, ""); }},
         {"date-missing", FAULT, "spaces", [](Draft &d) { d.set(Date, "  "); }},
-        {"date-missing", NEARLY, "early", [](Draft &d) { d.set(Date, "01-01-2000"); }},
+        {"date-missing", NEARLY, "early", [](Draft &d) { d.set(Date, "01-01-1970"); }},
         {"date-unclear", FAULT, "month 13", [](Draft &d) { d.set(Date, "05-13-2024"); }},
         {"date-unclear", FAULT, "29 February", [](Draft &d) { d.set(Date, "29-02-2023"); }},
         {"date-unclear", FAULT, "dots", [](Draft &d) { d.set(Date, "05.03.2024"); }},
@@ -204,6 +231,13 @@ const QList<Case<Draft>> &factCases()
         {"date-form", FAULT, "year first", [](Draft &d) { d.set(Date, "2024-03-05"); }},
         {"date-form", FAULT, "a word", [](Draft &d) { d.set(Date, "5 Mar 2024"); }},
         {"date-form", NEARLY, "spaces around", [](Draft &d) { d.set(Date, " 05-03-2024 "); }},
+        {"date-placeholder", FAULT, "as Apply stores it", [](Draft &d) { d.set(Date, "01-01-2000"); }},
+        {"date-placeholder", FAULT, "in another form", [](Draft &d) { d.set(Date, "2000-01-01"); }, "date-form"},
+        {"date-placeholder", NEARLY, "a day later", [](Draft &d) { d.set(Date, "02-01-2000"); }},
+        {"date-placeholder", NEARLY, "a day earlier", [](Draft &d) { d.set(Date, "31-12-1999"); }},
+        {"date-future", FAULT, "tomorrow", [](Draft &d) { d.set(Date, "01-08-2026"); }},
+        {"date-future", FAULT, "in a thousand years", [](Draft &d) { d.set(Date, "31-12-3026"); }},
+        {"date-future", NEARLY, "today", [](Draft &d) { d.set(Date, "31-07-2026"); }},
         {"min-version-missing", FAULT, "empty", [](Draft &d) { d.set(MinVersion, ""); }},
         {"min-version-missing", FAULT, "zero", [](Draft &d) { d.set(MinVersion, "0.00"); }},
         {"min-version-missing", NEARLY, "nearly zero", [](Draft &d) { d.set(MinVersion, "0.01"); }},
@@ -254,28 +288,61 @@ const QList<Case<Draft>> &pageCases()
         {"icon-content", FAULT, "nothing", [](Draft &d) { d.add("icon.png", ""); }},
         {"icon-content", FAULT, "a picture of another kind", [](Draft &d) { d.add("icon.png", "GIF89a"); }},
         {"icon-content", NEARLY, "each kind", [](Draft &d) { d.add("icon.gif", "GIF89a"); d.set(Icon, "icon.gif"); d.addApp(Icon, "icon.JPG"); d.add("icon.JPG", "\xff\xd8\xff"); }, "file-unlisted"},
+        {"icon-large", FAULT, "1,000,001 bytes", [](Draft &d) { d.add("icon.png", PNG.leftJustified(1'000'001)); }},
+        {"icon-large", FAULT, "width of a PNG", [](Draft &d) { d.add("icon.png", png("\0\0\4\1"_ba, "\0\0\0\1"_ba)); }},
+        {"icon-large", FAULT, "height of a PNG", [](Draft &d) { d.add("icon.png", png("\0\0\0\1"_ba, "\0\0\4\1"_ba)); }},
+        {"icon-large", FAULT, "a PNG of impossible size", [](Draft &d) { d.add("icon.png", png("\xff\xff\xff\xff", "\xff\xff\xff\xff")); }},
+        {"icon-large", FAULT, "width of a GIF", [](Draft &d) { d.add("i/a.gif", gif("\1\4", "\1\0"_ba)); d.set(Icon, "i/a.gif"); }, "file-unlisted"},
+        {"icon-large", FAULT, "height of a GIF", [](Draft &d) { d.add("i/a.gif", gif("\1\0"_ba, "\1\4")); d.set(Icon, "i/a.gif"); }, "file-unlisted"},
+        {"icon-large", FAULT, "width of a JPEG", [](Draft &d) { d.add("i/a.jpg", jpeg("\4\1", "\0\1"_ba)); d.set(Icon, "i/a.jpg"); }, "file-unlisted"},
+        {"icon-large", FAULT, "height of a JPEG", [](Draft &d) { d.add("i/a.jpg", jpeg("\0\1"_ba, "\4\1")); d.set(Icon, "i/a.jpg"); }, "file-unlisted"},
+        {"icon-large", FAULT, "a GIF that is called a PNG", [](Draft &d) { d.add("icon.png", gif("\1\4", "\1\4")); }, "icon-content"},
+        {"icon-large", NEARLY, "1,000,000 bytes", [](Draft &d) { d.add("icon.png", png("\0\0\4\0"_ba, "\0\0\4\0"_ba).leftJustified(1'000'000)); }},
+        {"icon-large", NEARLY, "1024 pixels of a GIF and a JPEG", [](Draft &d) { d.add("i/a.gif", gif("\0\4"_ba, "\0\4"_ba)); d.set(Icon, "i/a.gif"); d.add("i/a.jpg", jpeg("\4\0"_ba, "\4\0"_ba)); d.addApp(Icon, "i/a.jpg"); }, "file-unlisted"},
+        {"icon-large", NEARLY, "a large file outside", [](Draft &d) { d.folder.write(u"a.png"_s, PNG.leftJustified(1'000'001)); d.link("a.png", "a.png"); d.set(Icon, "a.png"); }, "icon-outside file-unlisted"},
+        {"icon-large", NEARLY, "closed", [](Draft &d) { d.add("icon.png", PNG.leftJustified(1'000'001)); d.close("icon.png"); }, "path-unreadable"},
         {"description-missing", FAULT, "empty", [](Draft &d) { d.set(Description, "{}"); }, "file-unlisted"},
         {"description-missing", FAULT, "a list", [](Draft &d) { d.set(Description, "[]"); }, "file-unlisted"},
-        {"description-missing", NEARLY, "only another language", [](Draft &d) { d.set(Description, R"({"de":"en.html"})"); }},
-        {"description-not-found", FAULT, "no such file", [](Draft &d) { d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
-        {"description-not-found", FAULT, "no path", [](Draft &d) { d.set(Description, R"({"de":"","en":"en.html"})"); }},
+        {"description-missing", NEARLY, "only another language", [](Draft &d) { d.set(Description, R"({"de":"en.html"})"); }, "language-incomplete"},
+        {"description-not-found", FAULT, "no such file", [](Draft &d) { d.set(Description, R"({"de":"de.html","en":"en.html"})"); }, "language-incomplete"},
+        {"description-not-found", FAULT, "no path", [](Draft &d) { d.set(Description, R"({"de":"","en":"en.html"})"); }, "language-incomplete"},
         {"description-not-found", NEARLY, "another case", [](Draft &d) { d.set(Description, R"({"en":"EN.html"})"); }, "path-other-case"},
         {"description-outside", FAULT, "above", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.set(Description, R"({"en":"../a.html"})"); }, "file-unlisted"},
-        {"description-outside", FAULT, "a link", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
+        {"description-outside", FAULT, "a link", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }, "language-incomplete"},
         {"description-outside", FAULT, "above, not UTF-8, with pictures", [](Draft &d) { d.folder.write(u"a.html"_s, "\xff<img src=a.png>"); d.set(Description, R"({"en":"../a.html"})"); }, "file-unlisted"},
         {"description-outside", FAULT, "absolute, not UTF-8, with pictures", [](Draft &d) { d.add("en.html", "\xff<img src=a.png>"); d.set(Description, R"({"en":"/en.html"})"); }},
-        {"description-outside", FAULT, "a link, not UTF-8, with pictures", [](Draft &d) { d.folder.write(u"a.html"_s, "\xff<img src=a.png>"); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
-        {"description-outside", FAULT, "a link, closed", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); d.close("../a.html"); }},
-        {"description-outside", NEARLY, "a link inside", [](Draft &d) { d.link("project/en.html", "de.html"); d.set(Description, R"({"de":"de.html"})"); }},
-        {"description-code", FAULT, "upper case", [](Draft &d) { d.set(Description, R"({"EN":"en.html"})"); }},
-        {"description-code", FAULT, "empty", [](Draft &d) { d.set(Description, R"({"":"en.html"})"); }},
-        {"description-code", NEARLY, "French", [](Draft &d) { d.set(Description, R"({"fr":"en.html"})"); }},
-        {"description-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Description, R"({"en":"en.html","es":"en.html"})"); }},
-        {"description-not-offered", FAULT, "Polish", [](Draft &d) { d.set(Description, R"({"pl":"en.html"})"); }},
-        {"description-not-offered", NEARLY, "all that are offered", [](Draft &d) { d.set(Description, R"({"cz":"en.html","de":"en.html","en":"en.html","fr":"en.html","it":"en.html"})"); }},
+        {"description-outside", FAULT, "a link, not UTF-8, with pictures", [](Draft &d) { d.folder.write(u"a.html"_s, "\xff<img src=a.png>"); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }, "language-incomplete"},
+        {"description-outside", FAULT, "a link, closed", [](Draft &d) { d.folder.write(u"a.html"_s, ""); d.link("a.html", "de.html"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); d.close("../a.html"); }, "language-incomplete"},
+        {"description-outside", NEARLY, "a link inside", [](Draft &d) { d.link("project/en.html", "de.html"); d.set(Description, R"({"de":"de.html"})"); }, "language-incomplete"},
+        {"description-code", FAULT, "upper case", [](Draft &d) { d.set(Description, R"({"EN":"en.html"})"); }, "language-incomplete"},
+        {"description-code", FAULT, "empty", [](Draft &d) { d.set(Description, R"({"":"en.html"})"); }, "language-incomplete"},
+        {"description-code", NEARLY, "French", [](Draft &d) { d.set(Description, R"({"fr":"en.html"})"); }, "language-incomplete"},
+        {"description-not-offered", FAULT, "Spanish", [](Draft &d) { d.set(Description, R"({"en":"en.html","es":"en.html"})"); }, "language-incomplete"},
+        {"description-not-offered", FAULT, "Polish", [](Draft &d) { d.set(Description, R"({"pl":"en.html"})"); }, "language-incomplete"},
+        {"description-not-offered", NEARLY, "all that are offered", [](Draft &d) { d.set(Description, R"({"cz":"en.html","de":"en.html","en":"en.html","fr":"en.html","it":"en.html"})"); }, "language-incomplete"},
         {"description-not-utf8", FAULT, "one byte", [](Draft &d) { d.add("en.html", "<p>Caf\xe9</p>"); }},
         {"description-not-utf8", FAULT, "cut at the end", [](Draft &d) { d.add("en.html", "<p>Caf\xc3"); }},
         {"description-not-utf8", NEARLY, "with a mark", [](Draft &d) { d.add("en.html", "\xef\xbb\xbf<p>Caf\xc3\xa9</p>"); }},
+        {"description-kind", FAULT, "text", [](Draft &d) { d.add("en.txt"); d.set(Description, R"({"en":"en.txt"})"); }, "file-unlisted"},
+        {"description-kind", FAULT, "no ending", [](Draft &d) { d.add("html"); d.set(Description, R"({"en":"html"})"); }, "file-unlisted"},
+        {"description-kind", FAULT, "xhtml", [](Draft &d) { d.add("en.xhtml"); d.set(Description, R"({"en":"en.xhtml"})"); }, "file-unlisted"},
+        {"description-kind", FAULT, "a letter after it", [](Draft &d) { d.add("en.html5"); d.set(Description, R"({"en":"en.html5"})"); }, "file-unlisted"},
+        {"description-kind", NEARLY, "htm in upper case", [](Draft &d) { d.add("EN.HTM"); d.set(Description, R"({"en":"EN.HTM"})"); }, "file-unlisted"},
+        {"description-kind", NEARLY, "html in upper case", [](Draft &d) { d.add("A.Html"); d.set(Description, R"({"en":"A.Html"})"); }, "file-unlisted"},
+        {"description-kind", NEARLY, "no path", [](Draft &d) { d.set(Description, R"({"en":""})"); }, "description-not-found file-unlisted"},
+        {"description-template", FAULT, "as the editor writes it", [](Draft &d) { d.add("en.html", DESCRIPTION_TEMPLATE); }},
+        {"description-template", FAULT, "of another language", [](Draft &d) { d.add("de.html", DESCRIPTION_TEMPLATE); d.set(Name, R"({"de":"Uhr","en":"Clock"})"); d.set(Description, R"({"de":"de.html","en":"en.html"})"); }},
+        {"description-template", NEARLY, "a letter changed", [](Draft &d) { d.add("en.html", QByteArray(DESCRIPTION_TEMPLATE).replace("#Title", "#title")); }},
+        {"description-template", NEARLY, "a byte less", [](Draft &d) { d.add("en.html", DESCRIPTION_TEMPLATE.chopped(1)); }},
+        {"description-template", NEARLY, "a byte more", [](Draft &d) { d.add("en.html", DESCRIPTION_TEMPLATE + '\n'); }},
+        {"description-template", NEARLY, "Windows' line ends", [](Draft &d) { d.add("en.html", QByteArray(DESCRIPTION_TEMPLATE).replace('\n', "\r\n")); }},
+        {"description-template", NEARLY, "outside", [](Draft &d) { d.folder.write(u"a.html"_s, DESCRIPTION_TEMPLATE); d.link("a.html", "a.html"); d.set(Description, R"({"en":"a.html"})"); }, "description-outside file-unlisted"},
+        {"language-incomplete", FAULT, "a name alone", [](Draft &d) { d.set(Name, R"({"de":"Uhr","en":"Clock"})"); }},
+        {"language-incomplete", FAULT, "a description alone", [](Draft &d) { d.set(Description, R"({"de":"en.html","en":"en.html"})"); }},
+        {"language-incomplete", FAULT, "an empty name", [](Draft &d) { d.set(Name, R"({"de":" ","en":"Clock"})"); d.set(Description, R"({"de":"en.html","en":"en.html"})"); }},
+        {"language-incomplete", NEARLY, "both in both", [](Draft &d) { d.set(Name, R"({"de":"Uhr","en":"Clock"})"); d.set(Description, R"({"de":"en.html","en":"en.html"})"); }},
+        {"language-incomplete", NEARLY, "no descriptions", [](Draft &d) { d.set(Name, R"({"de":"Uhr","en":"Clock"})"); d.set(Description, "{}"); }, "description-missing file-unlisted"},
+        {"language-incomplete", NEARLY, "an empty name alone", [](Draft &d) { d.set(Name, R"({"de":"","en":"Clock"})"); }},
         {"picture-not-found", FAULT, "no such file", [](Draft &d) { d.add("en.html", "<img src=\"a.png\">"); }},
         {"picture-not-found", FAULT, "another case", [](Draft &d) { d.add("a.PNG", PNG); d.add("en.html", "<IMG ALT='>' SRC=a.png>"); }, "file-unlisted"},
         {"picture-not-found", FAULT, "seen from the description", [](Draft &d) { d.add("a.png", PNG); d.add("d/en.html", "<img src='a.png'>"); d.set(Description, R"({"en":"d/en.html"})"); }, "file-unlisted"},
@@ -312,7 +379,7 @@ const QList<Case<Draft>> &pathCases()
         {"path-form", NEARLY, "listed path", [](Draft &d) { d.set(Files, "./Clock//main.lua"); }},
         {"path-none", FAULT, "nothing listed", [](Draft &d) { d.set(Files, ""); }, "file-unlisted"},
         {"path-none", FAULT, "empty folder", [](Draft &d) { d.folder.makeFolder(u"project/e"_s); d.set(Files, "e"); }, "file-unlisted"},
-        {"path-none", NEARLY, "an empty file", [](Draft &d) { d.add("Clock/main.lua", ""); }},
+        {"path-none", NEARLY, "an empty file", [](Draft &d) { d.add("Clock/main.lua", ""); }, "file-empty"},
         {"path-whole-project", FAULT, "comma too many", [](Draft &d) { d.set(Files, "Clock,"); }, "path-twice"},
         {"path-whole-project", FAULT, "dot", [](Draft &d) { d.set(Files, "."); }},
         {"path-whole-project", FAULT, "there and back", [](Draft &d) { d.set(Files, "Clock/.."); }},
@@ -416,6 +483,12 @@ const QList<Case<Draft>> &pathCases()
         {"url-escapes", FAULT, "space", [](Draft &d) { d.add("Clock/a b"); }},
         {"url-escapes", FAULT, "not ASCII", [](Draft &d) { d.add("Clock/ž.lua"); }},
         {"url-escapes", NEARLY, "in a name and an author", [](Draft &d) { d.set(Author, "Ann Léger"); d.set(Name, R"({"en":"Clock č"})"); }},
+        {"file-empty", FAULT, "listed", [](Draft &d) { d.add("a", ""); d.set(Files, "Clock,a"); }},
+        {"file-empty", FAULT, "in a listed folder", [](Draft &d) { d.add("Clock/lib/a", ""); }},
+        {"file-empty", NEARLY, "one byte", [](Draft &d) { d.add("Clock/a", "\0"_ba); }},
+        {"file-empty", NEARLY, "not listed", [](Draft &d) { d.add("a", ""); }, "file-unlisted"},
+        {"file-empty", NEARLY, "hidden", [](Draft &d) { d.add("Clock/.a", ""); }},
+        {"file-empty", NEARLY, "outside", [](Draft &d) { d.folder.write(u"a"_s, ""); d.link("a", "Clock/a"); }, "path-outside"},
         {"file-unlisted", FAULT, "file", [](Draft &d) { d.add("README"); }},
         {"file-unlisted", FAULT, "beside listed ones", [](Draft &d) { d.add("Clock/other.lua"); d.set(Files, "Clock/main.lua"); }},
         {"file-unlisted", FAULT, "folder", [](Draft &d) { d.add("old/a/b"); }},
@@ -457,6 +530,7 @@ private slots:
     void orderOfFindings();
     void brokenLinesHideNothing();
     void exampleIsClean();
+    void eachLanguageOnce();
     void commaNamesInOrder();
     void brokenExample();
     void cannotBeRead_data();
@@ -486,7 +560,7 @@ void TestCheck::everyCode()
     std::unique_ptr<OrdinaryUser> user;
     if (!draft.closed.isEmpty())
         user = std::make_unique<OrdinaryUser>();
-    const auto result = Check::checkCatalogue(path);
+    const auto result = Check::checkCatalogue(path, TODAY);
     user.reset();
 
     QVERIFY(result);
@@ -523,6 +597,14 @@ void TestCheck::sentences_data()
                                            << u"warning name-too-many [Wecker, line 7] The editor shows \"en\" and "
                                               u"three other names, and Apply would drop "
                                               u"the one in \"de\": remove a name."_s;
+    QTest::newRow("what a language lacks")
+        << u"language-incomplete"_s
+        << u"note language-incomplete [Wecker, line 7] The app has a name in \"de\", "
+           u"but no description: add it."_s;
+    QTest::newRow("size of an icon")
+        << u"icon-large"_s
+        << u"warning icon-large [Wecker, line 7] The icon \"wide.png\" has 1025 x 2 pixels: "
+           u"choose one of at most 1024 x 1024 pixels."_s;
     QTest::newRow("name in another language")
         << u"name-missing"_s
         << u"error name-missing [Lampe, line 3] The app has no name in \"en\", the default language: add it."_s;
@@ -548,6 +630,8 @@ void TestCheck::sentences()
     draft.lines.append(u"{};;;;;{;"_s);
     draft.lines.append(QString());
     draft.addApp(Name, R"({"bg":"A","cz":"B","da":"C","de":"D","en":"Wecker"})");
+    draft.lines.last().replace(u"icon.png"_s, u"wide.png"_s);
+    draft.add("wide.png", png("\0\0\4\1"_ba, "\0\0\0\2"_ba));
     const auto result = Check::checkCatalogue(draft.save());
     QString last;
     for (const Check::Finding &finding : result->findings) {
@@ -570,6 +654,7 @@ void TestCheck::values_data()
     QTest::newRow("actual") << u"version-unclear"_s << u" |  | 1.2b"_s;
     QTest::newRow("both") << u"date-form"_s << u" | 05-03-2024 | 2024-03-05"_s;
     QTest::newRow("file and actual") << u"picture-elsewhere"_s << u"en.html |  | https://x/y.png"_s;
+    QTest::newRow("all, in another order") << u"icon-large"_s << u"icon.png | 1024 x 1024 pixels | 1 x 1025 pixels"_s;
     QTest::newRow("all") << u"path-other-case"_s << u"clock | Clock | clock"_s;
 }
 
@@ -579,6 +664,7 @@ void TestCheck::values()
     Draft draft;
     draft.header = QString();
     draft.add("en.html", "<img src=\"https://x/y.png\">");
+    draft.add("icon.png", png("\0\0\0\1"_ba, "\0\0\4\1"_ba));
     draft.set(Version, "1.2b");
     draft.set(Date, "2024-03-05");
     draft.set(Description, R"({"de":"de.html","en":"en.html"})");
@@ -637,6 +723,22 @@ void TestCheck::exampleIsClean()
     const auto result = Check::checkCatalogue(u"" CATALIST_SOURCE_DIR "/examples/catalogue/Apps.csv"_s);
     QVERIFY(result);
     QCOMPARE(textsOf(result), QStringList());
+}
+
+void TestCheck::eachLanguageOnce()
+{
+    Draft draft;
+    draft.set(Name, R"({"de":"Uhr","en":"Clock","fr":"Horloge"})");
+    draft.set(Description, R"({"DE":"en.html","en":"en.html","it":"en.html"})");
+    QStringList texts;
+    const auto result = Check::checkCatalogue(draft.save());
+    for (const Check::Finding &finding : result->findings) {
+        if (finding.code == u"language-incomplete")
+            texts.append(finding.text);
+    }
+    QCOMPARE(texts, (QStringList{u"The app has a name in \"de\", but no description: add it."_s,
+                                 u"The app has a name in \"fr\", but no description: add it."_s,
+                                 u"The app has a description in \"it\", but no name: add it."_s}));
 }
 
 void TestCheck::commaNamesInOrder()

@@ -31,10 +31,12 @@ void TestCliCheck::checks_data()
     QTest::addColumn<int>("strictCode");
     QByteArray note = CLOCK;
     QByteArray warning = CLOCK;
+    QByteArray future = CLOCK;
     QByteArray error = CLOCK;
     QTest::newRow("clean") << CLOCK << 0 << 0;
     QTest::newRow("note") << note.replace("05-03-2024", "2024-03-05") << 0 << 0;
     QTest::newRow("warning") << warning.replace("05-03-2024", "") << 0 << 1;
+    QTest::newRow("date in the future") << future.replace("2024", "9999") << 0 << 1;
     QTest::newRow("error") << error.replace("05-03-2024", "never") << 1 << 1;
     QTest::newRow("does not open") << "\n"_ba + CLOCK << 1 << 1;
 }

@@ -22,8 +22,8 @@ public:
         const QString &path = entry.path;
         switch (entry.kind) {
         case WalkEntry::File:
-            if (isInside(entry) && !readBeginning(entry.info.filePath(), 0))
-                listed->unreadable.append(path);
+            if (isInside(entry))
+                lookInto(entry);
             listed->files.append({path, publishedPath(path)});
             break;
         case WalkEntry::Folder:
@@ -52,6 +52,15 @@ public:
     }
 
 private:
+    void lookInto(const WalkEntry &file)
+    {
+        const auto beginning = readBeginning(file.info.filePath(), 1);
+        if (!beginning)
+            listed->unreadable.append(file.path);
+        else if (beginning->isEmpty())
+            listed->empty.append(file.path);
+    }
+
     bool isInside(const WalkEntry &entry)
     {
         const bool isInside = tree.holds(entry.info.filePath());
@@ -110,9 +119,9 @@ QStringList Row::publishedFiles() const
     return paths;
 }
 
-FileResult<Catalogue> readCatalogue(const QString &projectFile)
+FileResult<Catalogue> readCatalogue(const QString &projectFile, QDate today)
 {
-    Catalogue catalogue{projectFile, ProjectTree(projectFolder(projectFile)), {}};
+    Catalogue catalogue{projectFile, today, ProjectTree(projectFolder(projectFile)), {}};
     const auto read = readProjectLines(projectFile, [&](ProjectLine &&line) {
         catalogue.rows.append(Row{std::move(line), {}, {}});
         return true;

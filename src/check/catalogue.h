@@ -5,6 +5,7 @@
 #include "io/fileresult.h"
 #include "io/projectfile.h"
 
+#include <QDate>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -30,6 +31,7 @@ struct ListedPath
     QStringList unreadable;
     QStringList absoluteLinks; ///< links with an absolute target in the project folder
     QStringList missing; ///< links that lead nowhere, in listed folders
+    QStringList empty; ///< files without bytes
     QStringList others; ///< neither files nor folders
     QStringList notUtf8; ///< names that are not published, as far as they could be read
     bool isMissing = false;
@@ -64,11 +66,12 @@ struct Row : ProjectLine
 struct Catalogue
 {
     QString projectFile;
+    QDate today;
     ProjectTree tree;
     QList<Row> rows;
 };
 
 /// Reads a project file, malformed lines too, and walks over what the apps list.
-[[nodiscard]] FileResult<Catalogue> readCatalogue(const QString &projectFile);
+[[nodiscard]] FileResult<Catalogue> readCatalogue(const QString &projectFile, QDate today);
 
 } // namespace Check

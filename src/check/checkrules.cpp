@@ -16,9 +16,9 @@ int order(const Finding &finding)
 
 } // namespace
 
-FileResult<Result> checkCatalogue(const QString &projectFile)
+FileResult<Result> checkCatalogue(const QString &projectFile, QDate today)
 {
-    const auto catalogue = readCatalogue(projectFile);
+    const auto catalogue = readCatalogue(projectFile, today);
     if (!catalogue)
         return catalogue.error();
     Result result;

@@ -3,6 +3,7 @@
 #include "check/projecttree.h"
 #include "io/html.h"
 #include "io/wholefile.h"
+#include "model/appconfig.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -154,7 +155,7 @@ std::optional<Page> readPage(const QString &projectFolder, const QString &path)
     PageReader reader;
     reader.add(*content);
     reader.finish();
-    Page page{reader.isUtf8(), {}};
+    Page page{reader.isUtf8(), *content == descriptionTemplate(), {}};
     for (const QString &source : reader.pictureSources())
         page.pictures.append({source, picturePath(path, source)});
     return page;

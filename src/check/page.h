@@ -23,6 +23,7 @@ struct Picture
 struct Page
 {
     bool isUtf8 = true;
+    bool isTemplate = false; ///< what the editor begins with
     QList<Picture> pictures;
 };
 

@@ -60,6 +60,12 @@ void nameMissing(const Row &row, const Report &report)
         reportAt(row, report);
 }
 
+void namePlaceholder(const Row &row, const Report &report)
+{
+    if (defaultName(*row.app) == PLACEHOLDER_NAME)
+        reportAt(row, report, {PLACEHOLDER_NAME});
+}
+
 void nameCode(const Row &row, const Report &report)
 {
     const QStringList codes = row.app->names.keys();
@@ -134,6 +140,18 @@ void dateForm(const Row &row, const Report &report)
         reportAt(row, report, {text, usual});
 }
 
+void datePlaceholder(const Row &row, const Report &report)
+{
+    if (row.app->date == placeholderDate())
+        reportAt(row, report, {row.app->date.toString(QString(DATE_FORMAT))});
+}
+
+void dateFuture(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    if (row.app->date > catalogue.today)
+        reportAt(row, report, {row.app->date.toString(QString(DATE_FORMAT))});
+}
+
 void minVersionMissing(const Row &row, const Report &report)
 {
     const QString text = versionText(row.cells.value(MinVersionColumn));
@@ -204,6 +222,8 @@ QList<Rule> factRules()
     using enum Severity;
     return {
         {"name-missing", Error, "The app has no name in \"en\", the default language: add it.", inEachApp<nameMissing>},
+        {"name-placeholder", Warning, "The app is still called \"%1\", as the editor calls a new app: name it.",
+         inEachApp<namePlaceholder>, Places{.actual = 1}},
         {"name-code", Error, "The language code \"%1\" of a name is not two lower-case letters: correct it.",
          inEachApp<nameCode>, Places{.actual = 1}},
         {"name-not-offered", Warning,
@@ -222,6 +242,11 @@ QList<Rule> factRules()
          inEachApp<dateUnclear>, Places{.actual = 1}},
         {"date-form", Note, "The date \"%1\" may be read differently elsewhere: write it as %2.", inEachApp<dateForm>,
          Places{.expected = 2, .actual = 1}},
+        {"date-placeholder", Warning,
+         "The publication date is still %1, which the editor shows for an app without a date: set it.",
+         inEachApp<datePlaceholder>, Places{.actual = 1}},
+        {"date-future", Warning, "The publication date %1 is in the future: correct it.", inEachApp<dateFuture>,
+         Places{.actual = 1}},
         {"min-version-missing", Note,
          "The app has no minimum transmitter version: set it, unless every version will do.",
          inEachApp<minVersionMissing>},

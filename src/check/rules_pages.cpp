@@ -4,6 +4,7 @@
 #include "io/wholefile.h"
 
 #include <QFileInfo>
+#include <QMap>
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,9 @@
 namespace Check {
 
 namespace {
+
+constexpr qint64 LARGEST_ICON = 1'000'000; // bytes
+constexpr qint64 ICON_PIXELS = 1024; // at most, in each direction
 
 /// Whether there is no such file, not even in another case.
 bool isNowhere(const ProjectTree &tree, const QString &path)
@@ -82,6 +86,27 @@ void iconContent(const Catalogue &catalogue, const Row &row, const Report &repor
         reportAt(row, report, {icon});
 }
 
+void iconLarge(const Catalogue &catalogue, const Row &row, const Report &report)
+{
+    const QString &icon = row.app->icon;
+    if (catalogue.tree.isOutside(icon))
+        return;
+    const QString path = catalogue.tree.path(icon);
+    const auto content = readBeginning(path, LARGEST_ICON + 1);
+    if (!content)
+        return;
+    if (content->size() > LARGEST_ICON) {
+        const QString bytes = QStringLiteral("%1 bytes");
+        reportAt(row, report, {icon, bytes.arg(QFileInfo(path).size()), bytes.arg(LARGEST_ICON)});
+        return;
+    }
+    const PictureHeader header = pictureHeader(*content);
+    const QString pixels = QStringLiteral("%1 x %2 pixels");
+    if (header.width > ICON_PIXELS || header.height > ICON_PIXELS)
+        reportAt(row, report,
+                 {icon, pixels.arg(header.width).arg(header.height), pixels.arg(ICON_PIXELS).arg(ICON_PIXELS)});
+}
+
 void descriptionMissing(const Row &row, const Report &report)
 {
     if (row.descriptions.isEmpty())
@@ -128,6 +153,45 @@ void descriptionEncoding(const Row &row, const Report &report)
     }
 }
 
+void descriptionKind(const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        const QString &path = description.path;
+        const bool isHtml = path.endsWith(QLatin1String(".html"), Qt::CaseInsensitive)
+                            || path.endsWith(QLatin1String(".htm"), Qt::CaseInsensitive);
+        if (!path.isEmpty() && !isHtml)
+            reportAt(row, report, {path});
+    }
+}
+
+void templateUnchanged(const Row &row, const Report &report)
+{
+    for (const DescriptionFile &description : row.descriptions) {
+        if (description.page.isTemplate)
+            reportAt(row, report, {description.path});
+    }
+}
+
+void languageIncomplete(const Row &row, const Report &report)
+{
+    if (row.descriptions.isEmpty())
+        return;
+    const QMap<QString, QString> &names = row.app->names;
+    const QMap<QString, QString> &descriptions = row.app->descriptions;
+    // A map, as it has each language once, in order.
+    QMap<QString, QString> languages = names;
+    languages.insert(descriptions);
+    for (auto language = languages.keyBegin(); language != languages.keyEnd(); ++language) {
+        const bool isNamed = !names.value(*language).trimmed().isEmpty();
+        // Other rules report what is no code.
+        if (!isLanguageCode(*language) || isNamed == descriptions.contains(*language))
+            continue;
+        const QString name = QStringLiteral("name");
+        const QString description = QStringLiteral("description");
+        reportAt(row, report, {*language, isNamed ? name : description, isNamed ? description : name});
+    }
+}
+
 void pictureNotFound(const Catalogue &catalogue, const Row &row, const Report &report)
 {
     const ProjectTree &tree = catalogue.tree;
@@ -165,6 +229,8 @@ QList<Rule> pageRules()
          inEachApp<iconKind>, Places{.file = 1}},
         {"icon-content", Error, "The icon \"%1\" does not hold the kind of picture that its name says: replace it.",
          inEachApp<iconContent>, Places{.file = 1}},
+        {"icon-large", Warning, "The icon \"%1\" has %2: choose one of at most %3.", inEachApp<iconLarge>,
+         Places{.file = 1, .expected = 3, .actual = 2}},
         {"description-missing", Warning, "The app has no description: write one.", inEachApp<descriptionMissing>},
         {"description-not-found", Error, "There is no file \"%2\", the description in \"%1\": add it.",
          inEachApp<descriptionNotFound>, Places{.file = 2}},
@@ -179,6 +245,13 @@ QList<Rule> pageRules()
          inEachApp<descriptionNotOffered>, Places{.actual = 1}},
         {"description-not-utf8", Error, "The description \"%1\" is not UTF-8: save it as UTF-8.",
          inEachApp<descriptionEncoding>, Places{.file = 1}},
+        {"description-kind", Warning,
+         "The description \"%1\" does not end in .html or .htm, so a server may not send it as HTML: rename it.",
+         inEachApp<descriptionKind>, Places{.file = 1}},
+        {"description-template", Warning,
+         "The description \"%1\" is still the template of the editor: write your own text.",
+         inEachApp<templateUnchanged>, Places{.file = 1}},
+        {"language-incomplete", Note, "The app has a %2 in \"%1\", but no %3: add it.", inEachApp<languageIncomplete>},
         {"picture-not-found", Error, "There is no picture \"%1\", which \"%2\" shows: add the file.",
          inEachApp<pictureNotFound>, Places{.file = 2, .actual = 1}},
         {"picture-elsewhere", Warning, "The picture \"%1\" of \"%2\" is outside the project folder: copy it there.",

@@ -289,6 +289,8 @@ QList<Rule> pathRules()
         {"index-outside", Error,
          "The link \"%1\" leads out of the project folder, and publishing writes to \"%2\": remove it.", indexOutside,
          Places{.file = 1, .actual = 2}},
+        {"file-empty", Note, "\"%1\" has no bytes: fill it, unless an empty file is needed.",
+         inEachApp<eachFound<&ListedPath::empty>>, Places{.file = 1}},
         {"file-unlisted", Note, "\"%1\" belongs to no app: list it if it should be published.", unlisted,
          Places{.file = 1}},
     };
