@@ -156,8 +156,8 @@ void TestCliFindings::saysWhatItLookedAt()
     QFETCH(QStringList, options);
     QFETCH(QByteArray, expected);
     makeClock(lines);
-    folder->write(u"project/Lamp/a"_s, "");
-    folder->write(u"project/Lamp/b"_s, "");
+    folder->write(u"project/Lamp/a"_s, "x");
+    folder->write(u"project/Lamp/b"_s, "x");
     const Outcome outcome = check(options);
     QCOMPARE(outcome.out, expected);
     QCOMPARE(outcome.code, 0);
@@ -187,7 +187,7 @@ void TestCliFindings::textOfMany()
     QByteArray expected = "As a whole\n";
     for (int i = 0; i < number; ++i) {
         const QString name = u"x%1"_s.arg(QString::number(i), 2, u'0');
-        folder->write(u"project/"_s + name, "");
+        folder->write(u"project/"_s + name, "x");
         if (i < shown)
             expected += "  note    file-unlisted          \"" + name.toUtf8()
                         + "\" belongs to no app: list it if it should be published.\n";
@@ -209,7 +209,7 @@ void TestCliFindings::textOfManyCodes()
                      .replace("05-03-2024", i % 2 == 0 ? "" : "05-03-2024")
                      .replace("674", "5")
                      .replace(";Clock;", ';' + name + ';');
-        folder->write(u"project/"_s + QString::fromUtf8(name), "");
+        folder->write(u"project/"_s + QString::fromUtf8(name), "x");
     }
     makeClock(lines);
     QVERIFY(QDir(folder->path(u"project/Clock"_s)).removeRecursively());

@@ -145,10 +145,9 @@ QList<Rule> targetRules()
         {"url-characters", Error,
          "\"%1\" has a \"#\", \"?\", \"%\" or \"\\\", which a URL cannot contain as it is: rename it.",
          inEachApp<inUrls<isCutInUrl>>, Places{.file = 1}},
-        {"url-escapes", Note,
+        {"url-escapes", Warning,
          "\"%1\" has a character that clients must escape in a URL: use plain letters, digits, \"-\" and \"_\" only, "
-         "or "
-         "make sure that they do.",
+         "or make sure that they do.",
          inEachApp<inUrls<isEscapedInUrl>>, Places{.file = 1}},
     };
 }
