@@ -15,11 +15,18 @@ namespace {
 // The staged file's name is longer by a dot and six letters, and no name has more than 255 bytes.
 constexpr qsizetype MAX_NAME = 248;
 
-// A full disk may show as late as when the buffers are flushed.
+constexpr QIODevice::OpenMode WRITE_UNBUFFERED = QIODevice::WriteOnly | QIODevice::Unbuffered;
+
+/// Writes to a file that is open without a buffer. A disk that is filled takes a part first; only the next piece is
+/// refused, with the reason.
 FileResult<> writeAll(QFileDevice *file, const QByteArray &content)
 {
-    if (file->write(content) != content.size() || !file->flush())
-        return FileError{file->fileName(), file->errorString()};
+    for (qsizetype written = 0; written < content.size();) {
+        const qint64 size = file->write(content.constData() + written, content.size() - written);
+        if (size <= 0)
+            return FileError{file->fileName(), file->errorString()};
+        written += size;
+    }
     return syncFile(*file);
 }
 
@@ -27,8 +34,7 @@ FileResult<> writeDirectly(const QFileInfo &file, const QByteArray &content)
 {
     QFile direct(file.filePath());
     // Asked to make a file that is there, the system refuses to open somebody else's in a sticky folder.
-    const QIODevice::OpenMode mode =
-        file.exists() ? QIODevice::WriteOnly | QIODevice::ExistingOnly : QIODevice::OpenMode(QIODevice::WriteOnly);
+    const QIODevice::OpenMode mode = file.exists() ? WRITE_UNBUFFERED | QIODevice::ExistingOnly : WRITE_UNBUFFERED;
     if (!direct.open(mode | QIODevice::Truncate))
         return FileError{file.filePath(), direct.errorString()};
     if (auto written = writeAll(&direct, content); !written)
@@ -50,7 +56,7 @@ FileResult<> replace(const QFileInfo &target, const QByteArray &content, const K
     const QFileInfo file(real);
     const bool isNameTooLong = QFile::encodeName(file.fileName()).size() > MAX_NAME;
     QSaveFile staged(real);
-    if (!isNameTooLong && staged.open(QIODevice::WriteOnly)) {
+    if (!isNameTooLong && staged.open(WRITE_UNBUFFERED)) {
         if (target.exists() && !giveToOwnerOf(target, staged))
             qDebug() << "No longer of its owner or group:" << target.filePath();
         // QSaveFile does this too, but ignores a failure, which leaves a file that nobody may read.
