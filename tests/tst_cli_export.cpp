@@ -31,6 +31,11 @@ private slots:
     void exportOntoASource();
     void exportOutThroughALink_data();
     void exportOutThroughALink();
+    void exportThatWouldPublishItself_data();
+    void exportThatWouldPublishItself();
+    void exportIsNeverHalfThere();
+    void exportKeepsTheRights();
+    void exportToStandardOutput();
     void exportReplacesTheFile_data();
     void exportReplacesTheFile();
     void exportToAPipe();
@@ -252,6 +257,114 @@ void TestCliExport::exportToAPipe()
 #else
     QSKIP("There is no such device on this system");
 #endif
+}
+
+void TestCliExport::exportThatWouldPublishItself_data()
+{
+    QTest::addColumn<QByteArray>("files");
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<bool>("isRefused");
+    QTest::newRow("whole project") << "Clock,"_ba << u"project/Apps.json"_s << true;
+    QTest::newRow("listed folder") << "Clock"_ba << u"project/Clock/index.json"_s << true;
+    QTest::newRow("below a listed folder") << "Clock"_ba << u"project/Clock/lib/index.json"_s << true;
+    QTest::newRow("listed by itself") << "Clock,new.json"_ba << u"project/new.json"_s << true;
+    QTest::newRow("behind a listed link") << "Clock,alias.json"_ba << u"out/index.json"_s << true;
+    QTest::newRow("behind a link in a listed folder") << "Clock"_ba << u"out/linked.json"_s << true;
+    QTest::newRow("in a folder behind a link") << "Clock"_ba << u"out2/index.json"_s << true;
+    QTest::newRow("beside a listed folder") << "Clock"_ba << u"project/index.json"_s << false;
+    QTest::newRow("hidden") << "Clock"_ba << u"project/Clock/.index.json"_s << false;
+    QTest::newRow("in a hidden folder") << "Clock,"_ba << u"project/.out/index.json"_s << false;
+    QTest::newRow("beside a listed link") << "Clock,alias.json"_ba << u"out/other.json"_s << false;
+}
+
+void TestCliExport::exportThatWouldPublishItself()
+{
+    QFETCH(QByteArray, files);
+    QFETCH(QString, output);
+    QFETCH(bool, isRefused);
+    QByteArray line = CLOCK;
+    makeClock(line.replace(";Clock;", ';' + files + ';'));
+    for (const QString &place : {u"project/Clock/lib"_s, u"project/.out"_s, u"out"_s, u"out2"_s})
+        folder->makeFolder(place);
+    folder->link(u"../out/index.json"_s, u"project/alias.json"_s);
+    folder->link(u"../../out/linked.json"_s, u"project/Clock/link.json"_s);
+    folder->link(u"../../out2"_s, u"project/Clock/folder"_s);
+    const QStringList arguments{u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(output)};
+    const Outcome first = run(arguments);
+    QCOMPARE(first.code == 2, isRefused);
+    QCOMPARE(folder->exists(output), !isRefused);
+    // In the second export the index is there.
+    folder->write(output, "old");
+    const Outcome second = run(arguments);
+    QCOMPARE(second.code == 2, isRefused);
+    QCOMPARE(folder->read(output) == "old", isRefused);
+    const QString error = u"catalist-cli: %1: Is listed, so that the index would publish itself\n"_s;
+    QVERIFY2(!isRefused || QString::fromUtf8(first.err) == error.arg(folder->path(output)), first.err.constData());
+}
+
+void TestCliExport::exportIsNeverHalfThere()
+{
+    makeClock();
+    const QString output = folder->path(u"Apps.json"_s);
+    const QStringList arguments{u"export"_s, project(), u"--url"_s, URL, u"--output"_s, output};
+    QCOMPARE(run(arguments).code, 0);
+    const QByteArray expected = folder->read(u"Apps.json"_s);
+
+    // Whoever has it open goes on reading the old one.
+    folder->write(u"Apps.json"_s, "old");
+    QFile reader(output);
+    QVERIFY(reader.open(QIODevice::ReadOnly));
+    QCOMPARE(run(arguments).code, 0);
+    QCOMPARE(reader.readAll(), "old"_ba);
+    QCOMPARE(folder->read(u"Apps.json"_s), expected);
+
+    if (!hasShell())
+        QSKIP("No shell here");
+    folder->write(u"Apps.json"_s, "old");
+    const QStringList entries = folder->entries();
+    const Outcome full =
+        runScript(u"trap '' XFSZ; ulimit -f 1; catalist-cli export project --url https://x/%1 --output Apps.json"_s.arg(
+                      QString(2000, u'a')),
+                  folder->path());
+    QCOMPARE(full.code, 2);
+    QCOMPARE(full.err, "catalist-cli: Apps.json: File too large\n"_ba);
+    QCOMPARE(folder->read(u"Apps.json"_s), "old"_ba);
+    QCOMPARE(folder->entries(), entries);
+}
+
+void TestCliExport::exportKeepsTheRights()
+{
+    if (!hasShell())
+        QSKIP("No shell here");
+    makeClock();
+    const QString script = u"umask 027; catalist-cli export project --url https://apps.example.org/ && "
+                           "stat --format=%a Apps.json"_s;
+    const QByteArray summary = "1 app, 1 file, 3 bytes: Apps.json\n";
+    QCOMPARE(runScript(script, folder->path()).out, summary + "640\n");
+    QVERIFY(QFile::setPermissions(folder->path(u"Apps.json"_s), QFile::Permissions(0x6604)));
+    QCOMPARE(runScript(script, folder->path()).out, summary + "604\n");
+}
+
+void TestCliExport::exportToStandardOutput()
+{
+    makeClock();
+    QCOMPARE(run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(u"Apps.json"_s)}).code, 0);
+    const QStringList entries = folder->entries();
+    const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, u"-"_s}, folder->path());
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.out, folder->read(u"Apps.json"_s));
+    QCOMPARE(folder->entries(), entries);
+    if (!hasShell())
+        QSKIP("No shell here");
+    const Outcome closed =
+        runScript(u"catalist-cli export project --url https://apps.example.org/ --output - >&-"_s, folder->path());
+    QCOMPARE(closed.code, 2);
+    QCOMPARE(closed.err, "catalist-cli: standard output: Bad file descriptor\n"_ba);
+    const Outcome piped = runScript(u"mkfifo pipe; cat pipe & catalist-cli export project --url "
+                                    "https://apps.example.org/ --output pipe >summary; wait"_s,
+                                    folder->path());
+    QCOMPARE(piped.out, outcome.out);
 }
 
 void TestCliExport::exportReplacesTheFile()

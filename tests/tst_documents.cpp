@@ -236,7 +236,7 @@ void TestDocuments::commandsAreRunOrMarked()
     QFETCH(QString, path);
     const QString text = document(path);
     QCOMPARE(text.count(u"\n```"_s) % 2, 0);
-    const QStringList kinds{u"sh"_s, u"console"_s, u"csv"_s, u"json"_s};
+    const QStringList kinds{u"sh"_s, u"console"_s, u"csv"_s, u"json"_s, u"yaml"_s};
     const QList<Block> all = blocks(text);
     for (const Block &block : all) {
         QVERIFY2(kinds.contains(block.kind), qPrintable(block.kind));

@@ -2,11 +2,11 @@
 
 #include "check/checkrules.h"
 #include "check/verification.h"
+#include "cli/commandfunctions.h"
 #include "cli/findings.h"
 #include "cli/output.h"
 #include "cli/place.h"
 #include "history/projecthistory.h"
-#include "io/linktarget.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 
@@ -24,74 +24,6 @@
 namespace Cli {
 
 namespace {
-
-/// The project file in a folder, which need not exist any more, or the file itself.
-QString projectFile(const QString &project)
-{
-    const QFileInfo info(project);
-    const bool isFile =
-        !info.isDir() && (info.exists() || project.endsWith(QLatin1String(".csv"), Qt::CaseInsensitive));
-    return isFile ? project : QDir(project).filePath(PROJECT_FILE_NAME);
-}
-
-ExitCode failed(const QString &message, const QStringList &more = {})
-{
-    printError(message, more);
-    return Failed;
-}
-
-/// Refuses to write an index to a file of the catalogue, or through a link that leads away, which may have come with
-/// the catalogue.
-FileResult<> checkOutput(const QString &output, const QList<AppConfig> &apps, const QString &project)
-{
-    if (isSourceOfIndex(output, apps, project)) {
-        const bool isProject = QFileInfo(output).canonicalFilePath() == QFileInfo(project).canonicalFilePath();
-        return FileError{output, isProject ? QStringLiteral("Is the catalogue itself")
-                                           : QStringLiteral("Is a file of the catalogue")};
-    }
-    const QFileInfo file(output);
-    const bool isDevice = file.exists() && !file.isFile();
-    const QString target = isDevice ? QString() : targetOutside(output);
-    if (!target.isEmpty())
-        return FileError{output, QStringLiteral("Is a link that leads out of its folder, to ") + target};
-    return {};
-}
-
-ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &options)
-{
-    const QString project = projectFile(arguments.constFirst());
-    QList<AppConfig> apps;
-    if (const auto read = readProject(project, &apps); !read)
-        return failed(read.error().text());
-    const QString output = options.value(QStringLiteral("output"));
-    if (const auto accepted = checkOutput(output, apps, project); !accepted)
-        return failed(accepted.error().text());
-
-    IndexReport report;
-    {
-        ProgressLine line;
-        report.progress = [&](const IndexReport &now) {
-            line.show([&] {
-                return QStringLiteral("%1 of %2, %3")
-                    .arg(QString::number(now.apps), counted(apps.size(), QStringLiteral("app")),
-                         counted(now.bytes, QStringLiteral("byte")));
-            });
-        };
-        const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-        writeRepositoryIndex(output, apps, url, projectFolder(project), &report);
-    }
-    if (report.error)
-        return failed(report.error->text());
-    for (const FileError &error : std::as_const(report.leftOut))
-        printError(error.text() + QStringLiteral("; it is left out"));
-    for (const FileError &error : std::as_const(report.withoutHash))
-        printError(error.text() + QStringLiteral("; its hash is empty"));
-    if (!print(QStringLiteral("%1, %2, %3: %4\n")
-                   .arg(counted(report.apps, QStringLiteral("app")), counted(report.files, QStringLiteral("file")),
-                        counted(report.bytes, QStringLiteral("byte")), visible(output))))
-        return Failed;
-    return report.leftOut.isEmpty() && report.withoutHash.isEmpty() ? Clean : HasErrors;
-}
 
 using Format = QString (*)(const Findings &found);
 
@@ -249,6 +181,20 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
 
 } // namespace
 
+QString projectFile(const QString &project)
+{
+    const QFileInfo info(project);
+    const bool isFile =
+        !info.isDir() && (info.exists() || project.endsWith(QLatin1String(".csv"), Qt::CaseInsensitive));
+    return isFile ? project : QDir(project).filePath(PROJECT_FILE_NAME);
+}
+
+ExitCode failed(const QString &message, const QStringList &more)
+{
+    printError(message, more);
+    return Failed;
+}
+
 ExitCode wrongUsage(const QString &message, const QString &command)
 {
     const QString program = QStringLiteral("catalist-cli") + (command.isEmpty() ? command : QLatin1Char(' ') + command);
@@ -259,28 +205,27 @@ ExitCode wrongUsage(const QString &message, const QString &command)
 const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
-    static const Option format{"format", "text|json|github", "Format of the findings; text by default.", "text"};
+    static const Option format{"format", "text|json|github", "Format of the findings.", "text"};
     static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
     static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
-    static const Option failOn{"fail-on", "error|warning|note",
-                               "Least severity that makes the exit code 1; error by default.", "error"};
+    static const Option failOn{"fail-on", "error|warning|note", "Least severity that makes the exit code 1.", "error"};
     static const Option strict{"strict", nullptr, "The same as --fail-on warning."};
     static const std::array<Command, 5> all{{
         {"export",
          {project},
          "Writes the index of a catalogue, as \"Save and generate JSON\" does.",
          {{"url", "URL", "Repository URL, from which the files of the catalogue will be downloaded.", nullptr, true},
-          {"output", "FILE", "Index to write.", "Apps.json"}},
+          {"output", "FILE", "Index to write; - is standard output.", "Apps.json"}},
          exportIndex},
         {"check", {project}, "Reports what is wrong with a catalogue.", {format, every, allow, failOn, strict}, check},
         {"verify",
          {{"PLACE", "Folder with the files of a repository URL, or the URL itself."}},
          "Reports whether a folder or a server has what an index says, as a download client would find it.",
-         {{"index", "FILE", "Index to verify, or its URL; Apps.json in PLACE by default."},
-          {"url", "URL", "Repository URL of the index; required for a folder, else PLACE by default."},
+         {{"index", "FILE", "Index to verify, or its URL. Default: Apps.json in PLACE."},
+          {"url", "URL", "Repository URL of the index. Required for a folder; default for a server: PLACE."},
           {"app", "NAME", "Verify the app of this name only."},
-          {"jobs", "N", "Requests at a time to a server; 8 by default.", "8"},
-          {"timeout", "SECONDS", "Longest time without a byte from a server; 30 by default.", "30"},
+          {"jobs", "N", "Requests at a time to a server.", "8"},
+          {"timeout", "SECONDS", "Longest time without a byte from a server.", "30"},
           format,
           every,
           allow,

@@ -24,6 +24,14 @@ bool isCount(const QString &typed)
     return isNumber && number >= 1 && number <= MOST;
 }
 
+QString helpText(const Option &option)
+{
+    if (option.isRequired)
+        return text(option.description) + QStringLiteral(" Required.");
+    return option.fallback ? text(option.description) + QStringLiteral(" Default: %1.").arg(text(option.fallback))
+                           : text(option.description);
+}
+
 QCommandLineOption helpOption()
 {
     return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
@@ -39,7 +47,7 @@ ExitCode run(const Command &command, const QStringList &typed)
         parser.addPositionalArgument(text(argument.name), text(argument.description));
     }
     for (const Option &option : command.options)
-        parser.addOption({text(option.name), text(option.description), text(option.value), text(option.fallback)});
+        parser.addOption({text(option.name), helpText(option), text(option.value), text(option.fallback)});
     parser.addOption(helpOption());
     const bool isParsed = parser.parse(typed);
     const QString name = text(command.name);

@@ -1,7 +1,6 @@
 #include "io/repositoryindex.h"
 
 #include "io/filehash.h"
-#include "io/folderwalk.h"
 #include "io/fullspeed.h"
 #include "io/projectfile.h"
 #include "io/wholefile.h"
@@ -82,6 +81,8 @@ QJsonObject appObject(const AppConfig &app, Export *all)
     ++all->report->apps;
     QJsonArray files;
     const auto visit = [&files, all](const WalkEntry &entry) {
+        if (all->report->visited)
+            all->report->visited(entry);
         if (entry.kind == WalkEntry::File)
             files.append(fileObject(entry, all));
         const QString reason = leftOutReason(entry);

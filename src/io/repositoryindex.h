@@ -1,6 +1,7 @@
 #pragma once
 
 #include "io/fileresult.h"
+#include "io/folderwalk.h"
 #include "model/appconfig.h"
 
 #include <QJsonObject>
@@ -27,6 +28,7 @@ struct IndexReport
     QList<FileError> withoutHash; ///< files that have an entry with an empty hash
     std::optional<FileError> error; ///< why the index is not on the disk as a whole
     std::function<void(const IndexReport &)> progress; ///< called before each file is read
+    std::function<void(const WalkEntry &)> visited; ///< called with everything that is met under the listed paths
 };
 
 /// A path relative to the project folder as it is published: each backslash has become a slash.
