@@ -74,7 +74,7 @@ void TestCli::wrongUsage_data()
     QTest::newRow("URL without one") << QStringList{u"export"_s, u"a"_s, u"--url"_s}
                                      << u"Missing value after '--url'."_s;
     QTest::newRow("no such format") << QStringList{u"check"_s, u"a"_s, u"--format"_s, u"xml"_s}
-                                    << u"--format is text|json|github"_s;
+                                    << u"--format is text|json|github|sarif"_s;
     QTest::newRow("no such severity") << QStringList{u"check"_s, u"a"_s, u"--fail-on"_s, u"notes"_s}
                                       << u"--fail-on is error|warning|note"_s;
     QTest::newRow("no such code") << QStringList{u"check"_s,     u"none"_s,    u"--allow"_s,

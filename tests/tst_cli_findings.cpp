@@ -1,11 +1,16 @@
+#include "check/checkrules.h"
+#include "check/verify.h"
 #include "clitest.h"
 #include "testrunner.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
+#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +32,12 @@ private slots:
     void annotations_data();
     void annotations();
     void annotationsOfVerify();
+    void sarif();
+    void sarifOfNothing();
+    void sarifHasAllThatItNeeds_data();
+    void sarifHasAllThatItNeeds();
+    void sarifPlaces_data();
+    void sarifPlaces();
 
 private:
     Outcome check(const QStringList &options) const
@@ -52,6 +63,25 @@ QByteArray withError()
     return QByteArray(CLOCK).replace("05-03-2024", "never");
 }
 
+/// The one run of a SARIF log.
+QJsonObject runOf(const QByteArray &sarif)
+{
+    return QJsonDocument::fromJson(sarif).object().value("runs"_L1).toArray().at(0).toObject();
+}
+
+QJsonArray rulesOf(const QJsonObject &run)
+{
+    return run.value("tool"_L1).toObject().value("driver"_L1).toObject().value("rules"_L1).toArray();
+}
+
+/// The place of its first result.
+QJsonObject placeOf(const QJsonObject &run)
+{
+    const QJsonObject result = run.value("results"_L1).toArray().at(0).toObject();
+    const QJsonObject location = result.value("locations"_L1).toArray().at(0).toObject();
+    return location.value("physicalLocation"_L1).toObject();
+}
+
 } // namespace
 
 void TestCliFindings::exitCodes_data()
@@ -74,7 +104,7 @@ void TestCliFindings::exitCodes()
 {
     QFETCH(QStringList, options);
     QFETCH(QByteArray, codes);
-    for (const QString &format : {u"text"_s, u"json"_s, u"github"_s}) {
+    for (const QString &format : {u"text"_s, u"json"_s, u"github"_s, u"sarif"_s}) {
         QByteArray found;
         for (const QByteArray &line : {CLOCK, withNote(), withWarning(), withError()}) {
             makeClock(line);
@@ -301,6 +331,173 @@ void TestCliFindings::annotationsOfVerify()
         "index again.\n";
     QCOMPARE(outcome.out, expected);
     QCOMPARE(outcome.code, 1);
+}
+
+void TestCliFindings::sarif()
+{
+    makeClock(withWarning().replace("674", "5"));
+    folder->write(u"project/{0}[a](1)\n"_s, "");
+    const Outcome outcome = check({u"--format"_s, u"sarif"_s});
+    QCOMPARE(outcome.code, 1);
+    QCOMPARE(outcome.err, QByteArray());
+    QJsonArray results = runOf(outcome.out).value("results"_L1).toArray();
+    const QJsonArray rules = rulesOf(runOf(outcome.out));
+    // The order of the rules is that of the documents.
+    for (QJsonValueRef value : results) {
+        QJsonObject result = value.toObject();
+        const QJsonObject rule = rules.at(result.value("ruleIndex"_L1).toInt(-1)).toObject();
+        QCOMPARE(rule.value("id"_L1), result.value("ruleId"_L1));
+        result.remove("ruleIndex"_L1);
+        value = result;
+    }
+    const QByteArray expected = R"([
+        {
+            "ruleId": "date-missing",
+            "level": "warning",
+            "message": {"text": "The app has no publication date: add one."},
+            "locations": [{
+                "physicalLocation": {"artifactLocation": {"uri": "project/Apps.csv"}, "region": {"startLine": 2}},
+                "logicalLocations": [{"name": "Clock"}]
+            }]
+        },
+        {
+            "ruleId": "hardware-unknown",
+            "level": "error",
+            "message": {"text": "No known transmitter has the id 5: correct it."},
+            "locations": [{
+                "physicalLocation": {"artifactLocation": {"uri": "project/Apps.csv"}, "region": {"startLine": 2}},
+                "logicalLocations": [{"name": "Clock"}]
+            }]
+        },
+        {
+            "ruleId": "file-unlisted",
+            "level": "note",
+            "message": {"text": "\"{{0}}[a](1)\n\" belongs to no app: list it if it should be published."},
+            "locations": [{
+                "physicalLocation": {"artifactLocation": {"uri": "project/Apps.csv"}}
+            }]
+        }
+    ])";
+    QCOMPARE(results, QJsonDocument::fromJson(expected).array());
+}
+
+void TestCliFindings::sarifOfNothing()
+{
+    makeClock();
+    const Outcome outcome = check({u"--format"_s, u"sarif"_s});
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(QJsonDocument::fromJson(outcome.out).object().keys(), (QStringList{u"runs"_s, u"version"_s}));
+    const QJsonObject run = runOf(outcome.out);
+    QCOMPARE(run.value("results"_L1), QJsonValue(QJsonArray()));
+    const QJsonObject expected = QJsonDocument::fromJson(R"({
+            "id": "date-form",
+            "shortDescription": {"text": "The date \"…\" may be read differently elsewhere: write it as …."},
+            "defaultConfiguration": {"level": "note"}
+        })")
+                                     .object();
+    QVERIFY(rulesOf(run).contains(expected));
+}
+
+void TestCliFindings::sarifHasAllThatItNeeds_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<bool>("isCheck");
+    QTest::addColumn<int>("results");
+    const QStringList verify{u"verify"_s, u"project"_s, u"--index"_s, u"Apps.json"_s, u"--url"_s, URL};
+    QTest::newRow("check") << QStringList{u"check"_s, u"project"_s} << true << 5;
+    QTest::newRow("verify") << verify << false << 13;
+    QTest::newRow("check, nothing") << QStringList{u"check"_s, u"good"_s} << true << 0;
+}
+
+void TestCliFindings::sarifHasAllThatItNeeds()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(bool, isCheck);
+    QFETCH(int, results);
+    makeClock();
+    QVERIFY(QFile::rename(project(), folder->path(u"good"_s)));
+    makeClock(withError() + withWarning() + "\n");
+    folder->write(u"project/a"_s, "");
+    folder->write(u"Apps.json"_s, R"({"applications": [{"name": {"en": "Clock"}}, 5]})");
+    const Outcome outcome = run(arguments + QStringList{u"--format"_s, u"sarif"_s}, folder->path());
+    const QJsonObject log = QJsonDocument::fromJson(outcome.out).object();
+    QCOMPARE(log.value("version"_L1), QJsonValue(u"2.1.0"_s));
+    QCOMPARE(log.value("runs"_L1).toArray().size(), 1);
+    const QJsonObject run = runOf(outcome.out);
+    const QJsonObject driver = run.value("tool"_L1).toObject().value("driver"_L1).toObject();
+    QCOMPARE(driver.value("name"_L1), QJsonValue(u"catalist-cli"_s));
+    QVERIFY(!driver.value("version"_L1).toString().isEmpty());
+
+    const QList<Check::Rule> known = isCheck ? Check::checkRules() : Check::verifyRules();
+    const QJsonArray rules = rulesOf(run);
+    QCOMPARE(rules.size(), known.size());
+    const QSet<QString> levels{u"error"_s, u"warning"_s, u"note"_s};
+    for (qsizetype i = 0; i < rules.size(); ++i) {
+        const QJsonObject rule = rules.at(i).toObject();
+        QCOMPARE(rule.value("id"_L1), QJsonValue(QLatin1String(known.at(i).code)));
+        const QString text = rule.value("shortDescription"_L1).toObject().value("text"_L1).toString();
+        QVERIFY2(text.endsWith(u'.') && !text.contains(u"%1"), qPrintable(text));
+        const QString level = rule.value("defaultConfiguration"_L1).toObject().value("level"_L1).toString();
+        QCOMPARE(level, Check::severityName(known.at(i).severity));
+    }
+
+    QVERIFY(run.value("results"_L1).isArray());
+    const QJsonArray all = run.value("results"_L1).toArray();
+    QCOMPARE(all.size(), results);
+    for (const auto value : all) {
+        const QJsonObject result = value.toObject();
+        const QJsonObject rule = rules.at(result.value("ruleIndex"_L1).toInt(-1)).toObject();
+        QCOMPARE(result.value("ruleId"_L1), rule.value("id"_L1));
+        QVERIFY(levels.contains(result.value("level"_L1).toString()));
+        QVERIFY(!result.value("message"_L1).toObject().value("text"_L1).toString().isEmpty());
+        const QJsonArray locations = result.value("locations"_L1).toArray();
+        QCOMPARE(locations.size(), 1);
+        const QJsonObject place = locations.at(0).toObject().value("physicalLocation"_L1).toObject();
+        QVERIFY(!place.value("artifactLocation"_L1).toObject().value("uri"_L1).toString().isEmpty());
+        if (place.contains("region"_L1))
+            QVERIFY(place.value("region"_L1).toObject().value("startLine"_L1).toInt() >= 1);
+    }
+}
+
+void TestCliFindings::sarifPlaces_data()
+{
+    QTest::addColumn<QString>("place"); // as it is typed; %1 is the folder of the test
+    QTest::addColumn<QByteArray>("uri"); // empty where it depends on the folder
+    QTest::newRow("folder") << u"project"_s << "project/Apps.csv"_ba;
+    QTest::newRow("with a slash") << u"project/"_s << "project/Apps.csv"_ba;
+    QTest::newRow("file") << u"./project/Apps.csv"_s << "./project/Apps.csv"_ba;
+    QTest::newRow("colon in the first part") << u"c:d"_s << "c%3Ad/Apps.csv"_ba;
+    QTest::newRow("what a URI escapes") << u"a b/é#?%1f[]"_s << "a%20b/%C3%A9%23%3F%251f%5B%5D/Apps.csv"_ba;
+    QTest::newRow("backslash") << u"a\\b"_s << "a%5Cb/Apps.csv"_ba;
+    QTest::newRow("line end") << u"a\nb"_s << "a%0Ab/Apps.csv"_ba;
+    QTest::newRow("absolute") << u"%1/project"_s << ""_ba;
+    QTest::newRow("absolute, with what a URI escapes") << u"%1/a b:é#?%[]"_s << ""_ba;
+}
+
+void TestCliFindings::sarifPlaces()
+{
+    QFETCH(QString, place);
+    QFETCH(QByteArray, uri);
+    makeClock(withWarning());
+    QString path = place;
+    if (uri.isEmpty())
+        path.replace(u"%1"_s, folder->path());
+    const QString catalogue = QDir(folder->path()).absoluteFilePath(path);
+    if (!QFileInfo::exists(catalogue)) {
+        QVERIFY(QDir().mkpath(QFileInfo(catalogue).path()));
+        QVERIFY(QFile::rename(project(), catalogue));
+    }
+    const Outcome outcome = run({u"check"_s, path, u"--format"_s, u"sarif"_s}, folder->path());
+    const QString found =
+        placeOf(runOf(outcome.out)).value("artifactLocation"_L1).toObject().value("uri"_L1).toString();
+    if (!uri.isEmpty())
+        QCOMPARE(found.toUtf8(), uri);
+    // A reader of the log finds the file again.
+    const QUrl reference = QUrl::fromEncoded(found.toUtf8(), QUrl::StrictMode);
+    QVERIFY2(reference.isValid(), qPrintable(found));
+    const QUrl opened = QUrl::fromLocalFile(folder->path() + u'/').resolved(reference);
+    const bool isFile = QFileInfo(catalogue).isFile();
+    QCOMPARE(opened.toLocalFile(), QDir::cleanPath(isFile ? catalogue : catalogue + u"/Apps.csv"_s));
 }
 
 CATALIST_TEST(TestCliFindings)

@@ -11,7 +11,7 @@ QString severityName(Severity severity)
 }
 
 // Not the text's own arg(), which would also replace the places in a path that was filled in before.
-void Report::add(const QString &app, int line, const QStringList &particulars) const
+QString sentenceOf(const Rule &rule, const QStringList &particulars)
 {
     const QString sentence = QString::fromLatin1(rule.sentence);
     QString text;
@@ -23,9 +23,14 @@ void Report::add(const QString &app, int line, const QStringList &particulars) c
         else
             text += sentence.at(i);
     }
+    return text;
+}
+
+void Report::add(const QString &app, int line, const QStringList &particulars) const
+{
     const auto at = [&particulars](int place) { return particulars.value(place - 1); };
-    findings->append({QString::fromLatin1(rule.code), rule.severity, app, line, text, at(rule.places.file),
-                      at(rule.places.expected), at(rule.places.actual)});
+    findings->append({QString::fromLatin1(rule.code), rule.severity, app, line, sentenceOf(rule, particulars),
+                      at(rule.places.file), at(rule.places.expected), at(rule.places.actual)});
 }
 
 } // namespace Check

@@ -58,6 +58,9 @@ struct Rule
     Places places = {};
 };
 
+/// The sentence of a rule with the particulars in their places.
+[[nodiscard]] QString sentenceOf(const Rule &rule, const QStringList &particulars);
+
 /// Adds the findings of one rule.
 class Report
 {

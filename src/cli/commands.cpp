@@ -33,6 +33,7 @@ Format formatCalled(const QString &name)
         {QStringLiteral("text"), asText},
         {QStringLiteral("json"), asJson},
         {QStringLiteral("github"), asAnnotations},
+        {QStringLiteral("sarif"), asSarif},
     };
     Q_ASSERT(formats.contains(name));
     return formats.value(name);
@@ -205,7 +206,7 @@ ExitCode wrongUsage(const QString &message, const QString &command)
 const std::array<Command, 5> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
-    static const Option format{"format", "text|json|github", "Format of the findings.", "text"};
+    static const Option format{"format", "text|json|github|sarif", "Format of the findings.", "text"};
     static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
     static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
     static const Option failOn{"fail-on", "error|warning|note", "Least severity that makes the exit code 1.", "error"};

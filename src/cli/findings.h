@@ -28,6 +28,9 @@ struct Findings
 /// Workflow commands, one on each line, which a build server shows beside the lines of the file.
 [[nodiscard]] QString asAnnotations(const Findings &found);
 
+/// A log of the static analysis format SARIF 2.1.0, with one run.
+[[nodiscard]] QString asSarif(const Findings &found);
+
 [[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
 
 } // namespace Cli
