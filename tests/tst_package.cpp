@@ -206,6 +206,7 @@ void TestPackage::documents_data()
     for (const char *path :
          {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md", "doc/catalist/glossary.md",
           "doc/catalist/cli.md", "doc/catalist/formats.md", "doc/catalist/reliability.md",
+          "doc/catalist/schema/apps.schema.json", "doc/catalist/schema/findings.schema.json",
           "doc/catalist/pictures/general.png", "doc/catalist/examples/catalogue/Apps.csv"})
         QTest::newRow(path) << QString::fromLatin1(path);
 }
