@@ -1,5 +1,5 @@
 #include "check/checkrules.h"
-#include "check/verify.h"
+#include "check/verification.h"
 #include "clitest.h"
 #include "testrunner.h"
 
