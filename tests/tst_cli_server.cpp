@@ -273,6 +273,7 @@ private slots:
     void asksNothingThatIsCut();
     void secureServers();
     void indexElsewhere();
+    void formatsNameTheIndex();
     void indexCannotBeFetched_data();
     void indexCannotBeFetched();
     void oneApp();
@@ -454,6 +455,25 @@ void TestCliServer::indexElsewhere()
     served.other.redirect(u"/copy/Apps.json"_s, served.server.url(INDEX_PATH));
     const Outcome redirected = runBesideServer({u"verify"_s, copy, u"--url"_s, served.url, u"--format"_s, u"json"_s});
     QCOMPARE(codesOf(redirected.out), QStringList{u"http-redirect"_s});
+}
+
+// An index on a server is no file of the repository, and its address is a URI only with escapes.
+void TestCliServer::formatsNameTheIndex()
+{
+    Served served;
+    served.server.serve(MAIN_PATH, {.status = 404});
+    const QByteArray index = QJsonDocument(QJsonObject{{u"applications"_s, QJsonArray{served.app}}}).toJson();
+    served.server.serve(u"/i/a%20b.json"_s, answer(index, "application/json"));
+    const QString place = served.server.url(u"/i/"_s).toString() + u"a b.json"_s;
+    const QStringList arguments{u"verify"_s, served.url, u"--index"_s, place, u"--format"_s};
+    const Outcome lines = runBesideServer(arguments + QStringList{u"github"_s});
+    QCOMPARE(lines.code, 1);
+    QVERIFY2(lines.out.startsWith("::error title=file-missing::Clock: \"Clock/main.lua\" "), lines.out.constData());
+    QCOMPARE(lines.out.count('\n'), 1);
+    const Outcome log = runBesideServer(arguments + QStringList{u"sarif"_s});
+    QCOMPARE(log.code, 1);
+    const QByteArray uri = served.server.url(u"/i/"_s).toEncoded() + "a%20b.json";
+    QVERIFY2(log.out.contains("\"uri\": \"" + uri + '"'), log.out.constData());
 }
 
 void TestCliServer::indexCannotBeFetched_data()

@@ -13,7 +13,7 @@ namespace Cli {
 struct Findings
 {
     QString command;
-    QString input; ///< the file that they were found in, as the user named it
+    QString input; ///< the file or URL that they were found in, as the user named it
     QList<Check::Rule> rules; ///< of the command
     Check::Result result = {};
     bool isWhole = false; ///< otherwise the text only has examples of what was found very often

@@ -1,5 +1,8 @@
 #include "cli/findings.h"
 #include "cli/output.h"
+#include "cli/place.h"
+
+#include <QStringList>
 
 #include <array>
 
@@ -39,15 +42,18 @@ QString asAnnotations(const Findings &found)
     QString lines;
     for (const Finding &finding : found.result.findings) {
         const bool hasLine = finding.line > 0;
-        lines += QStringLiteral("::") + levelName(finding.severity) + QStringLiteral(" file=")
-                 + escapedProperty(found.input);
+        QStringList properties;
+        if (!isUrl(found.input))
+            properties.append(QStringLiteral("file=") + escapedProperty(found.input));
         if (hasLine)
-            lines += QStringLiteral(",line=") + QString::number(finding.line);
-        lines += QStringLiteral(",title=") + escapedProperty(finding.code) + QStringLiteral("::");
+            properties.append(QStringLiteral("line=") + QString::number(finding.line));
+        properties.append(QStringLiteral("title=") + escapedProperty(finding.code));
         // Without a line only the name says which app it is.
-        if (!hasLine && !finding.app.isEmpty())
-            lines += escaped(finding.app) + QStringLiteral(": ");
-        lines += escaped(finding.text) + QLatin1Char('\n');
+        const bool needsApp = !hasLine && !finding.app.isEmpty();
+        const QString app = needsApp ? escaped(finding.app) + QStringLiteral(": ") : QString();
+        lines += QStringLiteral("::") + levelName(finding.severity) + QLatin1Char(' ')
+                 + properties.join(QLatin1Char(',')) + QStringLiteral("::") + app + escaped(finding.text)
+                 + QLatin1Char('\n');
     }
     return lines;
 }

@@ -1,4 +1,5 @@
 #include "cli/findings.h"
+#include "cli/place.h"
 
 #include <QDir>
 #include <QHash>
@@ -28,9 +29,11 @@ QJsonObject asRule(const Rule &rule)
     };
 }
 
-/// A path as a reference to a file: absolute, or relative to the folder that the reader has in mind.
+/// A URL as it is, a path as a reference to a file, which stays relative if the path is.
 QString uriOf(const QString &path)
 {
+    if (isUrl(path))
+        return QString::fromLatin1(QUrl(path).toEncoded());
     const QString portable = QDir::fromNativeSeparators(path);
     if (QDir::isRelativePath(portable))
         return QString::fromLatin1(QUrl::toPercentEncoding(portable, "/"));
