@@ -3,6 +3,7 @@
 #include "check/checkrules.h"
 #include "check/verification.h"
 #include "cli/commandfunctions.h"
+#include "cli/completion.h"
 #include "cli/findings.h"
 #include "cli/output.h"
 #include "cli/place.h"
@@ -180,6 +181,11 @@ ExitCode restore(const QStringList &arguments, const QCommandLineParser &options
     return print(QStringLiteral("%1: %2\n").arg(size, visible(output))) ? Clean : Failed;
 }
 
+ExitCode completion(const QStringList &arguments, const QCommandLineParser & /*options*/)
+{
+    return print(completionScript(arguments.constFirst(), commands())) ? Clean : Failed;
+}
+
 } // namespace
 
 QString projectFile(const QString &project)
@@ -203,15 +209,16 @@ ExitCode wrongUsage(const QString &message, const QString &command)
     return Failed;
 }
 
-const std::array<Command, 5> &commands()
+const std::array<Command, 6> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
     static const Option format{"format", "text|json|github|sarif", "Format of the findings.", "text"};
     static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
-    static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times."};
+    static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times.",
+                              nullptr, false,  true};
     static const Option failOn{"fail-on", "error|warning|note", "Least severity that makes the exit code 1.", "error"};
     static const Option strict{"strict", nullptr, "The same as --fail-on warning."};
-    static const std::array<Command, 5> all{{
+    static const std::array<Command, 6> all{{
         {"export",
          {project},
          "Writes the index of a catalogue, as \"Save and generate JSON\" does.",
@@ -239,6 +246,11 @@ const std::array<Command, 5> &commands()
          "Brings an entry of the history back; what the file holds now is kept first.",
          {{"output", "FILE", "File to write instead of the one that the entry was kept of."}},
          restore},
+        {"completion",
+         {{"SHELL", "Shell that is to complete the command line: bash, fish or zsh.", "bash|fish|zsh"}},
+         "Prints the script that completes the command line in a shell.",
+         {},
+         completion},
     }};
     return all;
 }

@@ -20,6 +20,7 @@ struct Argument
 {
     const char *name;
     const char *description;
+    const char *words = nullptr; ///< the allowed ones with "|" between them; null for any
 };
 
 struct Option
@@ -29,7 +30,20 @@ struct Option
     const char *description;
     const char *fallback = nullptr;
     bool isRequired = false;
+    bool isRepeatable = false;
+    const char *letter = nullptr; ///< its short form
 };
+
+// The program takes them before a command; each command takes the first.
+inline constexpr Option SHOW_HELP{"help", nullptr, "Show this help.", nullptr, false, false, "h"};
+inline constexpr Option SHOW_VERSION{"version", nullptr, "Show the version.", nullptr, false, false, "v"};
+
+/// The words of a list with "|" between them; none when it is no such list.
+[[nodiscard]] inline QStringList allowedWords(const char *list)
+{
+    QStringList words = QString::fromLatin1(list).split(QLatin1Char('|'));
+    return words.size() > 1 ? words : QStringList();
+}
 
 struct Command
 {
@@ -43,6 +57,6 @@ struct Command
 /// Says on standard error what is wrong, and where to find help. The command is empty for the whole program.
 [[nodiscard]] ExitCode wrongUsage(const QString &message, const QString &command = {});
 
-[[nodiscard]] const std::array<Command, 5> &commands();
+[[nodiscard]] const std::array<Command, 6> &commands();
 
 } // namespace Cli

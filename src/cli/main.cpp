@@ -32,9 +32,18 @@ QString helpText(const Option &option)
                            : text(option.description);
 }
 
-QCommandLineOption helpOption()
+QCommandLineOption parserOption(const Option &option)
 {
-    return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
+    QStringList names{text(option.name)};
+    if (option.letter)
+        names.prepend(text(option.letter));
+    return {names, helpText(option), text(option.value), text(option.fallback)};
+}
+
+bool isAllowed(const char *list, const QString &word)
+{
+    const QStringList words = allowedWords(list);
+    return words.isEmpty() || words.contains(word);
 }
 
 ExitCode run(const Command &command, const QStringList &typed)
@@ -47,20 +56,26 @@ ExitCode run(const Command &command, const QStringList &typed)
         parser.addPositionalArgument(text(argument.name), text(argument.description));
     }
     for (const Option &option : command.options)
-        parser.addOption({text(option.name), helpText(option), text(option.value), text(option.fallback)});
-    parser.addOption(helpOption());
+        parser.addOption(parserOption(option));
+    parser.addOption(parserOption(SHOW_HELP));
     const bool isParsed = parser.parse(typed);
     const QString name = text(command.name);
-    if (parser.isSet(QStringLiteral("help"))) {
+    if (parser.isSet(text(SHOW_HELP.name))) {
         const QString usage = QStringLiteral(" [options] ");
         return print(parser.helpText().replace(usage, QLatin1Char(' ') + name + usage)) ? Clean : Failed;
     }
     if (!isParsed)
         return wrongUsage(parser.errorText(), name);
-    if (parser.positionalArguments().size() != places.size())
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != places.size())
         return wrongUsage(QStringLiteral("%1 takes %2").arg(name, places.join(QLatin1Char(' '))), name);
-    if (parser.positionalArguments().contains(QString()))
+    if (arguments.contains(QString()))
         return wrongUsage(QStringLiteral("An argument of %1 is empty").arg(name), name);
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const char *words = command.arguments.at(i).words;
+        if (!isAllowed(words, arguments.at(i)))
+            return wrongUsage(QStringLiteral("%1 is %2").arg(places.at(i), text(words)), name);
+    }
     for (const Option &option : command.options) {
         if (option.isRequired && !parser.isSet(text(option.name)))
             return wrongUsage(QStringLiteral("%1 needs --%2").arg(name, text(option.name)), name);
@@ -76,18 +91,17 @@ ExitCode run(const Command &command, const QStringList &typed)
         if (isNumber && !isCount(parser.value(text(option.name))))
             return wrongUsage(QStringLiteral("--%1 needs a number from 1 to %2").arg(text(option.name)).arg(MOST),
                               name);
-        const QStringList words = text(option.value).split(QLatin1Char('|'));
-        if (words.size() > 1 && !words.contains(parser.value(text(option.name))))
+        if (!isAllowed(option.value, parser.value(text(option.name))))
             return wrongUsage(QStringLiteral("--%1 is %2").arg(text(option.name), text(option.value)), name);
     }
-    return command.run(parser.positionalArguments(), parser);
+    return command.run(arguments, parser);
 }
 
 QString programHelp(const QCommandLineParser &parser)
 {
     QString help = parser.helpText() + QStringLiteral("\nCommands:\n");
     for (const Command &command : commands())
-        help += QStringLiteral("  %1 %2\n").arg(text(command.name).leftJustified(9), text(command.description));
+        help += QStringLiteral("  %1 %2\n").arg(text(command.name).leftJustified(10), text(command.description));
     return help
            + QStringLiteral(
                "\nExit codes: 0 done and clean, 1 the catalogue has errors, 2 wrong usage or a failure.\n");
@@ -98,16 +112,14 @@ ExitCode runProgram(const QStringList &words)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Publishes and checks catalogues of transmitter apps."));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                     QStringLiteral("Show the version."));
-    parser.addOptions({helpOption(), version});
+    parser.addOptions({parserOption(SHOW_HELP), parserOption(SHOW_VERSION)});
     parser.addPositionalArgument(QStringLiteral("COMMAND"),
                                  QStringLiteral("One of those below; each has its own --help."));
     if (!parser.parse(words))
         return wrongUsage(parser.errorText());
-    if (parser.isSet(QStringLiteral("help")))
+    if (parser.isSet(text(SHOW_HELP.name)))
         return print(programHelp(parser)) ? Clean : Failed;
-    if (parser.isSet(version))
+    if (parser.isSet(text(SHOW_VERSION.name)))
         return print(QStringLiteral("catalist-cli " CATALIST_VERSION "\n")) ? Clean : Failed;
     const QStringList rest = parser.positionalArguments();
     if (rest.isEmpty())
