@@ -75,16 +75,16 @@ function(catalist_window target)
     endif()
 endfunction()
 
-# catalist_install_programs(WINDOW COMMAND): where the system looks for them. Where it does not have Qt's
-# libraries, they come along.
+# catalist_install_programs(WINDOW COMMAND): where the system looks for them; each is the component that is called like
+# it. Where the system does not have Qt's libraries, they come along.
 function(catalist_install_programs window command)
     install(TARGETS ${window} BUNDLE DESTINATION .)
     if(APPLE)
         # The command finds the libraries in the bundle.
         set_target_properties(${command} PROPERTIES INSTALL_RPATH "@executable_path/../Frameworks")
-        install(TARGETS ${command} DESTINATION "${window}.app/Contents/MacOS")
+        install(TARGETS ${command} DESTINATION "${window}.app/Contents/MacOS" COMPONENT ${command})
     else()
-        install(TARGETS ${command})
+        install(TARGETS ${command} COMPONENT ${command})
     endif()
 
     if(NOT CATALIST_HAS_SYSTEM_LIBRARIES)
