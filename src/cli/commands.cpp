@@ -214,8 +214,7 @@ const std::array<Command, 6> &commands()
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
     static const Option format{"format", "text|json|github|sarif", "Format of the findings.", "text"};
     static const Option every{"all", nullptr, "Show every finding as text, also of a code that was found often."};
-    static const Option allow{"allow", "CODE", "Leave out the findings with this code; can be given several times.",
-                              nullptr, false,  true};
+    static const Option allow{"allow", "CODE", "Leave out the findings with this code.", nullptr, false, true};
     static const Option failOn{"fail-on", "error|warning|note", "Least severity that makes the exit code 1.", "error"};
     static const Option strict{"strict", nullptr, "The same as --fail-on warning."};
     static const std::array<Command, 6> all{{

@@ -26,10 +26,14 @@ bool isCount(const QString &typed)
 
 QString helpText(const Option &option)
 {
+    QString all = text(option.description);
     if (option.isRequired)
-        return text(option.description) + QStringLiteral(" Required.");
-    return option.fallback ? text(option.description) + QStringLiteral(" Default: %1.").arg(text(option.fallback))
-                           : text(option.description);
+        all += QStringLiteral(" Required.");
+    else if (option.fallback)
+        all += QStringLiteral(" Default: %1.").arg(text(option.fallback));
+    if (option.isRepeatable)
+        all += QStringLiteral(" Can be given several times.");
+    return all;
 }
 
 QCommandLineOption parserOption(const Option &option)
