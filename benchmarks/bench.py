@@ -7,6 +7,7 @@
 import json
 import math
 import re
+import subprocess
 import sys
 from pathlib import Path
 
@@ -14,6 +15,7 @@ from data import APP_COUNTS, KB, PAGE_SIZES, PICTURES, make_data, page_name
 from measuring import OURS, Contender, Laboratory, printed_times
 from picture import BLUE, GREY, ORANGE, draw
 from report import CORES, PICTURE, Goals, has_sha_instructions, machine, page_part, put_into, write_data
+from webserver import served
 
 HERE = Path(__file__).resolve().parent
 BUILD = HERE.parent / "build" / "release"
@@ -36,6 +38,8 @@ OTHERS = {
     "sha1sum": ("sha1sum", 8),
     "hashdeep": ("hashdeep -c sha1", 4),
 }
+REQUESTS = 8  # at a time
+FETCHED = "curl and sha1sum"
 WALKERS = ("rhash", "hashdeep")  # those that find the files of a folder themselves
 TEARERS = ("openssl", "hashdeep")  # those whose lines are torn when several write to the same file
 FLOOR = "plain widgets"
@@ -49,6 +53,10 @@ WHY_APPLY = ("**Apply** fills the list of apps again. With many apps nearly all 
              "the list. Plain widgets wait for that too.")
 WHY_KEYSTROKE = ("**A keystroke** renders the whole description again. With long ones nearly all of the time is Qt's, "
                  "which reads the page and lays it out. Plain widgets wait for that too.")
+
+
+def verifying(tree):
+    return f"Verifying {TREES[tree][0]} on a server"
 
 
 def publishing(tree):
@@ -119,6 +127,29 @@ def publish(laboratory):
     return rows
 
 
+def verify_server(laboratory):
+    rows = []
+    folder, index, requests = SCRATCH / "fetched", SCRATCH / "Apps.json", SCRATCH / "requests"
+    fetch = (f"rm -rf '{folder}' && curl --silent --fail --parallel --parallel-max {REQUESTS} --create-dirs "
+             f"--config '{requests}' && find '{folder}' -type f -print0 | xargs -0 sha1sum")
+    with served(DATA, SCRATCH) as url:
+        for tree in ("large", "even"):
+            place = f"{url}{tree}/"
+            subprocess.run([CLI, "export", DATA / tree, "--url", place, "--output", index], check=True,
+                           stdout=subprocess.DEVNULL)
+            apps = json.loads(index.read_text(encoding="utf-8"))["applications"]
+            urls = [file["url"] for app in apps for file in app["files"]]
+            requests.write_text("".join(f'url = "{one}"\noutput = "{folder}/{one.removeprefix(place)}"\n'
+                                        for one in urls))
+            rows += laboratory.compare(verifying(tree), [
+                Contender(OURS, [CLI, "verify", place, "--index", index, "--jobs", str(REQUESTS),
+                                 "--allow", "icon-not-found"],
+                          result=lambda output: re.search(r", (\d+) files: no findings", output).group(1)),
+                Contender(FETCHED, ["sh", "-c", fetch], result=lambda output: str(len(output.splitlines()))),
+            ])
+    return rows
+
+
 def open_and_save(laboratory):
     rows = []
     saved = SCRATCH / "Apps.csv"
@@ -172,6 +203,8 @@ def goals(rows):
     for tree in ("many", "listed"):
         title, count = TREES[tree]
         goals.limit(f"Memory for each of {title}", 3, (goals.row(publishing(tree)).peak - few.peak) / count / KB, "KB")
+    for tree in ("large", "even"):
+        goals.ratio(verifying(tree), 1.5, [FETCHED])
     for action in ("opening", "saving"):
         goals.ratio(project(APP_COUNTS[-1], action), 0.5, ["Python"])
         for count in APP_COUNTS[2:]:
@@ -212,7 +245,7 @@ def main():
     about = machine(CLI) | {"runs": laboratory.runs}
     print("Making the data" if not DATA.is_dir() else "Measuring", file=sys.stderr)
     make_data(DATA)
-    rows = publish(laboratory) + open_and_save(laboratory) + use_window(laboratory)
+    rows = publish(laboratory) + verify_server(laboratory) + open_and_save(laboratory) + use_window(laboratory)
     figures = goals(rows)
     for row in rows:
         print(f"{row.median * 1000:10,.1f} ms  {row.what}: {row.who}")

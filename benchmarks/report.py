@@ -14,7 +14,7 @@ from measuring import OURS
 
 BEGIN = "<!-- Written by ./dev bench --record -->\n"
 END = "<!-- The end of what is written -->\n"
-PACKAGES = ("libqt6core6", "libssl3", "coreutils", "rhash", "hashdeep", "openssl", "g++")
+PACKAGES = ("libqt6core6", "libssl3", "coreutils", "rhash", "hashdeep", "openssl", "curl", "nginx-light", "g++")
 PICTURE = Path("pictures") / "performance.svg"
 CORES = len(os.sched_getaffinity(0))
 
