@@ -113,7 +113,7 @@ void TestCliCompletion::inBash_data()
     QTest::newRow("no such command") << u"|x"_s << none;
     QTest::newRow("options of the program") << u"|-"_s << QStringList{u"--help"_s, u"--version"_s};
     QTest::newRow("command after an option") << u"|--help|ex"_s << QStringList{u"export"_s};
-    QTest::newRow("options") << u"|export|--"_s << QStringList{u"--help"_s, u"--output"_s, u"--url"_s};
+    QTest::newRow("options") << u"|export|--"_s << QStringList{u"--help"_s, u"--jobs"_s, u"--output"_s, u"--url"_s};
     QTest::newRow("options after an argument") << u"|restore|sub|-"_s << QStringList{u"--help"_s, u"--output"_s};
     QTest::newRow("options of no command") << u"|nothing|--"_s << none;
     QTest::newRow("words") << u"|check|--fail-on|"_s << levels;
@@ -203,7 +203,8 @@ void TestCliCompletion::inFish_data()
     QTest::addColumn<QString>("line");
     QTest::addColumn<QStringList>("expected");
     QTest::newRow("commands") << u"catalist-cli c"_s << QStringList{u"check"_s, u"completion"_s};
-    QTest::newRow("options") << u"catalist-cli export --"_s << QStringList{u"--help"_s, u"--output"_s, u"--url"_s};
+    QTest::newRow("options") << u"catalist-cli export --"_s
+                             << QStringList{u"--help"_s, u"--jobs"_s, u"--output"_s, u"--url"_s};
     QTest::newRow("command after an option") << u"catalist-cli --help ex"_s << QStringList{u"export"_s};
     QTest::newRow("words") << u"catalist-cli check --fail-on "_s << QStringList{u"error"_s, u"note"_s, u"warning"_s};
     QTest::newRow("words after =") << u"catalist-cli check --fail-on=w"_s << QStringList{u"--fail-on=warning"_s};

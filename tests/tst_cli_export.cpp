@@ -318,6 +318,11 @@ void TestCliExport::exportIsNeverHalfThere()
     QCOMPARE(reader.readAll(), "old"_ba);
     QCOMPARE(folder->read(u"Apps.json"_s), expected);
 
+    for (const QString &jobs : {u"1"_s, u"2"_s, u"1000"_s}) {
+        QCOMPARE(run(arguments + QStringList{u"--jobs"_s, jobs}).code, 0);
+        QCOMPARE(folder->read(u"Apps.json"_s), expected);
+    }
+
     if (!hasShell())
         QSKIP("No shell here");
     folder->write(u"Apps.json"_s, "old");

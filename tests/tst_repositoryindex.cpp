@@ -56,6 +56,8 @@ private slots:
     void links();
     void circularLinkEnds();
     void unreadableFile();
+    void sameOnSeveralThreads_data();
+    void sameOnSeveralThreads();
     void backslashes();
     void fullListing();
     void listsTheIndexItself();
@@ -305,6 +307,50 @@ void TestRepositoryIndex::unreadableFile()
                 }
             ],
 )"));
+}
+
+void TestRepositoryIndex::sameOnSeveralThreads_data()
+{
+    QTest::addColumn<int>("threads");
+    for (const int threads : {2, 3, 16})
+        QTest::addRow("%d", threads) << threads;
+}
+
+void TestRepositoryIndex::sameOnSeveralThreads()
+{
+    QFETCH(int, threads);
+    const Folder folder;
+    // Files of all sizes around those of a block and of a batch, and more than are under way at a time.
+    for (int i = 0; i < 2000; ++i)
+        folder.write(u"L%1/f%2"_s.arg(i % 7).arg(i), QByteArray(i % 40, char('a' + i % 26)));
+    for (const int size : {0, 262'143, 262'144, 262'145, 999'999, 1'000'000, 3'000'000})
+        folder.write(u"L3/big%1"_s.arg(size), QByteArray(size, 'x'));
+    for (const QString &closed : {u"L0/f0"_s, u"L2/f1997"_s})
+        QVERIFY(QFile::setPermissions(folder.path(closed), {}));
+    QList<AppConfig> apps;
+    for (int i = 0; i < 7; ++i)
+        apps.append(listing({u"L%1"_s.arg(i), u"gone%1"_s.arg(i), u"L3/big0"_s}));
+
+    const OrdinaryUser user;
+    const auto build = [&](int onThreads, QStringList *reports) {
+        IndexReport report;
+        report.progress = [reports](const IndexReport &now) {
+            reports->append(u"%1 %2 %3"_s.arg(now.apps).arg(now.files).arg(now.bytes));
+        };
+        const QJsonObject index = buildRepositoryIndex(apps, url(), folder.path(), &report, onThreads);
+        for (const QList<FileError> &errors : {report.leftOut, report.withoutHash}) {
+            for (const FileError &error : errors)
+                reports->append(error.text());
+        }
+        reports->append(u"%1 %2"_s.arg(report.files).arg(report.bytes));
+        return index;
+    };
+    QStringList expectedReports;
+    QStringList reports;
+    const QJsonObject expected = build(1, &expectedReports);
+    QCOMPARE(expectedReports.size(), 2007 + 7 + 7 + 2 + 1);
+    QCOMPARE(build(threads, &reports), expected);
+    QCOMPARE(reports, expectedReports);
 }
 
 void TestRepositoryIndex::backslashes()

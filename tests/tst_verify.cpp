@@ -217,6 +217,11 @@ void TestVerify::everyCode()
     }();
     QVERIFY(result);
     QVERIFY2(codesOf(result) == one.expectedCodes(), qPrintable(textsOf(result).join(u'\n')));
+
+    const OrdinaryUser user;
+    const auto onThreads = Check::verifyIndex(published.folder.path(u"www"_s),
+                                              published.folder.path(u"www/Apps.json"_s), published.url, {}, 3);
+    QCOMPARE(textsOf(onThreads), textsOf(result));
 }
 
 void TestVerify::everyCodeHasCases()

@@ -3,8 +3,8 @@
 #include "check/page.h"
 #include "check/projecttree.h"
 #include "check/verification.h"
-#include "io/filehash.h"
 #include "io/folderwalk.h"
+#include "io/hashqueue.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "io/wholefile.h"
@@ -23,10 +23,12 @@ namespace {
 class FolderVerification : public Verification
 {
 public:
-    FolderVerification(const QString &folder, QString repositoryUrl)
-        : Verification(std::move(repositoryUrl)), tree(QDir(folder).canonicalPath())
+    FolderVerification(const QString &folder, QString repositoryUrl, int threads)
+        : Verification(std::move(repositoryUrl)), tree(QDir(folder).canonicalPath()), hashes(threads)
     {
     }
+
+    void finishHashes() { hashes.finish(); }
 
     void addUnnamed(const QString &indexFile)
     {
@@ -48,11 +50,12 @@ protected:
             report("size-differs", {file.path, QString::number(info.size()), QString::number(file.size)});
             return;
         }
-        const auto real = hasher.hash(info.filePath());
-        if (!real)
-            report("file-unreadable", {file.path});
-        else if (*real != file.hash)
-            report("hash-differs", {file.path, *real, file.hash});
+        hashes.add(info.filePath(), file.size, [this, file, position = here()](const FileResult<QString> &real) {
+            if (!real)
+                reportAt(position, "file-unreadable", {file.path});
+            else if (*real != file.hash)
+                reportAt(position, "hash-differs", {file.path, *real, file.hash});
+        });
     }
 
     void verifyIcon(const QString &path) override
@@ -93,7 +96,7 @@ private:
     }
 
     ProjectTree tree;
-    FileHasher hasher{QCryptographicHash::Sha1};
+    HashQueue hashes;
 };
 
 int lineOf(const QByteArray &content, qsizetype offset)
@@ -121,16 +124,17 @@ FileResult<QJsonObject> readIndex(const QString &path)
 }
 
 FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl,
-                               const std::optional<QString> &appName)
+                               const std::optional<QString> &appName, int threads)
 {
     if (const auto listed = listFolder(folder); !listed)
         return listed.error();
     const auto index = readIndex(indexFile);
     if (!index)
         return index.error();
-    FolderVerification verification(folder, repoUrl);
+    FolderVerification verification(folder, repoUrl, threads);
     if (!verification.verify(*index, appName))
         return FileError{indexFile, QStringLiteral("Has no app called \"%1\"").arg(*appName)};
+    verification.finishHashes();
     if (!appName)
         verification.addUnnamed(indexFile);
     return verification.result();

@@ -20,7 +20,8 @@ namespace Check {
 /// What is wrong with a published index, or with one app of it, for a client that downloads from a repository URL; the
 /// folder has the files of that URL. In the order of the index; files that the index does not name come last, and only
 /// when all apps are looked at. An error when the folder or the index cannot be read, or the app is not in it.
+/// The threads hash the files.
 [[nodiscard]] FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl,
-                                             const std::optional<QString> &appName = {});
+                                             const std::optional<QString> &appName = {}, int threads = 1);
 
 } // namespace Check

@@ -57,7 +57,7 @@ public:
             break;
         case WalkEntry::File:
         case WalkEntry::Missing:
-            if (entry.isStart || entry.isLink)
+            if (entry.isLink || (entry.isStart && entry.info.fileName() == target.fileName()))
                 isListed = isListed || behindLinks(entry.info.filePath()) == target.filePath();
             break;
         default:
@@ -113,7 +113,7 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
             });
         };
         const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-        content = QJsonDocument(buildRepositoryIndex(apps, url, projectFolder(project), &report))
+        content = QJsonDocument(buildRepositoryIndex(apps, url, projectFolder(project), &report, threads(options)))
                       .toJson(QJsonDocument::Indented)
                       .replace("\n", QByteArray(LINE_END.data(), LINE_END.size()));
     }

@@ -13,6 +13,9 @@ namespace Cli {
 
 ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &options);
 
+/// How many threads the user wants; by default one for each core.
+[[nodiscard]] int threads(const QCommandLineParser &options);
+
 /// The project file in a folder, which need not exist any more, or the file itself.
 [[nodiscard]] QString projectFile(const QString &project);
 

@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
+#include <QThread>
 #include <QUrl>
 
 #include <algorithm>
@@ -101,8 +102,11 @@ ExitCode check(const QStringList &arguments, const QCommandLineParser &options)
 
 FetchOptions fetchOptions(const QCommandLineParser &options)
 {
-    return {options.value(QStringLiteral("jobs")).toInt(),
-            std::chrono::seconds(options.value(QStringLiteral("timeout")).toInt())};
+    FetchOptions asked;
+    asked.timeout = std::chrono::seconds(options.value(QStringLiteral("timeout")).toInt());
+    if (options.isSet(QStringLiteral("jobs")))
+        asked.jobs = options.value(QStringLiteral("jobs")).toInt();
+    return asked;
 }
 
 ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
@@ -110,6 +114,7 @@ ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
     VerifyOptions asked;
     asked.place = arguments.constFirst();
     asked.index = options.value(QStringLiteral("index"));
+    asked.threads = threads(options);
     asked.fetch = fetchOptions(options);
     if (options.isSet(QStringLiteral("app")))
         asked.appName = options.value(QStringLiteral("app"));
@@ -188,6 +193,12 @@ ExitCode completion(const QStringList &arguments, const QCommandLineParser & /*o
 
 } // namespace
 
+int threads(const QCommandLineParser &options)
+{
+    const QString jobs = QStringLiteral("jobs");
+    return options.isSet(jobs) ? options.value(jobs).toInt() : QThread::idealThreadCount();
+}
+
 QString projectFile(const QString &project)
 {
     const QFileInfo info(project);
@@ -222,7 +233,8 @@ const std::array<Command, 6> &commands()
          {project},
          "Writes the index of a catalogue, as \"Save and generate JSON\" does.",
          {{"url", "URL", "Repository URL, from which the files of the catalogue will be downloaded.", nullptr, true},
-          {"output", "FILE", "Index to write; - is standard output.", "Apps.json"}},
+          {"output", "FILE", "Index to write; - is standard output.", "Apps.json"},
+          {"jobs", "N", "Files to hash at a time. Default: one for each core."}},
          exportIndex},
         {"check", {project}, "Reports what is wrong with a catalogue.", {format, every, allow, failOn, strict}, check},
         {"verify",
@@ -231,7 +243,9 @@ const std::array<Command, 6> &commands()
          {{"index", "FILE", "Index to verify, or its URL. Default: Apps.json in PLACE."},
           {"url", "URL", "Repository URL of the index. Required for a folder; default for a server: PLACE."},
           {"app", "NAME", "Verify the app of this name only."},
-          {"jobs", "N", "Requests at a time to a server.", "8"},
+          {"jobs", "N",
+           "Requests at a time to a server, by default 8; files to hash at a time in a folder, by default one for each "
+           "core."},
           {"timeout", "SECONDS", "Longest time without a byte from a server.", "30"},
           format,
           every,

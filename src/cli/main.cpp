@@ -92,7 +92,7 @@ ExitCode run(const Command &command, const QStringList &typed)
         }
         const bool isNumber =
             text(option.value) == QLatin1String("N") || text(option.value) == QLatin1String("SECONDS");
-        if (isNumber && !isCount(parser.value(text(option.name))))
+        if (isNumber && parser.isSet(text(option.name)) && !isCount(parser.value(text(option.name))))
             return wrongUsage(QStringLiteral("--%1 needs a number from 1 to %2").arg(text(option.name)).arg(MOST),
                               name);
         if (!isAllowed(option.value, parser.value(text(option.name))))

@@ -67,6 +67,8 @@ QString counted(qint64 number, const QString &thing)
     return QStringLiteral("%1 %2%3").arg(QString::number(number), thing, number == 1 ? QString() : QStringLiteral("s"));
 }
 
+ProgressLine::ProgressLine() : isVisible(isErrorOnTerminal()) { }
+
 ProgressLine::~ProgressLine()
 {
     if (isShown)
@@ -76,7 +78,7 @@ ProgressLine::~ProgressLine()
 void ProgressLine::show(const std::function<QString()> &text)
 {
     constexpr qint64 INTERVAL = 100; // milliseconds
-    if (!isErrorOnTerminal() || (sinceShown.isValid() && sinceShown.elapsed() < INTERVAL))
+    if (!isVisible || (sinceShown.isValid() && sinceShown.elapsed() < INTERVAL))
         return;
     sinceShown.start();
     isShown = true;

@@ -32,7 +32,7 @@ void printError(const QString &message, const QStringList &more = {});
 class ProgressLine
 {
 public:
-    ProgressLine() = default;
+    ProgressLine();
     ~ProgressLine();
     Q_DISABLE_COPY_MOVE(ProgressLine)
 
@@ -40,6 +40,7 @@ public:
     void show(const std::function<QString()> &text);
 
 private:
+    bool isVisible;
     QElapsedTimer sinceShown;
     bool isShown = false;
 };

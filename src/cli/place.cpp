@@ -100,7 +100,7 @@ FileResult<Check::ServerResult> verifyPlace(const VerifyOptions &options)
     if (isUrl(options.place))
         return verifyUrl(options);
     const QString index = indexPlace(options);
-    const auto result = Check::verifyIndex(options.place, index, options.repoUrl, options.appName);
+    const auto result = Check::verifyIndex(options.place, index, options.repoUrl, options.appName, options.threads);
     if (!result)
         return result.error();
     return Check::ServerResult{*result, true};

@@ -24,7 +24,8 @@ struct VerifyOptions
     QString index; ///< empty for Apps.json there
     QString repoUrl; ///< with a "/" at its end
     std::optional<QString> appName;
-    FetchOptions fetch;
+    int threads = 1; ///< that hash the files of a folder
+    FetchOptions fetch; ///< from a server
 };
 
 /// The file or URL of the index that verifyPlace() reads.

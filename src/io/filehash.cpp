@@ -1,9 +1,8 @@
 #include "io/filehash.h"
 
-#include "io/platform.h"
+#include "io/regularfile.h"
 
 #include <QDebug>
-#include <QFile>
 
 namespace {
 
@@ -28,17 +27,16 @@ FileResult<QString> FileHasher::hash(const QString &path)
 
 FileResult<> FileHasher::addContent(const QString &path)
 {
-    QFile file(path);
-    if (auto opened = openRegularFile(&file); !opened)
+    RegularFile file;
+    if (auto opened = file.open(path); !opened)
         return opened;
     while (true) {
-        const qint64 size = file.read(block.data(), block.size());
-        if (size < 0)
-            return FileError{path, file.errorString()};
-        // Not at a short read: an error after it shows only in the next one.
-        if (size == 0)
+        const auto size = file.read(block.data(), block.size());
+        if (!size)
+            return size.error();
+        if (*size == 0)
             return {};
-        digest.add(QByteArrayView(block.constData(), size));
+        digest.add(QByteArrayView(block.constData(), *size));
     }
 }
 

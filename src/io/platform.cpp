@@ -9,35 +9,12 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #endif
-
-namespace {
-
-/// Devices do things when they are opened.
-FileResult<> refuseDevice(const QString &path)
-{
-    const QFileInfo info(path);
-    if (!info.isFile() && info.exists())
-        return FileError{path, QStringLiteral("Is not a regular file")};
-    return {};
-}
-
-} // namespace
 
 #ifdef Q_OS_UNIX
 
 namespace {
-
-/// Calls again what a signal has interrupted.
-template <typename Call> auto uninterrupted(Call call)
-{
-    auto answer = call();
-    while (answer == -1 && errno == EINTR)
-        answer = call();
-    return answer;
-}
 
 // Some file systems have no such call. On others, such as a network, this is where a write fails.
 FileResult<> sync(int descriptor, const QString &path)
@@ -59,21 +36,6 @@ void sendTermination(int number)
     errno = error;
 }
 
-/// Opens a regular file; -1 when that fails. It may have become another kind of file since it was looked at: opening a
-/// pipe would wait for its writer, and so do some files of the system.
-int openRegular(const QString &path)
-{
-    const QByteArray name = QFile::encodeName(path);
-    const int descriptor =
-        uninterrupted([&name] { return ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
-    struct stat status = {};
-    if (descriptor == -1 || (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)))
-        return descriptor;
-    ::close(descriptor);
-    errno = EINVAL;
-    return -1;
-}
-
 } // namespace
 
 std::filesystem::path systemPath(const QString &path)
@@ -84,19 +46,6 @@ std::filesystem::path systemPath(const QString &path)
 bool isHiddenEntry(const QFileInfo &entry)
 {
     return entry.fileName().startsWith(u'.');
-}
-
-FileResult<> openRegularFile(QFile *file)
-{
-    const QString path = file->fileName();
-    if (auto accepted = refuseDevice(path); !accepted)
-        return accepted;
-    const int descriptor = openRegular(path);
-    if (descriptor == -1)
-        return FileError{path, systemReason(errno)};
-    if (!file->open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
-        return FileError{path, file->errorString()};
-    return {};
 }
 
 FileResult<> syncFile(const QFileDevice &file)
@@ -161,15 +110,6 @@ std::filesystem::path systemPath(const QString &path)
 bool isHiddenEntry(const QFileInfo &entry)
 {
     return entry.isHidden();
-}
-
-FileResult<> openRegularFile(QFile *file)
-{
-    if (auto accepted = refuseDevice(file->fileName()); !accepted)
-        return accepted;
-    if (!file->open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return FileError{file->fileName(), file->errorString()};
-    return {};
 }
 
 FileResult<> syncFile(const QFileDevice & /*file*/)

@@ -6,10 +6,10 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 
-class QFile;
 class QFileDevice;
 class QFileInfo;
 class QObject;
@@ -22,8 +22,16 @@ class QObject;
 /// Whether listings leave an entry of a folder out.
 [[nodiscard]] bool isHiddenEntry(const QFileInfo &entry);
 
-/// Opens a regular file for reading, unbuffered and without waiting for anything; fileName() may be empty afterwards.
-[[nodiscard]] FileResult<> openRegularFile(QFile *file);
+#ifdef Q_OS_UNIX
+/// Calls again what a signal has interrupted.
+template <typename Call> auto uninterrupted(Call call)
+{
+    auto answer = call();
+    while (answer == -1 && errno == EINTR)
+        answer = call();
+    return answer;
+}
+#endif
 
 // These succeed where the system has no such call.
 

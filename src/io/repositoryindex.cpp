@@ -1,7 +1,7 @@
 #include "io/repositoryindex.h"
 
-#include "io/filehash.h"
 #include "io/fullspeed.h"
+#include "io/hashqueue.h"
 #include "io/projectfile.h"
 #include "io/wholefile.h"
 
@@ -12,6 +12,7 @@
 #include <QStringList>
 
 #include <cerrno>
+#include <vector>
 
 namespace {
 
@@ -29,26 +30,28 @@ struct Export
     QString repoUrl;
     QString projectDir;
     IndexReport *report;
-    FileHasher hasher{QCryptographicHash::Sha1};
+    HashQueue hashes;
 };
 
-QJsonObject fileObject(const WalkEntry &entry, Export *all)
+void addFile(const WalkEntry &entry, Export *all, QJsonArray *files)
 {
     IndexReport *report = all->report;
     if (report->progress)
         report->progress(*report);
-    const auto hash = all->hasher.hash(entry.info.filePath());
-    if (!hash)
-        report->withoutHash.append(hash.error());
+    const qint64 size = entry.info.size();
     ++report->files;
-    report->bytes += entry.info.size();
-    const QString path = publishedPath(entry.path);
-    return {
-        {QStringLiteral("url"), all->repoUrl + path},
-        {QStringLiteral("destination"), APPS_FOLDER + path},
-        {QStringLiteral("hash"), hash ? *hash : QString()},
-        {QStringLiteral("size"), entry.info.size()},
-    };
+    report->bytes += size;
+    all->hashes.add(entry.info.filePath(), size,
+                    [all, files, size, path = publishedPath(entry.path)](const FileResult<QString> &hash) {
+                        if (!hash)
+                            all->report->withoutHash.append(hash.error());
+                        files->append(QJsonObject{
+                            {QStringLiteral("url"), all->repoUrl + path},
+                            {QStringLiteral("destination"), APPS_FOLDER + path},
+                            {QStringLiteral("hash"), hash ? *hash : QString()},
+                            {QStringLiteral("size"), size},
+                        });
+                    });
 }
 
 /// Why the author should know that something has no entry; empty for everything else. In a folder, links that lead
@@ -72,19 +75,15 @@ QString leftOutReason(const WalkEntry &entry)
     return entry.isStart ? QStringLiteral("Is neither a file nor a folder") : QString();
 }
 
-QJsonObject appObject(const AppConfig &app, Export *all)
+/// The files of an app are there when all hashes are.
+void addFiles(const AppConfig &app, Export *all, QJsonArray *files)
 {
-    QJsonArray hardware;
-    for (const qint32 id : app.hardware)
-        hardware.append(id);
-
     ++all->report->apps;
-    QJsonArray files;
-    const auto visit = [&files, all](const WalkEntry &entry) {
+    const auto visit = [files, all](const WalkEntry &entry) {
         if (all->report->visited)
             all->report->visited(entry);
         if (entry.kind == WalkEntry::File)
-            files.append(fileObject(entry, all));
+            addFile(entry, all, files);
         const QString reason = leftOutReason(entry);
         if (!reason.isEmpty())
             all->report->leftOut.append({entry.info.filePath(), reason});
@@ -95,7 +94,13 @@ QJsonObject appObject(const AppConfig &app, Export *all)
         for (const QString &file : app.files)
             walk(file, all->projectDir, visit);
     }
+}
 
+QJsonObject appObject(const AppConfig &app, const QString &repoUrl, const QJsonArray &files)
+{
+    QJsonArray hardware;
+    for (const qint32 id : app.hardware)
+        hardware.append(id);
     return {
         {QStringLiteral("id"), 0}, // clients tell apps apart by name
         {QStringLiteral("version"), app.version.toString()},
@@ -103,8 +108,8 @@ QJsonObject appObject(const AppConfig &app, Export *all)
         {QStringLiteral("hw"), hardware},
         {QStringLiteral("releaseDate"), app.date.toString(Qt::TextDate)},
         {QStringLiteral("name"), toObject(app.names, {})},
-        {QStringLiteral("description"), toObject(app.descriptions, all->repoUrl)},
-        {QStringLiteral("previewIcon"), QString(all->repoUrl + app.icon)},
+        {QStringLiteral("description"), toObject(app.descriptions, repoUrl)},
+        {QStringLiteral("previewIcon"), QString(repoUrl + app.icon)},
         {QStringLiteral("files"), files},
     };
 }
@@ -160,14 +165,18 @@ QString repositoryUrl(const QString &typed)
 }
 
 QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl, const QString &projectDir,
-                                 IndexReport *report)
+                                 IndexReport *report, int threads)
 {
     restoreFullSpeed();
     IndexReport unwatched;
-    Export all{repoUrl, projectDir, report ? report : &unwatched};
+    Export all{repoUrl, projectDir, report ? report : &unwatched, HashQueue(threads)};
+    std::vector<QJsonArray> files(static_cast<size_t>(apps.size()));
+    for (qsizetype i = 0; i < apps.size(); ++i)
+        addFiles(apps.at(i), &all, &files[static_cast<size_t>(i)]);
+    all.hashes.finish();
     QJsonArray applications;
-    for (const AppConfig &app : apps)
-        applications.append(appObject(app, &all));
+    for (qsizetype i = 0; i < apps.size(); ++i)
+        applications.append(appObject(apps.at(i), repoUrl, files[static_cast<size_t>(i)]));
     return {{QStringLiteral("applications"), applications}};
 }
 

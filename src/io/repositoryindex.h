@@ -49,10 +49,11 @@ struct IndexReport
 [[nodiscard]] QString repositoryUrl(const QString &typed);
 
 /// The index as a JSON object. Reads every file that the apps list, in folders too, from the project folder,
-/// whose path is absolute; with an empty one no file is found.
+/// whose path is absolute; with an empty one no file is found. The threads hash the files.
 /// The repository URL is put before each path, unchanged; usually it ends in "/".
 [[nodiscard]] QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
-                                               const QString &projectDir, IndexReport *report = nullptr);
+                                               const QString &projectDir, IndexReport *report = nullptr,
+                                               int threads = 1);
 
 /// Writes the index as indented JSON. The file is truncated before the walk over the apps' files, which may meet it.
 /// False when it cannot be opened; what goes wrong later is in the report alone.

@@ -1,16 +1,14 @@
 #include "io/wholefile.h"
 
-#include "io/platform.h"
-
-#include <QFile>
+#include "io/regularfile.h"
 
 #include <algorithm>
 
 FileResult<QByteArray> readWholeFile(const QString &path, qint64 most)
 {
     constexpr qint64 STEP = 65536;
-    QFile file(path);
-    if (const auto opened = openRegularFile(&file); !opened)
+    RegularFile file;
+    if (const auto opened = file.open(path); !opened)
         return opened.error();
     const FileError tooLarge{path, QStringLiteral("Is larger than %1 bytes").arg(most)};
     if (file.size() > most)
@@ -19,13 +17,13 @@ FileResult<QByteArray> readWholeFile(const QString &path, qint64 most)
     QByteArray content(file.size() + 1, Qt::Uninitialized);
     qint64 size = 0;
     while (true) {
-        const qint64 count = file.read(content.data() + size, content.size() - size);
-        if (count < 0)
-            return FileError{path, file.errorString()};
-        size += count;
+        const auto count = file.read(content.data() + size, content.size() - size);
+        if (!count)
+            return count.error();
+        size += *count;
         if (size > most)
             return tooLarge;
-        if (count == 0)
+        if (*count == 0)
             break;
         if (size == content.size())
             content.resize(std::min(2 * size + STEP, most + 1));
@@ -36,11 +34,19 @@ FileResult<QByteArray> readWholeFile(const QString &path, qint64 most)
 
 FileResult<QByteArray> readBeginning(const QString &path, qint64 count)
 {
-    QFile file(path);
-    if (const auto opened = openRegularFile(&file); !opened)
+    RegularFile file;
+    if (const auto opened = file.open(path); !opened)
         return opened.error();
-    QByteArray content = file.read(count);
-    if (file.error() != QFileDevice::NoError)
-        return FileError{path, file.errorString()};
+    QByteArray content(count, Qt::Uninitialized);
+    qint64 size = 0;
+    while (size < count) {
+        const auto read = file.read(content.data() + size, count - size);
+        if (!read)
+            return read.error();
+        if (*read == 0)
+            break;
+        size += *read;
+    }
+    content.resize(size);
     return content;
 }

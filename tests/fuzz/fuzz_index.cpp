@@ -1,5 +1,6 @@
 // Verifies any bytes as the index of a small published folder. The findings have known codes, and are the same again.
 
+#include "check/verification.h"
 #include "check/verify.h"
 
 #include <QDir>
