@@ -2,7 +2,9 @@
 #include "testrunner.h"
 
 #include <QDateEdit>
+#include <QFontMetrics>
 #include <QListWidget>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTableWidget>
@@ -17,6 +19,8 @@ private slots:
     void nothingIsShownBeforeAnAppIsSelected();
     void listShowsTheEnglishNames();
     void listIsFollowedByMouseAndKeyboard();
+    void longNamesCanBeRead();
+    void currentAppIsVisibleAfterARefill();
 
     void unappliedEditsAreDiscarded_data();
     void unappliedEditsAreDiscarded();
@@ -82,6 +86,54 @@ void TestMainWindowApps::listIsFollowedByMouseAndKeyboard()
     selectApp(0);
     QCOMPARE(text("author"), u"a1"_s);
     QVERIFY(isUnmarked());
+}
+
+void TestMainWindowApps::longNamesCanBeRead()
+{
+    const QByteArray name = QByteArray("<b>name</b> ").repeated(40);
+    open(QByteArray(FIVE_APPS).replace("\"One\"", '"' + name + '"'), 1);
+    const auto *list = child<QListWidget>(*window, "listApps");
+    const QFontMetrics font(list->font());
+    for (int row = 0; row < list->count(); ++row) {
+        QCOMPARE(list->visualItemRect(list->item(row)).width(), list->viewport()->width());
+        QVERIFY(list->visualItemRect(list->item(row)).height() >= font.height());
+    }
+    QVERIFY(!list->horizontalScrollBar()->isVisible());
+    QCOMPARE(list->item(0)->toolTip(), u"<qt>%1</qt>"_s.arg(QString::fromUtf8(name).toHtmlEscaped()));
+
+    retype(*window, "appName1_1", u"Another name"_s);
+    click(*window, "applyButton");
+    QCOMPARE(list->item(1)->toolTip(), u"Another name"_s);
+}
+
+void TestMainWindowApps::currentAppIsVisibleAfterARefill()
+{
+    QByteArray apps;
+    for (int i = 0; i < 300; ++i)
+        apps += QByteArray(FIVE_APPS.split('\n').constFirst()).replace("One", "App " + QByteArray::number(i)) + '\n';
+    open(apps, 0);
+    auto *list = child<QListWidget>(*window, "listApps");
+    const auto isCurrentVisible = [list] {
+        return list->viewport()->rect().contains(list->visualItemRect(list->currentItem()));
+    };
+    list->setCurrentRow(250);
+    list->scrollToTop();
+    QVERIFY(!isCurrentVisible());
+    click(*window, "applyButton");
+    QVERIFY(isCurrentVisible());
+
+    // What is visible stays where it is.
+    list->scrollToItem(list->currentItem(), QListWidget::PositionAtCenter);
+    const int place = list->verticalScrollBar()->value();
+    retype(*window, "appName1_1", u"Another name"_s);
+    click(*window, "applyButton");
+    QCOMPARE(list->currentItem()->text(), u"Another name"_s);
+    QCOMPARE(list->verticalScrollBar()->value(), place);
+
+    click(*window, "btnNewApp");
+    QCOMPARE(list->currentRow(), 300);
+    QVERIFY(isCurrentVisible());
+    QCOMPARE(list->count(), 301);
 }
 
 void TestMainWindowApps::unappliedEditsAreDiscarded_data()

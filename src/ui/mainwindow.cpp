@@ -11,6 +11,7 @@
 #include <QMessageBox>
 #include <QSettings>
 #include <QShortcut>
+#include <QStyledItemDelegate>
 
 #include <cmath>
 
@@ -62,6 +63,18 @@ void widenToTitle(QHeaderView *header, int section)
     header->resizeSection(section, std::max(header->sectionSize(section), header->sectionSizeHint(section)));
 }
 
+/// Does not measure the width of a text, so that a list of thousands is laid out at once. A longer text is elided.
+class ElidingDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+    }
+};
+
 QString unsavedMark()
 {
     return QStringLiteral(" (*)");
@@ -81,6 +94,8 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
         splitter->setStretchFactor(1, 1);
     }
     ui->tabWidget->setCurrentIndex(0);
+    ui->listApps->setUniformItemSizes(true);
+    ui->listApps->setItemDelegate(new ElidingDelegate(ui->listApps));
 
     connect(&model, &AppConfigModel::currentIndexChanged, this, &MainWindow::appIndexChanged);
     connect(&model, &AppConfigModel::appsChanged, this, &MainWindow::appsChanged);

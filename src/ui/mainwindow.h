@@ -88,6 +88,7 @@ private:
 
     void appIndexChanged(int index);
     void appsChanged();
+    void fillAppList();
     void createNewApp();
 
     void readSettings();

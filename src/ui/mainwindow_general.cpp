@@ -58,15 +58,33 @@ void MainWindow::appsChanged()
 {
     {
         const QSignalBlocker blocker(ui->listApps);
-        ui->listApps->clear();
-        for (int i = 0; const AppConfig *app = model.getAppCfg(i); ++i)
-            ui->listApps->addItem(app->names.value(DEFAULT_LANGUAGE));
+        fillAppList();
         ui->listApps->setCurrentRow(model.index);
+        ui->listApps->scrollToItem(ui->listApps->currentItem());
     }
     appIndexChanged(model.index);
     checkAsterisk();
     if (!recordsDraftTimer.isActive())
         recordsDraftTimer.start();
+}
+
+// Only the rows that differ change, which keeps the place that is looked at, and is quick for thousands of apps.
+void MainWindow::fillAppList()
+{
+    QListWidget *list = ui->listApps;
+    if (list->count() != model.apps.size())
+        list->clear();
+    for (int i = 0; const AppConfig *app = model.getAppCfg(i); ++i) {
+        const QString name = app->names.value(DEFAULT_LANGUAGE);
+        const bool isNew = i == list->count();
+        QListWidgetItem *item = isNew ? new QListWidgetItem : list->item(i);
+        if (isNew || item->text() != name) {
+            item->setText(name);
+            item->setToolTip(plainToolTip(name));
+        }
+        if (isNew)
+            list->addItem(item);
+    }
 }
 
 void MainWindow::appIndexChanged(int index)
