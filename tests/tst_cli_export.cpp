@@ -140,18 +140,21 @@ void TestCliExport::exportIntoAClosedFolder()
     makeClock();
     folder->makeFolder(u"closed"_s);
     folder->write(u"closed/old.json"_s, "old");
+    folder->write(u"closed/open.json"_s, "old");
     QVERIFY(QFile::setPermissions(folder->path(u"closed/old.json"_s), QFile::Permissions(0x4444)));
+    QVERIFY(QFile::setPermissions(folder->path(u"closed/open.json"_s), QFile::Permissions(0x6666)));
     QVERIFY(QFile::setPermissions(folder->path(u"closed"_s), QFile::Permissions(0x5555)));
     const OrdinaryUser user;
     if (!QFileInfo(cliPath()).isExecutable())
         QSKIP("The build is not open to an ordinary user");
-    for (const QString &name : {u"old.json"_s, u"new.json"_s}) {
+    for (const QString &name : {u"old.json"_s, u"open.json"_s, u"new.json"_s}) {
         const QString output = folder->path(u"closed/"_s + name);
         const Outcome outcome = run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, output}, u"/"_s);
         QCOMPARE(outcome.code, 2);
         QCOMPARE(QString::fromUtf8(outcome.err), u"catalist-cli: %1: Permission denied\n"_s.arg(output));
     }
     QCOMPARE(folder->read(u"closed/old.json"_s), "old"_ba);
+    QCOMPARE(folder->read(u"closed/open.json"_s), "old"_ba);
 }
 
 void TestCliExport::exportOntoASource_data()
@@ -325,6 +328,12 @@ void TestCliExport::exportIsNeverHalfThere()
 
     if (!hasShell())
         QSKIP("No shell here");
+    // Where it cannot be staged, it is not written at all.
+    const QString longName = QString(250, u'x');
+    folder->write(longName, "old");
+    QCOMPARE(run({u"export"_s, project(), u"--url"_s, URL, u"--output"_s, folder->path(longName)}).code, 2);
+    QCOMPARE(folder->read(longName), "old"_ba);
+
     folder->write(u"Apps.json"_s, "old");
     const QStringList entries = folder->entries();
     const Outcome full =

@@ -91,6 +91,8 @@ const QList<Case<Published>> &cases()
     static const QList<Case<Published>> all{
         {"index-form", FAULT, "no files", [](Published &p) { p.app.remove("files"_L1); }, "file-unnamed"},
         {"index-form", FAULT, "size in letters", [](Published &p) { p.setEntry("size"_L1, u"0"_s); }, "file-unnamed"},
+        {"index-form", FAULT, "size below zero", [](Published &p) { p.setEntry("size"_L1, -3); }, "file-unnamed"},
+        {"index-form", FAULT, "size with a fraction", [](Published &p) { p.setEntry("size"_L1, 0.5); }, "file-unnamed"},
         {"index-form", FAULT, "no hash", [](Published &p) { p.setEntry("hash"_L1, QJsonValue()); }, "file-unnamed"},
         {"index-form", FAULT, "description without an object", [](Published &p) { p.app.insert("description"_L1, u"en.html"_s); }, "file-unnamed"},
         {"index-form", FAULT, "description without a URL", [](Published &p) { p.app.insert("description"_L1, QJsonObject{{u"en"_s, 5}}); }, "file-unnamed"},

@@ -1,13 +1,15 @@
 #pragma once
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
 #include <QStringList>
-#include <QUrl>
 
 #include <functional>
 
 namespace Check {
+
+constexpr int HTTP_OK = 200;
 
 /// What came of a request.
 struct Answer
@@ -18,7 +20,7 @@ struct Answer
     qint64 statedSize = -1; ///< of the body in bytes, by the header Content-Length; -1 for none
     bool isCut = false; ///< the body was longer than its receiver wanted
     bool isShort = false; ///< the body was shorter than its stated size
-    QStringList redirects; ///< the URLs that were followed, in their order
+    QStringList redirects; ///< the URLs that were followed, encoded, in their order
 };
 
 /// Takes the answer to one request.
@@ -42,8 +44,8 @@ class Fetcher
 public:
     virtual ~Fetcher() = default;
 
-    /// The receiver must stay until it has finished.
-    virtual void add(const QUrl &url, Receiver *receiver) = 0;
+    /// Takes an encoded URL. The receiver must stay until it has finished.
+    virtual void add(const QByteArray &url, Receiver *receiver) = 0;
 
     /// Fetches what was added, also by receivers, and returns when nothing is left. False when it was interrupted; the
     /// receivers that are left then do not finish.

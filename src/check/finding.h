@@ -35,6 +35,7 @@ struct Result
     QList<Finding> findings;
     qsizetype apps = 0;
     qsizetype files = 0; ///< that are published, each as often as it is
+    bool isComplete = true; ///< false when it was interrupted
 };
 
 /// "note", "warning" or "error".

@@ -80,6 +80,8 @@ std::optional<QString> picturePath(const QString &pagePath, const QString &sourc
     return path;
 }
 
+constexpr qsizetype MOST_PICTURES = 10'000; // of one page
+
 } // namespace
 
 void PageReader::add(QByteArrayView bytes)
@@ -113,7 +115,13 @@ void PageReader::parse(bool isWhole)
     QStringList found;
     bool isDeclared = false;
     const auto accept = [&] {
-        sources += std::exchange(found, {});
+        for (const QString &source : std::as_const(found)) {
+            if (sources.size() < MOST_PICTURES && !knownSources.contains(source)) {
+                knownSources.insert(source);
+                sources.append(source);
+            }
+        }
+        found.clear();
         declaresUtf8 = declaresUtf8 || isDeclared;
     };
     for (qsizetype end = 0; const std::optional<HtmlTag> tag = reader.nextTag();

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringDecoder>
 #include <QStringList>
@@ -42,7 +43,7 @@ public:
     [[nodiscard]] bool isUtf8() const { return !decoder.hasError(); }
     [[nodiscard]] bool saysUtf8() const { return declaresUtf8; } ///< by a byte-order mark or a meta element
 
-    /// The pictures that it shows, as written.
+    /// The pictures that it shows, as written and each once; at most 10,000.
     [[nodiscard]] const QStringList &pictureSources() const { return sources; }
 
 private:
@@ -56,6 +57,7 @@ private:
     QString text; // that is not parsed yet
     qsizetype enough = PIECE; // to be parsed
     QStringList sources;
+    QSet<QString> knownSources;
     bool declaresUtf8 = false;
     bool isEnded = false;
 };

@@ -120,7 +120,7 @@ Result Verification::result() const
     QList<PlacedFinding> sorted = findings;
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const PlacedFinding &a, const PlacedFinding &b) { return a.position < b.position; });
-    Result result{{}, apps, files};
+    Result result{{}, apps, files, true};
     for (const PlacedFinding &one : std::as_const(sorted))
         result.findings.append(one.finding);
     return result;
@@ -133,7 +133,7 @@ void Verification::reportAt(const Position &position, const char *code, const QS
     Q_ASSERT(rule != RULES.end());
     QList<Finding> found;
     Report(*rule, &found).add(position.app, 0, particulars);
-    findings.append({position.number, found.constFirst()});
+    findings.append({{position.number, position.picture}, found.constFirst()});
 }
 
 bool Verification::hasHash(const Position &position, const IndexedFile &file)
@@ -189,7 +189,8 @@ void Verification::verifyEntry(const QJsonObject &entry)
     const QJsonValue hash = entry.value(QLatin1String("hash"));
     ++files;
     next();
-    if (!url.isString() || !destination.isString() || !size.isDouble() || !hash.isString()) {
+    const bool isSize = size.isDouble() && size.toInteger(-1) >= 0;
+    if (!url.isString() || !destination.isString() || !isSize || !hash.isString()) {
         report("index-form", {QStringLiteral("a member of the file entry \"%1\"").arg(url.toString())});
         return;
     }
@@ -199,7 +200,7 @@ void Verification::verifyEntry(const QJsonObject &entry)
         return;
     if (destination.toString() != APPS_FOLDER + *path)
         report("destination-differs", {*path, destination.toString(), APPS_FOLDER + *path});
-    verifyFile({*path, size.toInteger(-1), hash.toString()});
+    verifyFile({*path, size.toInteger(), hash.toString()});
 }
 
 void Verification::verifyDestination(const QString &destination, const QString &hash)

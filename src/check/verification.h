@@ -44,6 +44,7 @@ protected:
     {
         QString app;
         qsizetype number = 0; ///< findings are sorted by it
+        qsizetype picture = 0; ///< and then by the place of a picture in its page
     };
 
     /// Called in the order of the index, with paths that stay below the repository URL.
@@ -63,7 +64,7 @@ protected:
 private:
     struct PlacedFinding
     {
-        qsizetype position;
+        std::pair<qsizetype, qsizetype> position;
         Finding finding;
     };
 

@@ -123,21 +123,29 @@ FileResult<QJsonObject> readIndex(const QString &path)
     return parseIndex(*content, path);
 }
 
+FileResult<Result> verifyFolder(const QString &folder, const NamedIndex &index, const QString &repoUrl,
+                                const std::optional<QString> &appName, int threads)
+{
+    if (const auto listed = listFolder(folder); !listed)
+        return listed.error();
+    FolderVerification verification(folder, repoUrl, threads);
+    if (!verification.verify(index.content, appName))
+        return FileError{index.place, QStringLiteral("Has no app called \"%1\"").arg(*appName)};
+    verification.finishHashes();
+    if (!appName)
+        verification.addUnnamed(index.place);
+    return verification.result();
+}
+
 FileResult<Result> verifyIndex(const QString &folder, const QString &indexFile, const QString &repoUrl,
                                const std::optional<QString> &appName, int threads)
 {
     if (const auto listed = listFolder(folder); !listed)
         return listed.error();
-    const auto index = readIndex(indexFile);
-    if (!index)
-        return index.error();
-    FolderVerification verification(folder, repoUrl, threads);
-    if (!verification.verify(*index, appName))
-        return FileError{indexFile, QStringLiteral("Has no app called \"%1\"").arg(*appName)};
-    verification.finishHashes();
-    if (!appName)
-        verification.addUnnamed(indexFile);
-    return verification.result();
+    const auto content = readIndex(indexFile);
+    if (!content)
+        return content.error();
+    return verifyFolder(folder, {indexFile, *content}, repoUrl, appName, threads);
 }
 
 } // namespace Check

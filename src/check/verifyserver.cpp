@@ -20,7 +20,6 @@ namespace Check {
 
 namespace {
 
-constexpr int OK = 200;
 constexpr int NOT_FOUND = 404;
 constexpr int GONE = 410;
 constexpr qsizetype LONGEST_TAG = 2'000'000; // in characters; a description needs no more memory
@@ -72,9 +71,12 @@ public:
     }
 
 protected:
-    void verifyFile(const IndexedFile &file) override { use(file.path, {Use::File, here(), file, {}}); }
-    void verifyIcon(const QString &path) override { use(path, {Use::Icon, here(), {path, 0, {}}, {}}); }
-    void verifyDescription(const QString &path) override { use(path, {Use::Description, here(), {path, 0, {}}, {}}); }
+    void verifyFile(const IndexedFile &file) override
+    {
+        use(file.path, {.kind = Use::File, .position = here(), .size = file.size, .hash = file.hash});
+    }
+    void verifyIcon(const QString &path) override { use(path, {.kind = Use::Icon, .position = here()}); }
+    void verifyDescription(const QString &path) override { use(path, {.kind = Use::Description, .position = here()}); }
 
 private:
     /// What the index or a description wants a resource for.
@@ -84,8 +86,9 @@ private:
 
         Kind kind;
         Position position;
-        IndexedFile file; ///< size and hash for files only
-        QString page; ///< that shows the picture
+        qint64 size = 0; ///< of a file, in the index
+        QString hash = {}; ///< of a file, in the index
+        QString page = {}; ///< that shows the picture
     };
 
     /// Something that is fetched once, for all its uses.
@@ -106,6 +109,8 @@ private:
 
     private:
         [[nodiscard]] bool isUsedAs(Use::Kind kind) const;
+        [[nodiscard]] qint64 most() const { return indexedSize.value_or(LARGEST_RESOURCE); } // of the body
+        void addPictures(const Use &description, const QStringList &sources) const;
         void judge(const Use &use);
         void judgeSize(const Use &use) const;
         void judgeType(const Use &use);
@@ -117,7 +122,7 @@ private:
         ServerVerification *all;
         QString path; // below the repository URL
         QList<Use> uses;
-        qint64 limit = 0; // of the body, in bytes
+        std::optional<qint64> indexedSize; // the largest that the index has for it as a file
         qint64 size = 0; // received
         QString hash;
         bool isTypeJudged = false;
@@ -135,34 +140,34 @@ private:
             resource(address(path), path)->add(use);
     }
 
-    [[nodiscard]] QString address(const QString &path) const
+    /// The URL that a client asks for, encoded.
+    [[nodiscard]] QByteArray address(const QString &path) const
     {
-        return QUrl(options.place.toString(QUrl::FullyEncoded) + path).toString(QUrl::FullyEncoded);
+        return QUrl(options.place.toString(QUrl::FullyEncoded) + path).toEncoded();
     }
 
-    Resource *resource(const QString &url, const QString &path)
+    Resource *resource(const QByteArray &url, const QString &path)
     {
         std::unique_ptr<Resource> &found = resources[url];
         if (!found) {
             found = std::make_unique<Resource>(this, path);
-            fetcher->add(QUrl(url), found.get());
+            fetcher->add(url, found.get());
             ++progress.allFiles;
         }
         return found.get();
     }
 
-    void addPictures(const Use &description, QStringList sources);
-
     ServerOptions options;
     Fetcher *fetcher;
     FetchProgress progress;
-    std::unordered_map<QString, std::unique_ptr<Resource>> resources; // by URL
+    std::unordered_map<QByteArray, std::unique_ptr<Resource>> resources; // by URL
 };
 
 void ServerVerification::Resource::add(const Use &use)
 {
     uses.append(use);
-    limit = std::max(limit, use.kind == Use::File && !use.file.hash.isEmpty() ? use.file.size : LARGEST_RESOURCE);
+    if (use.kind == Use::File)
+        indexedSize = std::max(indexedSize.value_or(0), use.size);
     if (answer)
         judge(use);
 }
@@ -185,7 +190,7 @@ bool ServerVerification::Resource::receive(QByteArrayView piece)
 {
     size += piece.size();
     all->progress.bytes += piece.size();
-    if (size > limit)
+    if (size > most())
         return false;
     if (digest)
         digest->add(piece);
@@ -215,8 +220,9 @@ void ServerVerification::Resource::finish(const Answer &complete)
         judge(use);
     const auto description =
         std::find_if(uses.cbegin(), uses.cend(), [](const Use &use) { return use.kind == Use::Description; });
-    if (description != uses.cend() && answer->failure.isEmpty() && answer->status == OK)
-        all->addPictures(Use(*description), pictures);
+    if (description != uses.cend() && answer->failure.isEmpty() && answer->status == HTTP_OK)
+        addPictures(Use(*description), pictures);
+    uses.clear();
 }
 
 void ServerVerification::Resource::judge(const Use &use)
@@ -236,8 +242,8 @@ void ServerVerification::Resource::judge(const Use &use)
         report(use, "http-failed", {answer->failure});
     } else if (answer->status == NOT_FOUND || answer->status == GONE) {
         report(use, MISSING.at(use.kind).code, {use.page});
-    } else if (answer->status != OK) {
-        report(use, "http-status", {QString::number(answer->status), QString::number(OK)});
+    } else if (answer->status != HTTP_OK) {
+        report(use, "http-status", {QString::number(answer->status), QString::number(HTTP_OK)});
     } else {
         judgeSize(use);
         judgeType(use);
@@ -246,20 +252,20 @@ void ServerVerification::Resource::judge(const Use &use)
 
 void ServerVerification::Resource::judgeSize(const Use &use) const
 {
-    const bool isIndexed = use.kind == Use::File;
-    if (isIndexed && !all->hasHash(use.position, use.file))
+    const bool isFile = use.kind == Use::File;
+    if (isFile && !all->hasHash(use.position, {path, use.size, use.hash}))
         return;
-    const bool isUnknown = answer->isCut && answer->statedSize <= limit;
-    const QString actual = isUnknown ? QStringLiteral("more than %1").arg(limit)
+    const bool isUnknown = answer->isCut && answer->statedSize <= most();
+    const QString actual = isUnknown ? QStringLiteral("more than %1").arg(most())
                                      : QString::number(answer->isCut ? answer->statedSize : size);
-    if (isIndexed && size != use.file.size)
-        report(use, "size-differs", {actual, QString::number(use.file.size)});
-    else if (!isIndexed && size > LARGEST_RESOURCE)
-        report(use, "size-differs", {actual, QStringLiteral("at most %1").arg(LARGEST_RESOURCE)});
+    if (isFile && size != use.size)
+        report(use, "size-differs", {actual, QString::number(use.size)});
     else if (answer->isShort)
         report(use, "size-differs", {actual, QString::number(answer->statedSize)});
-    else if (isIndexed && hash != use.file.hash)
-        report(use, "hash-differs", {hash, use.file.hash});
+    else if (answer->isCut && !indexedSize)
+        report(use, "size-differs", {actual, QStringLiteral("at most %1").arg(most())});
+    else if (isFile && hash != use.hash)
+        report(use, "hash-differs", {hash, use.hash});
 }
 
 // Once for all uses.
@@ -281,18 +287,25 @@ void ServerVerification::Resource::judgeType(const Use &use)
     }
 }
 
-void ServerVerification::addPictures(const Use &description, QStringList sources)
+void ServerVerification::Resource::addPictures(const Use &description, const QStringList &sources) const
 {
-    const QString place = options.place.toString(QUrl::FullyEncoded);
-    const QUrl page(address(description.file.path));
-    sources.removeDuplicates();
-    for (const QString &source : std::as_const(sources)) {
-        const QString url = page.resolved(QUrl(source)).toString(QUrl::FullyEncoded | QUrl::RemoveFragment);
+    // A client shows the page with the URL to which it was led.
+    const QByteArray address =
+        answer->redirects.isEmpty() ? all->address(path) : answer->redirects.constLast().toUtf8();
+    const QUrl base = QUrl::fromEncoded(address);
+    const QByteArray place = all->options.place.toEncoded();
+    const QByteArray published = QUrl(all->options.repoUrl).toEncoded();
+    Position position = description.position;
+    for (const QString &source : sources) {
+        QByteArray url = base.resolved(QUrl(source)).toEncoded(QUrl::RemoveFragment);
+        if (url.startsWith(published))
+            url.replace(0, published.size(), place);
         // What comes from elsewhere is no file of this repository.
         if (source.isEmpty() || !url.startsWith(place))
             continue;
-        const QString path = QUrl::fromPercentEncoding(url.sliced(place.size()).toUtf8());
-        resource(url, path)->add({Use::Picture, description.position, {path, 0, {}}, description.file.path});
+        ++position.picture;
+        const QString picture = QUrl::fromPercentEncoding(url.sliced(place.size()));
+        all->resource(url, picture)->add({.kind = Use::Picture, .position = position, .page = path});
     }
 }
 
@@ -324,14 +337,14 @@ private:
 FileResult<FetchedIndex> fetchIndex(const QUrl &url, Fetcher *fetcher)
 {
     WholeBody body(LARGEST_CATALOGUE);
-    fetcher->add(url, &body);
+    fetcher->add(url.toEncoded(), &body);
     const QString place = url.toDisplayString();
     const Answer &answer = body.answer;
     if (!fetcher->run({}))
         return FileError{place, QStringLiteral("Interrupted")};
     if (!answer.failure.isEmpty())
         return FileError{place, answer.failure};
-    if (answer.status != OK)
+    if (answer.status != HTTP_OK)
         return FileError{place, QStringLiteral("Answered with the status %1").arg(answer.status)};
     if (answer.isCut || answer.isShort)
         return FileError{place, answer.isCut ? QStringLiteral("Too large") : QStringLiteral("Shorter than its length")};
@@ -341,14 +354,17 @@ FileResult<FetchedIndex> fetchIndex(const QUrl &url, Fetcher *fetcher)
     return FetchedIndex{place, *content, answer.redirects};
 }
 
-FileResult<ServerResult> verifyServer(const FetchedIndex &index, const ServerOptions &options, Fetcher *fetcher)
+FileResult<Result> verifyServer(FetchedIndex index, const ServerOptions &options, Fetcher *fetcher)
 {
     ServerVerification verification(options, fetcher);
     verification.reportRedirects(index);
     if (!verification.verify(index.content, options.appName))
         return FileError{index.url, QStringLiteral("Has no app called \"%1\"").arg(*options.appName)};
+    index.content = {}; // it may need much memory
     const bool isComplete = verification.fetch();
-    return ServerResult{verification.result(), isComplete};
+    Result result = verification.result();
+    result.isComplete = isComplete;
+    return result;
 }
 
 } // namespace Check

@@ -31,13 +31,6 @@ struct ServerOptions
     std::function<void(const FetchProgress &)> progress;
 };
 
-/// What was found on a server.
-struct ServerResult
-{
-    Result result;
-    bool isComplete = false; ///< false when it was interrupted
-};
-
 /// An index from a server.
 struct FetchedIndex
 {
@@ -51,7 +44,6 @@ struct FetchedIndex
 
 /// Fetches everything that an index names below its repository URL, and reports what a download client would not get as
 /// the index says. No body is kept. Findings are in the order of the index. An error when the app is not in the index.
-[[nodiscard]] FileResult<ServerResult> verifyServer(const FetchedIndex &index, const ServerOptions &options,
-                                                    Fetcher *fetcher);
+[[nodiscard]] FileResult<Result> verifyServer(FetchedIndex index, const ServerOptions &options, Fetcher *fetcher);
 
 } // namespace Check

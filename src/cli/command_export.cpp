@@ -114,12 +114,13 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
         };
         const QString url = repositoryUrl(options.value(QStringLiteral("url")));
         content = QJsonDocument(buildRepositoryIndex(apps, url, projectFolder(project), &report, threads(options)))
-                      .toJson(QJsonDocument::Indented)
-                      .replace("\n", QByteArray(LINE_END.data(), LINE_END.size()));
+                      .toJson(QJsonDocument::Indented);
+        if constexpr (LINE_END.size() > 1)
+            content.replace("\n", QByteArray(LINE_END.data(), LINE_END.size()));
     }
     if (ownPlace.isListed)
         return failed(FileError{output, QStringLiteral("Is listed, so that the index would publish itself")}.text());
-    if (const auto written = isFile ? replaceFile(output, content) : writeDevice(output, content); !written)
+    if (const auto written = isFile ? replaceWholeFile(output, content) : writeDevice(output, content); !written)
         return failed(written.error().text());
 
     for (const FileError &error : std::as_const(report.leftOut))

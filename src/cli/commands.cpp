@@ -87,6 +87,8 @@ ExitCode report(Findings about, const QCommandLineParser &options,
     findings.removeIf([&allowed](const Check::Finding &one) { return allowed.contains(one.code); });
     if (!print(formatCalled(options.value(QStringLiteral("format")))(about)))
         return Failed;
+    if (!result->isComplete)
+        return failed(QStringLiteral("Interrupted: not everything was looked at"));
     const bool hasErrors =
         std::any_of(findings.cbegin(), findings.cend(),
                     [least = leastFailing(options)](const Check::Finding &one) { return one.severity >= least; });
@@ -118,10 +120,12 @@ ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
     asked.fetch = fetchOptions(options);
     if (options.isSet(QStringLiteral("app")))
         asked.appName = options.value(QStringLiteral("app"));
+    for (const QString &place : {asked.place, asked.index}) {
+        if (const QString problem = isUrl(place) ? urlProblem(place) : QString(); !problem.isEmpty())
+            return wrongUsage(place + QLatin1Char(' ') + problem, QStringLiteral("verify"));
+    }
     if (isUrl(asked.place)) {
         const QUrl url(asked.place);
-        if (const QString problem = urlProblem(asked.place); !problem.isEmpty())
-            return wrongUsage(asked.place + QLatin1Char(' ') + problem, QStringLiteral("verify"));
         if (url.hasQuery() || url.hasFragment())
             return wrongUsage(asked.place + QStringLiteral(" has a query or a fragment"), QStringLiteral("verify"));
     } else if (!options.isSet(QStringLiteral("url"))) {
@@ -130,16 +134,8 @@ ExitCode verify(const QStringList &arguments, const QCommandLineParser &options)
     asked.repoUrl =
         repositoryUrl(options.isSet(QStringLiteral("url")) ? options.value(QStringLiteral("url")) : asked.place);
 
-    bool isComplete = true;
-    const ExitCode code = report({QStringLiteral("verify"), indexPlace(asked), Check::verifyRules()}, options,
-                                 [&]() -> FileResult<Check::Result> {
-                                     const auto verified = verifyPlace(asked);
-                                     if (!verified)
-                                         return verified.error();
-                                     isComplete = verified->isComplete;
-                                     return verified->result;
-                                 });
-    return isComplete ? code : failed(QStringLiteral("Interrupted: not everything was looked at"));
+    return report({QStringLiteral("verify"), indexPlace(asked), Check::verifyRules()}, options,
+                  [&asked] { return verifyPlace(asked); });
 }
 
 /// A catalogue that no longer opens still has a history.

@@ -87,10 +87,13 @@ QString asSarif(const Findings &found)
         {QStringLiteral("version"), QStringLiteral(CATALIST_VERSION)},
         {QStringLiteral("rules"), rules},
     };
-    const QJsonObject run{
+    QJsonObject run{
         {QStringLiteral("tool"), QJsonObject{{QStringLiteral("driver"), driver}}},
         {QStringLiteral("results"), results},
     };
+    if (!found.result.isComplete)
+        run.insert(QStringLiteral("invocations"),
+                   QJsonArray{QJsonObject{{QStringLiteral("executionSuccessful"), false}}});
     const QJsonObject log{
         {QStringLiteral("version"), QStringLiteral("2.1.0")},
         {QStringLiteral("runs"), QJsonArray{run}},

@@ -69,9 +69,10 @@ QString asText(const Findings &found)
 {
     const QList<Finding> &findings = found.result.findings;
     if (findings.isEmpty())
-        return QStringLiteral("%1, %2: no findings\n")
-            .arg(counted(found.result.apps, QStringLiteral("app")),
-                 counted(found.result.files, QStringLiteral("file")));
+        return QStringLiteral("%1, %2: %3\n")
+            .arg(counted(found.result.apps, QStringLiteral("app")), counted(found.result.files, QStringLiteral("file")),
+                 found.result.isComplete ? QStringLiteral("no findings")
+                                         : QStringLiteral("interrupted, no findings so far"));
     const Excerpt excerpt = found.isWhole ? Excerpt{findings, {}} : excerptOf(findings);
     return groupedByApp(excerpt.findings) + (excerpt.rest.isEmpty() ? QString() : QLatin1Char('\n') + excerpt.rest)
            + QStringLiteral("\n%1, %2, %3\n")

@@ -36,7 +36,7 @@ FileResult<Check::FetchedIndex> fileIndex(const QString &path)
     return Check::FetchedIndex{path, *content, {}};
 }
 
-FileResult<Check::ServerResult> verifyUrl(const VerifyOptions &options)
+FileResult<Check::Result> verifyUrl(const VerifyOptions &options)
 {
     const auto fetcher = makeHttpFetcher(options.fetch);
     if (!fetcher)
@@ -69,7 +69,7 @@ QString urlProblem(const QString &url)
     const QUrl parsed(url);
     if (!isUrl(url) || !parsed.isValid() || parsed.host().isEmpty())
         return QStringLiteral("is no URL with http:// or https:// and a host");
-    if (!parsed.userInfo().isEmpty())
+    if (parsed.authority().contains(QLatin1Char('@')))
         return QStringLiteral("has the name of a user");
     return {};
 }
@@ -95,15 +95,15 @@ FileResult<QJsonObject> readIndexAt(const QString &place, const FetchOptions &op
     return index->content;
 }
 
-FileResult<Check::ServerResult> verifyPlace(const VerifyOptions &options)
+FileResult<Check::Result> verifyPlace(const VerifyOptions &options)
 {
     if (isUrl(options.place))
         return verifyUrl(options);
     const QString index = indexPlace(options);
-    const auto result = Check::verifyIndex(options.place, index, options.repoUrl, options.appName, options.threads);
-    if (!result)
-        return result.error();
-    return Check::ServerResult{*result, true};
+    const auto content = readIndexAt(index, options.fetch);
+    if (!content)
+        return content.error();
+    return Check::verifyFolder(options.place, {index, *content}, options.repoUrl, options.appName, options.threads);
 }
 
 } // namespace Cli

@@ -35,6 +35,6 @@ struct VerifyOptions
 [[nodiscard]] FileResult<QJsonObject> readIndexAt(const QString &place, const FetchOptions &options);
 
 /// Verifies a folder, or a server while a line on a terminal shows how far it is.
-[[nodiscard]] FileResult<Check::ServerResult> verifyPlace(const VerifyOptions &options);
+[[nodiscard]] FileResult<Check::Result> verifyPlace(const VerifyOptions &options);
 
 } // namespace Cli

@@ -42,7 +42,10 @@ FileResult<> writeDirectly(const QFileInfo &file, const QByteArray &content)
     return syncFolder(file.path());
 }
 
-FileResult<> replace(const QFileInfo &target, const QByteArray &content, const KeepOldContent &keepOldContent)
+enum class Direct { Allowed, Never };
+
+FileResult<> replace(const QFileInfo &target, const QByteArray &content, const KeepOldContent &keepOldContent,
+                     Direct direct)
 {
     const QString path = target.filePath();
     // Opening a pipe would wait for its reader.
@@ -70,24 +73,35 @@ FileResult<> replace(const QFileInfo &target, const QByteArray &content, const K
         const bool isKept = keep();
         if (staged.commit())
             return syncFolder(file.path());
-        if (!isKept || !file.exists())
+        if (direct == Direct::Never || !isKept || !file.exists())
             return FileError{path, staged.errorString()};
         return writeDirectly(file, content);
     }
 
     if (file.exists() && !file.isWritable())
         return FileError{path, systemReason(EACCES)};
-    if (!isNameTooLong && QFileInfo(file.path()).isWritable())
+    if (!isNameTooLong && (direct == Direct::Never || QFileInfo(file.path()).isWritable()))
         return FileError{path, staged.errorString()};
+    if (direct == Direct::Never)
+        return FileError{path, systemReason(ENAMETOOLONG)};
     keep();
     return writeDirectly(file, content);
+}
+
+/// The caller knows a link by its own name.
+FileResult<> named(const QString &path, const FileResult<> &replaced)
+{
+    return replaced ? replaced : FileError{path, replaced.error().reason};
 }
 
 } // namespace
 
 FileResult<> replaceFile(const QString &path, const QByteArray &content, const KeepOldContent &keepOldContent)
 {
-    const auto replaced = replace(QFileInfo(path), content, keepOldContent);
-    // The caller knows a link by its own name.
-    return replaced ? replaced : FileError{path, replaced.error().reason};
+    return named(path, replace(QFileInfo(path), content, keepOldContent, Direct::Allowed));
+}
+
+FileResult<> replaceWholeFile(const QString &path, const QByteArray &content)
+{
+    return named(path, replace(QFileInfo(path), content, {}, Direct::Never));
 }

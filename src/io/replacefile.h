@@ -19,3 +19,6 @@ using KeepOldContent = std::function<bool()>;
 /// one whose folder does not allow a staged file, or whose name is too long for one.
 [[nodiscard]] FileResult<> replaceFile(const QString &path, const QByteArray &content,
                                        const KeepOldContent &keepOldContent = {});
+
+/// The same for a file whose old content is kept nowhere else: it is never written directly, which is an error instead.
+[[nodiscard]] FileResult<> replaceWholeFile(const QString &path, const QByteArray &content);
