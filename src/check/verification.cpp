@@ -1,5 +1,6 @@
 #include "check/verification.h"
 
+#include "check/appname.h"
 #include "check/projecttree.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
@@ -88,14 +89,6 @@ constexpr std::array MEMBERS{
 bool isCleanPath(const QString &path)
 {
     return !path.isEmpty() && !isAbsolutePath(path) && !climbsOut(path) && QDir::cleanPath(path) == path;
-}
-
-QString nameOf(const QJsonObject &app)
-{
-    const QJsonObject names = app.value(QLatin1String("name")).toObject();
-    const QJsonValue name = names.contains(DEFAULT_LANGUAGE) || names.isEmpty() ? names.value(DEFAULT_LANGUAGE)
-                                                                                : names.constBegin().value();
-    return name.toString();
 }
 
 } // namespace
