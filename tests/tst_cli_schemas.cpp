@@ -1,5 +1,6 @@
 #include "clitest.h"
 #include "io/repositoryindex.h"
+#include "jsonchange.h"
 #include "testrunner.h"
 
 #include <QFile>
@@ -172,24 +173,6 @@ QStringList rulesOf(const QJsonObject &schema, const QString &path = {})
     return rules;
 }
 
-QJsonValue changed(const QJsonValue &document, const QStringList &place, const char *value)
-{
-    if (place.isEmpty())
-        return QJsonDocument::fromJson('[' + QByteArray(value) + ']').array().at(0);
-    const QString &step = place.constFirst();
-    if (document.isArray()) {
-        QJsonArray array = document.toArray();
-        array.replace(step.toInt(), changed(array.at(step.toInt()), place.mid(1), value));
-        return array;
-    }
-    QJsonObject object = document.toObject();
-    if (place.size() == 1 && !value)
-        object.remove(step);
-    else
-        object.insert(step, changed(object.value(step), place.mid(1), value));
-    return object;
-}
-
 QByteArray asBytes(const QJsonValue &value)
 {
     return value.isArray() ? QJsonDocument(value.toArray()).toJson() : QJsonDocument(value.toObject()).toJson();
@@ -345,8 +328,7 @@ void TestCliSchemas::everyRuleRefusesSomething()
     const QJsonObject good = QJsonDocument::fromJson(exampleIn(valid)).object();
     QList<QByteArray> documents;
     for (const Change &one : cases)
-        documents.append(
-            asBytes(changed(good, QString::fromLatin1(one.place).split(u'/', Qt::SkipEmptyParts), one.value)));
+        documents.append(asBytes(changed(good, one.place, one.value)));
     const QList<QStringList> broken = brokenRules(schema, documents);
     QStringList refusing;
     for (qsizetype i = 0; i < cases.size(); ++i) {
