@@ -176,7 +176,7 @@ AppChange compareApps(const QJsonObject &before, const QJsonObject &after, const
     return change;
 }
 
-/// What apps are told apart by. What is no app has no name, and is itself.
+/// What an app is known by: its name. What is no app is known by itself.
 QJsonValue keyOf(const QJsonValue &app)
 {
     return app.isObject() ? QJsonValue(nameOf(app.toObject())) : QJsonValue(QJsonArray{app});

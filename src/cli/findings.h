@@ -2,6 +2,7 @@
 
 #include "check/finding.h"
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 
@@ -30,6 +31,9 @@ struct Findings
 
 /// A log of the static analysis format SARIF 2.1.0, with one run.
 [[nodiscard]] QString asSarif(const Findings &found);
+
+/// A finding as an object of the JSON format.
+[[nodiscard]] QJsonObject asObject(const Check::Finding &finding);
 
 [[nodiscard]] qsizetype count(const QList<Check::Finding> &findings, Check::Severity severity);
 

@@ -2,14 +2,11 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 
 namespace Cli {
 
 using Check::Finding;
 using Check::Severity;
-
-namespace {
 
 QJsonObject asObject(const Finding &finding)
 {
@@ -27,8 +24,6 @@ QJsonObject asObject(const Finding &finding)
     insert(QStringLiteral("actual"), finding.actual);
     return object;
 }
-
-} // namespace
 
 QString asJson(const Findings &found)
 {

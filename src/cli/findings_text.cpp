@@ -43,7 +43,7 @@ QString heading(const Finding &finding)
 {
     if (finding.app.isEmpty() && finding.line == 0)
         return QStringLiteral("As a whole");
-    const QString app = finding.app.isEmpty() ? QStringLiteral("(no name)") : finding.app;
+    const QString app = titleOf(finding.app);
     return finding.line == 0 ? app : QStringLiteral("%1, line %2").arg(app, QString::number(finding.line));
 }
 
@@ -56,9 +56,7 @@ QString groupedByApp(const QList<Finding> &findings)
         if (title != last)
             text += (last.isEmpty() ? QString() : QStringLiteral("\n")) + title + QLatin1Char('\n');
         last = title;
-        text += QStringLiteral("  %1 %2 %3\n")
-                    .arg(severityName(finding.severity).leftJustified(7), finding.code.leftJustified(22),
-                         visible(finding.text));
+        text += entryLine(severityName(finding.severity), finding.code, finding.text);
     }
     return text;
 }

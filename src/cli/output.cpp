@@ -50,6 +50,16 @@ QString visible(const QString &text)
     return shown;
 }
 
+QString titleOf(const QString &app)
+{
+    return app.isEmpty() ? QStringLiteral("(no name)") : app;
+}
+
+QString entryLine(const QString &kind, const QString &about, const QString &text)
+{
+    return QStringLiteral("  %1 %2 %3\n").arg(kind.leftJustified(7), visible(about).leftJustified(22), visible(text));
+}
+
 QString asText(const QList<History::ProjectVersion> &versions)
 {
     QString text;

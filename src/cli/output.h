@@ -22,6 +22,12 @@ void printError(const QString &message, const QStringList &more = {});
 /// A text with its control characters escaped, so that no name can look like a line of its own.
 [[nodiscard]] QString visible(const QString &text);
 
+/// What an app is called where every app needs a title.
+[[nodiscard]] QString titleOf(const QString &app);
+
+/// A line below the title of an app, in columns: what kind of thing it says, what about, and the text.
+[[nodiscard]] QString entryLine(const QString &kind, const QString &about, const QString &text);
+
 /// A line for each version.
 [[nodiscard]] QString asText(const QList<History::ProjectVersion> &versions);
 
