@@ -23,7 +23,7 @@ QStringList optionsIn(const QString &text)
 
 QStringList commands()
 {
-    return {u"export"_s, u"check"_s, u"verify"_s, u"history"_s, u"restore"_s, u"completion"_s};
+    return {u"export"_s, u"check"_s, u"verify"_s, u"diff"_s, u"history"_s, u"restore"_s, u"completion"_s};
 }
 
 } // namespace
@@ -70,6 +70,9 @@ void TestCli::wrongUsage_data()
     QTest::newRow("empty project") << QStringList{u"check"_s, u""_s} << u"An argument of check is empty\n"_s;
     QTest::newRow("two projects") << QStringList{u"check"_s, u"a"_s, u"b"_s} << u"check takes PROJECT"_s;
     QTest::newRow("no shell") << QStringList{u"completion"_s} << u"completion takes SHELL\n"_s;
+    QTest::newRow("one index") << QStringList{u"diff"_s, u"a"_s} << u"diff takes OLD NEW\n"_s;
+    QTest::newRow("format of another command")
+        << QStringList{u"diff"_s, u"a"_s, u"b"_s, u"--format"_s, u"sarif"_s} << u"--format is text|json|markdown\n"_s;
     QTest::newRow("no such shell") << QStringList{u"completion"_s, u"sh"_s} << u"SHELL is bash|fish|zsh\n"_s;
     QTest::newRow("no entry") << QStringList{u"restore"_s, u"a"_s} << u"restore takes PROJECT ENTRY"_s;
     QTest::newRow("no URL") << QStringList{u"export"_s, u"a"_s} << u"export needs --url"_s;
@@ -181,6 +184,7 @@ void TestCli::standardOutputClosed_data()
     QTest::newRow("check") << u"check project"_s;
     QTest::newRow("check as JSON") << u"check project --format json"_s;
     QTest::newRow("verify") << u"verify project --index Apps.json --url http://x"_s;
+    QTest::newRow("diff") << u"diff Apps.json Apps.json"_s;
     QTest::newRow("export") << u"export project --url http://x --output Other.json"_s;
     QTest::newRow("history") << u"history project"_s;
     QTest::newRow("completion") << u"completion bash"_s;

@@ -107,7 +107,7 @@ void TestCliCompletion::inBash_data()
     const QStringList files{u"--help.csv"_s, u".hidden"_s, u"it's $a.csv"_s, u"my cat"_s, u"plain.csv"_s, u"sub"_s};
     const QStringList levels{u"error"_s, u"note"_s, u"warning"_s};
     const QStringList none;
-    QTest::newRow("commands") << u"|"_s << QStringList{u"check"_s,   u"completion"_s, u"export"_s,
+    QTest::newRow("commands") << u"|"_s << QStringList{u"check"_s,   u"completion"_s, u"diff"_s,  u"export"_s,
                                                        u"history"_s, u"restore"_s,    u"verify"_s};
     QTest::newRow("commands that begin alike") << u"|c"_s << QStringList{u"check"_s, u"completion"_s};
     QTest::newRow("no such command") << u"|x"_s << none;
@@ -145,6 +145,8 @@ void TestCliCompletion::inBash_data()
     QTest::newRow("file where = does not split") << u"|export|--output=my"_s << QStringList{u"--output=my cat"_s};
     QTest::newRow("file after the options") << u"|check|--|--h"_s << QStringList{u"--help.csv"_s};
     QTest::newRow("second argument") << u"|restore|sub|p"_s << QStringList{u"plain.csv"_s};
+    QTest::newRow("index") << u"|diff|p"_s << QStringList{u"plain.csv"_s};
+    QTest::newRow("second index") << u"|diff|plain.csv|p"_s << QStringList{u"plain.csv"_s};
     QTest::newRow("folder") << u"|verify|"_s << QStringList{u"my cat"_s, u"sub"_s};
     QTest::newRow("no further argument") << u"|check|sub|"_s << none;
     QTest::newRow("no further argument after a folder with =") << u"|check|a|=|b|"_s << none;

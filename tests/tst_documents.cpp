@@ -1,4 +1,5 @@
 #include "check/checkrules.h"
+#include "check/indexdiff.h"
 #include "check/verification.h"
 #include "check/verify.h"
 #include "history/history.h"
@@ -105,6 +106,15 @@ QStringList anchors(const QString &text)
     return found;
 }
 
+/// The code and the severity of each rule.
+QStringList codesOf(const QList<Check::Rule> &rules)
+{
+    QStringList codes;
+    for (const Check::Rule &rule : rules)
+        codes.append(QLatin1String(rule.code) + u' ' + Check::severityName(rule.severity));
+    return codes;
+}
+
 } // namespace
 
 /// Examples, tables, links and commands of the documents are right.
@@ -171,15 +181,16 @@ void TestDocuments::hardwareIds()
 void TestDocuments::codes_data()
 {
     QTest::addColumn<QString>("heading");
-    QTest::addColumn<bool>("isCheck");
-    QTest::newRow("check") << u"\n## What check reports\n"_s << true;
-    QTest::newRow("verify") << u"\n## What verify reports\n"_s << false;
+    QTest::addColumn<QStringList>("known");
+    QTest::newRow("check") << u"\n## What check reports\n"_s << codesOf(Check::checkRules());
+    QTest::newRow("verify") << u"\n## What verify reports\n"_s << codesOf(Check::verifyRules());
+    QTest::newRow("diff") << u"\n## What diff reports\n"_s << codesOf(Check::diffRules());
 }
 
 void TestDocuments::codes()
 {
     QFETCH(QString, heading);
-    QFETCH(bool, isCheck);
+    QFETCH(QStringList, known);
     const QString chapter = document(u"docs/cli.md"_s).section(heading, 1).section(u"\n## "_s, 0, 0);
     static const QRegularExpression row(u"^\\| `([^`]+)` \\| (\\w+) \\| \\S.* \\| \\S.* \\|$"_s,
                                         QRegularExpression::MultilineOption);
@@ -190,11 +201,6 @@ void TestDocuments::codes()
     }
     // Two lines are the head of the table.
     QCOMPARE(documented.size(), chapter.count(u"\n|"_s) - 2);
-
-    QStringList known;
-    const QList<Check::Rule> codes = isCheck ? Check::checkRules() : Check::verifyRules();
-    for (const Check::Rule &rule : codes)
-        known.append(QLatin1String(rule.code) + u' ' + Check::severityName(rule.severity));
     QCOMPARE(documented, known);
 }
 

@@ -11,6 +11,7 @@ class QCommandLineParser;
 
 namespace Cli {
 
+ExitCode diff(const QStringList &arguments, const QCommandLineParser &options);
 ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &options);
 
 /// How many threads the user wants; by default one for each core.

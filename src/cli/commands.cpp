@@ -216,7 +216,7 @@ ExitCode wrongUsage(const QString &message, const QString &command)
     return Failed;
 }
 
-const std::array<Command, 6> &commands()
+const std::array<Command, 7> &commands()
 {
     static const Argument project{"PROJECT", "Folder of a catalogue, or its Apps.csv."};
     static const Option format{"format", "text|json|github|sarif", "Format of the findings.", "text"};
@@ -224,7 +224,7 @@ const std::array<Command, 6> &commands()
     static const Option allow{"allow", "CODE", "Leave out the findings with this code.", nullptr, false, true};
     static const Option failOn{"fail-on", "error|warning|note", "Least severity that makes the exit code 1.", "error"};
     static const Option strict{"strict", nullptr, "The same as --fail-on warning."};
-    static const std::array<Command, 6> all{{
+    static const std::array<Command, 7> all{{
         {"export",
          {project},
          "Writes the index of a catalogue, as \"Save and generate JSON\" does.",
@@ -249,6 +249,11 @@ const std::array<Command, 6> &commands()
           failOn,
           strict},
          verify},
+        {"diff",
+         {{"OLD", "Index before the change, a file or a URL."}, {"NEW", "Index after it, a file or a URL."}},
+         "Shows what changed between two indexes.",
+         {{"format", "text|json|markdown", "Format of the differences.", "text"}},
+         diff},
         {"history", {project}, "Lists what is kept of a catalogue and its descriptions, newest first.", {}, history},
         {"restore",
          {project, {"ENTRY", "Name of an entry in the list of the history, or the path of its file there."}},

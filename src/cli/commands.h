@@ -12,7 +12,7 @@ namespace Cli {
 /// What the program ends with.
 enum ExitCode {
     Clean, ///< done
-    HasErrors, ///< done, and the catalogue has errors, or what the options count as such
+    HasErrors, ///< done, and the catalogue has errors, or what the options count as such, or two indexes differ
     Failed, ///< wrong usage, or something could not be read or written
 };
 
@@ -57,6 +57,6 @@ struct Command
 /// Says on standard error what is wrong, and where to find help. The command is empty for the whole program.
 [[nodiscard]] ExitCode wrongUsage(const QString &message, const QString &command = {});
 
-[[nodiscard]] const std::array<Command, 6> &commands();
+[[nodiscard]] const std::array<Command, 7> &commands();
 
 } // namespace Cli

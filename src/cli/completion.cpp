@@ -19,9 +19,11 @@ Way wayOf(const char *value)
         QLatin1String name;
         Way way;
     };
-    static constexpr std::array<Kind, 4> KINDS{{
+    static constexpr std::array<Kind, 6> KINDS{{
         {QLatin1String("ENTRY"), &Ways::files},
         {QLatin1String("FILE"), &Ways::files},
+        {QLatin1String("NEW"), &Ways::files},
+        {QLatin1String("OLD"), &Ways::files},
         {QLatin1String("PLACE"), &Ways::folders},
         {QLatin1String("PROJECT"), &Ways::files},
     }};

@@ -107,8 +107,8 @@ QString programHelp(const QCommandLineParser &parser)
     for (const Command &command : commands())
         help += QStringLiteral("  %1 %2\n").arg(text(command.name).leftJustified(10), text(command.description));
     return help
-           + QStringLiteral(
-               "\nExit codes: 0 done and clean, 1 the catalogue has errors, 2 wrong usage or a failure.\n");
+           + QStringLiteral("\nExit codes: 0 done and clean, 1 the catalogue has errors or the indexes differ, 2 wrong "
+                            "usage or a failure.\n");
 }
 
 ExitCode runProgram(const QStringList &words)
