@@ -142,13 +142,70 @@ const QList<Change> FINDINGS{
     {"", "findings/0/column", "5"},
     {"", "seconds", "5"},
 };
+
+const QList<Change> DIFF{
+    {"type", "", "[]"},
+    {"required/added", "added", nullptr},
+    {"required/changed", "changed", nullptr},
+    {"required/findings", "findings", nullptr},
+    {"required/removed", "removed", nullptr},
+    {"added/type", "added", "\"Compass\""},
+    {"added/[]/type", "added/0", "null"},
+    {"removed/type", "removed", "{}"},
+    {"removed/[]/type", "removed/0", "5"},
+    {"changed/type", "changed", "{}"},
+    {"changed/[]/type", "changed/0", "\"Altimeter\""},
+    {"changed/[]/required/app", "changed/0/app", nullptr},
+    {"changed/[]/required/files", "changed/0/files", nullptr},
+    {"changed/[]/app/type", "changed/0/app", "null"},
+    {"changed/[]/files/type", "changed/0/files", "[]"},
+    {"changed/[]/files/required/added", "changed/0/files/added", nullptr},
+    {"changed/[]/files/required/changed", "changed/0/files/changed", nullptr},
+    {"changed/[]/files/required/removed", "changed/0/files/removed", nullptr},
+    {"changed/[]/files/added/type", "changed/0/files/added", "\"Apps/a\""},
+    {"changed/[]/files/added/[]/type", "changed/0/files/added/0", "5"},
+    {"changed/[]/files/changed/type", "changed/0/files/changed", "{}"},
+    {"changed/[]/files/changed/[]/type", "changed/0/files/changed/0", "null"},
+    {"changed/[]/files/removed/type", "changed/0/files/removed", "null"},
+    {"changed/[]/files/removed/[]/type", "changed/0/files/removed/0", "{}"},
+    {"changed/[]/additionalProperties/type", "changed/0/author", "\"Ann\""},
+    {"changed/[]/additionalProperties/minProperties", "changed/0/author", "{}"},
+    {"findings/type", "findings", "{}"},
+    {"", "added", "[\"\"]"},
+    {"", "changed", "[]"},
+    {"", "changed/0/app", "\"\""},
+    {"", "changed/0/author", "{\"new\": null}"},
+    {"", "changed/0/author/old", nullptr},
+    {"", "changed/0/hw", "{\"old\": 5, \"new\": [\"674\"]}"},
+    {"", "changed/0/files/added", "[\"\"]"},
+    {"", "findings", "[]"},
+    {"", "findings/0/line", "0"},
+    {"", "seconds", "5"},
+};
 // clang-format on
+
+/// The part of another schema that a reference names.
+QJsonObject referredBy(const QString &reference)
+{
+    QJsonObject schema = QJsonDocument::fromJson(readFile(SCHEMAS + reference.section(u'#', 0, 0))).object();
+    const QStringList steps = reference.section(u"#/"_s, 1).split(u'/');
+    for (const QString &step : steps)
+        schema = schema.value(step).toObject();
+    return schema;
+}
+
+/// The changes that break a rule with such a path.
+QList<Change> breaking(const QByteArray &path, QList<Change> changes)
+{
+    changes.removeIf([&path](const Change &one) { return !QByteArrayView(one.rule).startsWith(path); });
+    return changes;
+}
 
 /// The paths in a schema of what a document can break.
 QStringList rulesOf(const QJsonObject &schema, const QString &path = {})
 {
-    static const QSet<QString> keywords{u"type"_s,    u"const"_s,   u"enum"_s,     u"pattern"_s,
-                                        u"minimum"_s, u"maximum"_s, u"minLength"_s};
+    static const QSet<QString> keywords{u"type"_s,    u"const"_s,   u"enum"_s,      u"pattern"_s,
+                                        u"minimum"_s, u"maximum"_s, u"minLength"_s, u"minProperties"_s};
     static const QSet<QString> explaining{u"$schema"_s, u"title"_s, u"description"_s, u"if"_s};
     QStringList rules;
     for (auto entry = schema.constBegin(); entry != schema.constEnd(); ++entry) {
@@ -164,6 +221,8 @@ QStringList rulesOf(const QJsonObject &schema, const QString &path = {})
             const QJsonObject members = entry.value().toObject();
             for (auto member = members.constBegin(); member != members.constEnd(); ++member)
                 rules += rulesOf(member.value().toObject(), path + member.key() + u'/');
+        } else if (name == "$ref"_L1) {
+            rules += rulesOf(referredBy(entry.value().toString()), path);
         } else if (name == "items"_L1) {
             rules += rulesOf(entry.value().toObject(), path + u"[]/"_s);
         } else if (!explaining.contains(name)) {
@@ -191,13 +250,17 @@ private slots:
     void indexes();
     void findings_data();
     void findings();
+    void differences_data();
+    void differences();
     void everyRuleRefusesSomething_data();
     void everyRuleRefusesSomething();
 
 private:
-    static QByteArray exampleIn(const QString &path)
+    /// The first one below a heading.
+    static QByteArray exampleIn(const QString &path, const QString &heading)
     {
-        return document(path).section(u"```json\n"_s, 1).section(u"```\n"_s, 0, 0).toUtf8();
+        const QString chapter = document(path).section(u"\n## %1\n"_s.arg(heading), 1);
+        return chapter.section(u"```json\n"_s, 1).section(u"```\n"_s, 0, 0).toUtf8();
     }
 
     /// For each document the rules of a schema that it breaks.
@@ -229,6 +292,8 @@ QList<QStringList> TestCliSchemas::brokenRules(const QString &schema, const QLis
         qFatal("%s", outcome.err.constData());
     QList<QStringList> broken;
     for (QString &line : lines) {
+        // Only newer validators name it.
+        line.remove(u"$ref/"_s);
         line.replace(u"properties/"_s, QString()).replace(u"items/"_s, u"[]/"_s);
         broken.append(line.split(u'\t', Qt::SkipEmptyParts));
     }
@@ -263,7 +328,7 @@ void TestCliSchemas::indexes()
         makeClock(lines == "\n" ? QByteArray() : lines);
     const QString index = folder->path(u"Apps.json"_s);
     QVERIFY(run({u"export"_s, project(), u"--url"_s, url, u"--output"_s, index}).code < 2);
-    QCOMPARE(brokenRules(u"apps.schema.json"_s, {readFile(index), exampleIn(u"docs/formats.md"_s)}),
+    QCOMPARE(brokenRules(u"apps.schema.json"_s, {readFile(index), exampleIn(u"docs/formats.md"_s, u"Apps.json"_s)}),
              QList<QStringList>(2));
 }
 
@@ -291,7 +356,8 @@ void TestCliSchemas::findings()
     folder->write(u"project/Clock/\u001b\n"_s, "x");
     folder->write(u"empty.json"_s, "{}");
     const Outcome outcome = run(arguments + QStringList{u"--format"_s, u"json"_s}, folder->path());
-    QCOMPARE(brokenRules(u"findings.schema.json"_s, {outcome.out, exampleIn(u"docs/cli.md"_s)}), QList<QStringList>(2));
+    QCOMPARE(brokenRules(u"findings.schema.json"_s, {outcome.out, exampleIn(u"docs/cli.md"_s, u"JSON"_s)}),
+             QList<QStringList>(2));
 
     // The schema knows every member, although it allows those of later versions.
     const QJsonObject members = QJsonDocument::fromJson(readFile(SCHEMAS + u"findings.schema.json"_s))
@@ -311,21 +377,59 @@ void TestCliSchemas::findings()
     }
 }
 
+void TestCliSchemas::differences_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<int>("number"); // of members of the app that differs
+    const QByteArray clock = R"({"name": {"en": "Clock"}, "version": "1", "files": [{"destination": "Apps/a"}]})";
+    QTest::newRow("nothing") << clock << clock << 0;
+    QTest::newRow("whole apps") << clock << R"({"name": {"en": "Lamp"}}, 5)"_ba << 0;
+    QTest::newRow("every member") << clock
+                                  << R"({"name": {"en": "Clock", "fr": "Horloge"}, "version": "2", "author": "Ann",
+        "releaseDate": "", "hw": [674], "description": {}, "previewIcon": "https://x.org/", "files": []})"_ba
+                                  << 9;
+    QTest::newRow("wrong kinds") << R"({"version": 5, "author": {"a": 1}, "hw": null, "files": 5})"_ba
+                                 << R"({"version": null, "author": [], "files": [5, {"destination": ""}]})"_ba << 5;
+}
+
+void TestCliSchemas::differences()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    QFETCH(int, number);
+    folder->write(u"old.json"_s, R"({"applications": [)" + before + "]}");
+    folder->write(u"new.json"_s, R"({"applications": [)" + after + "]}");
+    const Outcome outcome = run({u"diff"_s, u"old.json"_s, u"new.json"_s, u"--format"_s, u"json"_s}, folder->path());
+    const QByteArray documented = exampleIn(u"docs/cli.md"_s, u"What changed between two releases"_s);
+    QCOMPARE(brokenRules(u"diff.schema.json"_s, {outcome.out, documented}), QList<QStringList>(2));
+
+    // The schema knows every member, although it allows those of later versions.
+    const QJsonObject schema = QJsonDocument::fromJson(readFile(SCHEMAS + u"diff.schema.json"_s)).object();
+    const QJsonObject object = QJsonDocument::fromJson(outcome.out).object();
+    QCOMPARE(object.keys(), schema.value("properties"_L1).toObject().keys());
+    const QJsonObject change = object.value("changed"_L1).toArray().at(0).toObject();
+    QCOMPARE(change.size(), number);
+}
+
 void TestCliSchemas::everyRuleRefusesSomething_data()
 {
     QTest::addColumn<QString>("schema");
-    QTest::addColumn<QString>("valid");
+    QTest::addColumn<QByteArray>("valid");
     QTest::addColumn<QList<Change>>("cases");
-    QTest::newRow("apps") << u"apps.schema.json"_s << u"docs/formats.md"_s << APPS;
-    QTest::newRow("findings") << u"findings.schema.json"_s << u"docs/cli.md"_s << FINDINGS;
+    QTest::newRow("apps") << u"apps.schema.json"_s << exampleIn(u"docs/formats.md"_s, u"Apps.json"_s) << APPS;
+    QTest::newRow("findings") << u"findings.schema.json"_s << exampleIn(u"docs/cli.md"_s, u"JSON"_s) << FINDINGS;
+    QTest::newRow("diff") << u"diff.schema.json"_s
+                          << exampleIn(u"docs/cli.md"_s, u"What changed between two releases"_s)
+                          << DIFF + breaking("findings/[]/", FINDINGS);
 }
 
 void TestCliSchemas::everyRuleRefusesSomething()
 {
     QFETCH(QString, schema);
-    QFETCH(QString, valid);
+    QFETCH(QByteArray, valid);
     QFETCH(QList<Change>, cases);
-    const QJsonObject good = QJsonDocument::fromJson(exampleIn(valid)).object();
+    const QJsonObject good = QJsonDocument::fromJson(valid).object();
     QList<QByteArray> documents;
     for (const Change &one : cases)
         documents.append(asBytes(changed(good, one.place, one.value)));

@@ -206,12 +206,13 @@ void TestPackage::icons()
 void TestPackage::documents_data()
 {
     QTest::addColumn<QString>("path");
-    for (const char *path : {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md",
-                             "doc/catalist/glossary.md", "doc/catalist/cli.md", "doc/catalist/formats.md",
-                             "doc/catalist/reliability.md", "doc/catalist/schema/apps.schema.json",
-                             "doc/catalist/schema/findings.schema.json", "doc/catalist/pictures/general.png",
-                             "doc/catalist/examples/catalogue/Apps.csv", "bash-completion/completions/catalist-cli",
-                             "fish/vendor_completions.d/catalist-cli.fish", "zsh/site-functions/_catalist-cli"})
+    for (const char *path :
+         {"man/man1/catalist.1", "man/man1/catalist-cli.1", "doc/catalist/guide.md", "doc/catalist/glossary.md",
+          "doc/catalist/cli.md", "doc/catalist/formats.md", "doc/catalist/reliability.md",
+          "doc/catalist/schema/apps.schema.json", "doc/catalist/schema/diff.schema.json",
+          "doc/catalist/schema/findings.schema.json", "doc/catalist/pictures/general.png",
+          "doc/catalist/examples/catalogue/Apps.csv", "bash-completion/completions/catalist-cli",
+          "fish/vendor_completions.d/catalist-cli.fish", "zsh/site-functions/_catalist-cli"})
         QTest::newRow(path) << QString::fromLatin1(path);
 }
 

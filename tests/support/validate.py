@@ -1,9 +1,10 @@
 """Prints what documents break of a JSON Schema: a line for each document, with the rules between tabs."""
 
 import json
+import pathlib
 import sys
 
-from jsonschema import Draft202012Validator
+from jsonschema import Draft202012Validator, RefResolver
 
 
 def read(path):
@@ -21,6 +22,8 @@ def rule(error):
 
 schema, *documents = sys.argv[1:]
 Draft202012Validator.check_schema(read(schema))
-validator = Draft202012Validator(read(schema))
+# Schemas refer to those beside them.
+resolver = RefResolver(pathlib.Path(schema).as_uri(), read(schema))
+validator = Draft202012Validator(read(schema), resolver=resolver)
 for document in documents:
     print("\t".join(sorted(rule(error) for error in validator.iter_errors(read(document)))))
