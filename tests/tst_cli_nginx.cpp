@@ -110,6 +110,7 @@ private slots:
     void initTestCase();
     void wholeRoad();
     void findsEveryDamage();
+    void script();
 };
 
 void TestCliNginx::initTestCase()
@@ -201,6 +202,38 @@ void TestCliNginx::findsEveryDamage()
         damages.repair();
     }
     QCOMPARE(findingsIn(run(verify).out), QStringList());
+}
+
+void TestCliNginx::script()
+{
+    const Outcome outcome = runScript(u"exec \"$SCRIPT\""_s, folder->path(), [] {
+        QProcessEnvironment environment;
+        environment.insert(u"SCRIPT"_s, u"" CATALIST_SOURCE_DIR "/examples/publish.sh"_s);
+        environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+        environment.insert(u"PORT"_s, QString::number(freePort()));
+        return environment;
+    }());
+    QCOMPARE(outcome.err, QByteArray());
+    QCOMPARE(outcome.code, 0);
+    const QByteArray expected = R"(== Check the catalogue
+5 apps, 19 files: no findings
+== Export its index
+5 apps, 19 files, 22502 bytes: publish/Apps.json
+== Verify what is served
+5 apps, 19 files: no findings
+== A file is cut off
+Altimeter
+  error   size-differs           "Altimeter/main.lua" has 100 bytes instead of 1864: upload it again, or publish the index again.
+
+1 error, 0 warnings, 0 notes
+== Compare with the last release
+Altimeter
+  changed file                   Apps/Altimeter/main.lua
+  warning version-same           The files differ, but the version is still "1.4.2": give the app a higher one.
+
+0 apps added, 0 removed, 1 changed
+)";
+    QCOMPARE(outcome.out, expected);
 }
 
 CATALIST_TEST(TestCliNginx)
