@@ -14,6 +14,7 @@ KB = 1000
 MB = 1000 * KB
 
 APP_COUNTS = (100, 1_000, 10_000, 100_000)
+FILE_COUNTS = (1_000, 10_000, 100_000)
 PAGE_SIZES = (1, 10, 100, 1_000)
 PICTURES = 10
 FILE_TO_ADD = "new.lua"
@@ -70,6 +71,13 @@ def make_trees(folder):
     make_tree(folder / "many", rng, [rng.randint(0, 16 * KB) for _ in range(20_000)], folders=400, apps=10)
     make_tree(folder / "even", rng, [20 * KB] * 5_000, folders=50, apps=10)
     make_tree(folder / "listed", rng, [rng.randint(0, 16 * KB) for _ in range(200 * 50)], folders=200, apps=200)
+
+
+def make_growing_trees(folder):
+    for count in FILE_COUNTS:
+        rng = random.Random(count)
+        make_tree(folder / f"files-{count}", rng, [rng.randint(0, 2 * KB) for _ in range(count)], folders=count // 50,
+                  apps=count // 100)
 
 
 def make_catalogues(folder):
@@ -139,6 +147,7 @@ def make_data(folder):
     unfinished = folder.with_name(folder.name + ".new")
     shutil.rmtree(unfinished, ignore_errors=True)
     make_trees(unfinished)
+    make_growing_trees(unfinished)
     make_catalogues(unfinished)
     make_pages(unfinished / "pages")
     (unfinished / stamp.name).write_bytes(source)

@@ -4,6 +4,7 @@
 #include "io/repositoryindex.h"
 
 #include "folder.h"
+#include "indexobject.h"
 #include "lengths.h"
 #include "testrunner.h"
 
@@ -29,7 +30,7 @@ QJsonArray publishedFiles(const QStringList &listed, const QString &projectDir)
 {
     AppConfig app;
     app.files = listed;
-    const QJsonObject index = buildRepositoryIndex({app}, QString(), projectDir);
+    const QJsonObject index = indexObject({app}, QString(), projectDir);
     return index.value("applications"_L1).toArray().at(0).toObject().value("files"_L1).toArray();
 }
 

@@ -1,6 +1,7 @@
 #include "io/repositoryindex.h"
 
 #include "folder.h"
+#include "indexobject.h"
 #include "testrunner.h"
 
 #include <QFile>
@@ -31,7 +32,7 @@ AppConfig listing(const QStringList &files)
 /// The relative paths of the file entries, taken from their URLs.
 QStringList published(const AppConfig &app, const QString &projectDir)
 {
-    const QJsonObject index = buildRepositoryIndex({app}, QString(), projectDir);
+    const QJsonObject index = indexObject({app}, QString(), projectDir);
     QStringList paths;
     const QJsonArray files = index.value("applications"_L1).toArray().at(0).toObject().value("files"_L1).toArray();
     for (const auto file : files)
@@ -58,6 +59,7 @@ private slots:
     void unreadableFile();
     void sameOnSeveralThreads_data();
     void sameOnSeveralThreads();
+    void escapes();
     void backslashes();
     void fullListing();
     void listsTheIndexItself();
@@ -184,11 +186,8 @@ void TestRepositoryIndex::prefixes()
     AppConfig app = listing({u"Lua"_s});
     app.icon = u"icon.png"_s;
     app.descriptions = {{u"en"_s, u"../en.html"_s}};
-    const QJsonObject object = buildRepositoryIndex({app}, u"http://host/repo"_s, folder.path())
-                                   .value("applications"_L1)
-                                   .toArray()
-                                   .at(0)
-                                   .toObject();
+    const QJsonObject object =
+        indexObject({app}, u"http://host/repo"_s, folder.path()).value("applications"_L1).toArray().at(0).toObject();
     const QJsonObject file = object.value("files"_L1).toArray().at(0).toObject();
     QCOMPARE(file.value("url"_L1).toString(), u"http://host/repoLua/app.lua"_s);
     QCOMPARE(file.value("destination"_L1).toString(), u"Apps/Lua/app.lua"_s);
@@ -337,7 +336,7 @@ void TestRepositoryIndex::sameOnSeveralThreads()
         report.progress = [reports](const IndexReport &now) {
             reports->append(u"%1 %2 %3"_s.arg(now.apps).arg(now.files).arg(now.bytes));
         };
-        const QJsonObject index = buildRepositoryIndex(apps, url(), folder.path(), &report, onThreads);
+        const QJsonObject index = indexObject(apps, url(), folder.path(), &report, onThreads);
         for (const QList<FileError> &errors : {report.leftOut, report.withoutHash}) {
             for (const FileError &error : errors)
                 reports->append(error.text());
@@ -351,6 +350,44 @@ void TestRepositoryIndex::sameOnSeveralThreads()
     QCOMPARE(expectedReports.size(), 2007 + 7 + 7 + 2 + 1);
     QCOMPARE(build(threads, &reports), expected);
     QCOMPARE(reports, expectedReports);
+}
+
+void TestRepositoryIndex::escapes()
+{
+#ifdef Q_OS_WIN
+    QSKIP("No such names on this system");
+#endif
+    const Folder folder;
+    folder.write(u"L/a\"\n\t\u0001\u007fé😀"_s, "abc");
+    folder.write(u"L/b]"_s, "");
+    AppConfig app = listing({u"L"_s});
+    app.author = u"A\n            \"files\": ["_s;
+    QVERIFY(writeRepositoryIndex(folder.path(output()), {app, listing({}), app}, u"http://\"/"_s, folder.path()));
+    const QByteArray files = R"(            "files": [
+                {
+                    "destination": "Apps/L/a\"\n\t\u0001)"
+                             "\x7f"
+                             R"(é😀",
+                    "hash": "a9993e364706816aba3e25717850c26c9cd0d89d",
+                    "size": 3,
+                    "url": "http://\"/L/a\"\n\t\u0001)"
+                             "\x7f"
+                             R"(é😀"
+                },
+                {
+                    "destination": "Apps/L/b]",
+                    "hash": "da39a3ee5e6b4b0d3255bfef95601890afd80709",
+                    "size": 0,
+                    "url": "http://\"/L/b]"
+                }
+            ],
+)";
+    const QByteArray index = folder.read(output());
+    QCOMPARE(index, QJsonDocument::fromJson(index).toJson());
+    QCOMPARE(index.count(files), 2);
+    QCOMPARE(index.count("            \"files\": [\n            ],\n"), 1);
+    QCOMPARE(QJsonDocument::fromJson(index).object().value("applications"_L1).toArray().size(), 3);
+    QVERIFY(index.contains("            \"author\": \"A\\n            \\\"files\\\": [\",\n"));
 }
 
 void TestRepositoryIndex::backslashes()

@@ -4,6 +4,7 @@
 #include "check/checkrules.h"
 #include "findings.h"
 #include "folder.h"
+#include "indexobject.h"
 #include "io/projectfile.h"
 #include "io/repositoryindex.h"
 #include "lengths.h"
@@ -51,7 +52,7 @@ struct Published
         clock.icon = u"icon.png"_s;
         clock.descriptions = {{u"en"_s, u"en.html"_s}};
         clock.files = QStringList{u"Clock"_s};
-        const QJsonObject index = buildRepositoryIndex({clock}, URL, folder.path(u"www"_s));
+        const QJsonObject index = indexObject({clock}, URL, folder.path(u"www"_s));
         app = index.value("applications"_L1).toArray().at(0).toObject();
     }
 
@@ -376,7 +377,7 @@ void TestVerify::makeLargeTree()
         apps.append(app);
     }
     large->write(u"www/doc/shared.png"_s, PNG);
-    const QJsonObject index = buildRepositoryIndex(apps, URL, large->path(u"www"_s));
+    const QJsonObject index = indexObject(apps, URL, large->path(u"www"_s));
     large->write(u"Apps.json"_s, asBytes(index));
     const QJsonArray applications = index.value("applications"_L1).toArray();
     for (const auto app : applications) {

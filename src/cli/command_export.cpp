@@ -8,7 +8,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 
 #include <utility>
 
@@ -113,8 +112,7 @@ ExitCode exportIndex(const QStringList &arguments, const QCommandLineParser &opt
             });
         };
         const QString url = repositoryUrl(options.value(QStringLiteral("url")));
-        content = QJsonDocument(buildRepositoryIndex(apps, url, projectFolder(project), &report, threads(options)))
-                      .toJson(QJsonDocument::Indented);
+        content = repositoryIndex(apps, url, projectFolder(project), &report, threads(options));
         if constexpr (LINE_END.size() > 1)
             content.replace("\n", QByteArray(LINE_END.data(), LINE_END.size()));
     }

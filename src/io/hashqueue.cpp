@@ -12,7 +12,7 @@ namespace {
 constexpr qsizetype MOST_FILES = 64;
 constexpr qint64 MOST_BYTES = 1'000'000;
 
-constexpr int BATCHES_PER_THREAD = 4; // under way before the finder has to wait
+constexpr size_t BATCHES_PER_THREAD = 4; // under way before the finder has to wait
 
 } // namespace
 
@@ -44,7 +44,7 @@ void HashQueue::add(const QString &path, qint64 size, Use use)
     if (batch->paths.size() < MOST_FILES && batch->bytes < MOST_BYTES)
         return;
     startBatch();
-    const auto most = static_cast<size_t>(BATCHES_PER_THREAD * pool.maxThreadCount());
+    const size_t most = BATCHES_PER_THREAD * static_cast<size_t>(pool.maxThreadCount());
     while (!underWay.empty() && (underWay.front()->isHashed || underWay.size() > most))
         useOldest();
 }

@@ -1,22 +1,14 @@
 #include "io/jsonmap.h"
 
+#include "io/jsontext.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
-
-#include <algorithm>
 
 // Texts that need no escapes are written and read here, everything else is left to Qt: opening 100,000 apps takes 0.39
 // instead of 0.53 s, saving them 0.27 instead of 0.62 s.
 
 namespace {
-
-/// Whether a text needs no escapes in JSON. Texts with halves of characters are left to Qt.
-bool isUnescaped(QStringView text)
-{
-    return std::none_of(text.cbegin(), text.cend(), [](QChar character) {
-        return character < u' ' || character == u'"' || character == u'\\' || character.isSurrogate();
-    });
-}
 
 QString jsonOfQt(const QMap<QString, QString> &map)
 {
@@ -41,7 +33,7 @@ bool readUnescaped(QStringView json, QMap<QString, QString> *map)
             return false;
         const QStringView key = member.first(colon);
         const QStringView value = member.sliced(colon + COLON.size());
-        if (!isUnescaped(key) || !isUnescaped(value))
+        if (!isUnescapedInJson(key) || !isUnescapedInJson(value))
             return false;
         map->insert(key.toString(), value.toString());
     }
@@ -54,7 +46,7 @@ QString jsonFromMap(const QMap<QString, QString> &map)
 {
     QString json;
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
-        if (!isUnescaped(entry.key()) || !isUnescaped(entry.value()))
+        if (!isUnescapedInJson(entry.key()) || !isUnescapedInJson(entry.value()))
             return jsonOfQt(map);
         json += json.isEmpty() ? QStringLiteral("{\"") : QStringLiteral(",\"");
         json += entry.key();

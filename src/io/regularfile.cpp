@@ -28,10 +28,10 @@ RegularFile::~RegularFile()
 
 #ifdef Q_OS_UNIX
 
-FileResult<> RegularFile::open(const QString &name)
+FileResult<> RegularFile::open(const QString &filePath)
 {
     close();
-    path = name;
+    path = filePath;
     const QByteArray encoded = QFile::encodeName(path);
     struct stat status = {};
     // Devices do things when they are opened.
@@ -72,10 +72,10 @@ void RegularFile::close()
 
 #else
 
-FileResult<> RegularFile::open(const QString &name)
+FileResult<> RegularFile::open(const QString &filePath)
 {
     close();
-    path = name;
+    path = filePath;
     const QFileInfo info(path);
     if (!info.isFile() && info.exists())
         return isOfAnotherKind(path);

@@ -19,7 +19,7 @@ public:
     Q_DISABLE_COPY_MOVE(RegularFile)
 
     /// Opens another file instead of the one before.
-    [[nodiscard]] FileResult<> open(const QString &path);
+    [[nodiscard]] FileResult<> open(const QString &filePath);
 
     [[nodiscard]] qint64 size() const; ///< when it was opened; some files of the system report none
 

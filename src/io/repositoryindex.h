@@ -4,7 +4,7 @@
 #include "io/folderwalk.h"
 #include "model/appconfig.h"
 
-#include <QJsonObject>
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
@@ -48,12 +48,11 @@ struct IndexReport
 /// The typed repository URL with a "/" at its end.
 [[nodiscard]] QString repositoryUrl(const QString &typed);
 
-/// The index as a JSON object. Reads every file that the apps list, in folders too, from the project folder,
-/// whose path is absolute; with an empty one no file is found. The threads hash the files.
+/// The index as indented JSON. Reads every file that the apps list, in folders too, from the project folder, whose path
+/// is absolute; with an empty one no file is found. The threads hash the files.
 /// The repository URL is put before each path, unchanged; usually it ends in "/".
-[[nodiscard]] QJsonObject buildRepositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
-                                               const QString &projectDir, IndexReport *report = nullptr,
-                                               int threads = 1);
+[[nodiscard]] QByteArray repositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
+                                         const QString &projectDir, IndexReport *report = nullptr, int threads = 1);
 
 /// Writes the index as indented JSON. The file is truncated before the walk over the apps' files, which may meet it.
 /// False when it cannot be opened; what goes wrong later is in the report alone.

@@ -68,6 +68,7 @@ Outcome runScript(const QString &script, const QString &folder, QProcessEnvironm
     QProcess process;
     process.setWorkingDirectory(folder);
     environment.insert(u"PATH"_s, QFileInfo(cliPath()).path() + u":/usr/bin:/bin"_s);
+    environment.insert(u"LSAN_OPTIONS"_s, qEnvironmentVariable("LSAN_OPTIONS"));
     process.setProcessEnvironment(environment);
     process.start(u"/bin/sh"_s, {u"-c"_s, script});
     return finish(process);
