@@ -309,7 +309,8 @@ QStringList TestPackage::expected() const
             paths.append(moved(path) + (path.startsWith(u"share/man/man1/"_s) ? u".gz"_s : QString()));
     }
     paths += {u"share/doc/catalist-cli"_s, u"share/lintian"_s, u"share/lintian/overrides"_s};
-    for (const QString &name : debian.keys()) {
+    const QStringList names = debian.keys();
+    for (const QString &name : names) {
         for (const QString &file : {u"changelog.Debian.gz"_s, u"changelog.gz"_s, u"copyright"_s})
             paths.append(u"share/doc/"_s + name + u'/' + file);
         paths.append(u"share/lintian/overrides/"_s + name);

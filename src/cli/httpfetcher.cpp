@@ -238,7 +238,7 @@ void HttpFetcher::finishTransfers()
     while (const CURLMsg *message = curl_multi_info_read(multi, &left)) {
         if (message->msg != CURLMSG_DONE)
             continue;
-        const CURLcode result = message->data.result; // the message goes with the handle
+        const CURLcode result = message->data.result; // the message is freed with the handle
         Transfer *transfer = nullptr;
         curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
         stop(transfer);
