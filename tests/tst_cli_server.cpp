@@ -680,9 +680,9 @@ void TestCliServer::wrongUsage()
 
 void TestCliServer::usesLittleMemory()
 {
-#if defined(__SANITIZE_ADDRESS__) || !defined(Q_OS_LINUX)
-    QSKIP("The sanitizer takes memory of its own");
-#else
+#ifdef Q_OS_LINUX
+    if (qEnvironmentVariableIsSet("ASAN_OPTIONS"))
+        QSKIP("The sanitizer takes memory of its own");
     constexpr qint64 SIZE = 100'000'000;
     Served served;
     QJsonArray files = served.app.value("files"_L1).toArray();
@@ -715,6 +715,8 @@ void TestCliServer::usesLittleMemory()
     QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, 60'000);
     QCOMPARE(finish(process).code, 0);
     QVERIFY2(most > 1000 && most < 50'000, qPrintable(QString::number(most)));
+#else
+    QSKIP("The memory of a program is not known here");
 #endif
 }
 
