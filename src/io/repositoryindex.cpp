@@ -35,7 +35,7 @@ struct Export
     HashQueue hashes;
 };
 
-// As Qt indents it. Publishing 20,000 small files on two cores takes 0.19 instead of 0.23 s than through Qt's objects.
+// As Qt indents it. Through its objects, publishing 20,000 small files on two cores takes 0.26 instead of 0.21 s.
 void appendEntry(QByteArray *files, const QString &url, const QString &destination, const QString &hash, qint64 size)
 {
     *files += files->isEmpty() ? "\n                {" : ",\n                {";
