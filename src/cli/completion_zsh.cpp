@@ -31,9 +31,9 @@ QString value(const char *name, const QString &way)
 }
 
 /// The next line of a call of _arguments.
-QString nextLine(const QString &indent, const QString &specification)
+QString nextLine(const QString &indent, const QString &word)
 {
-    return QStringLiteral(" \\\n") + indent + specification;
+    return QStringLiteral(" \\\n") + indent + word;
 }
 
 QString optionLines(const QList<Option> &options, const QString &indent)
@@ -42,19 +42,19 @@ QString optionLines(const QList<Option> &options, const QString &indent)
     for (const Option &option : options) {
         const QString text =
             QStringLiteral("[%1]").arg(escaped(QLatin1String(option.description), QStringLiteral("\\[]:")));
-        QString specification = dashed(option);
+        QString word = dashed(option);
         if (option.isRepeatable)
-            specification.prepend(QLatin1Char('*'));
+            word.prepend(QLatin1Char('*'));
         if (option.value)
-            specification += QLatin1Char('=') + text + value(option.value, wayToComplete(option.value, ways()));
+            word += QLatin1Char('=') + text + value(option.value, wayToComplete(option.value, ways()));
         else
-            specification += text;
+            word += text;
         // Nothing comes after an option with a letter.
         lines += nextLine(
             indent,
             option.letter
                 ? QStringLiteral("'(- *)'{-%1,%2}%3").arg(QLatin1String(option.letter), dashed(option), quoted(text))
-                : quoted(specification));
+                : quoted(word));
     }
     return lines;
 }
