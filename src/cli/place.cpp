@@ -100,6 +100,8 @@ FileResult<Check::Result> verifyPlace(const VerifyOptions &options)
     if (isUrl(options.place))
         return verifyUrl(options);
     const QString index = indexPlace(options);
+    if (!isUrl(index))
+        return Check::verifyIndex(options.place, index, options.repoUrl, options.appName, options.threads);
     const auto content = readIndexAt(index, options.fetch);
     if (!content)
         return content.error();
