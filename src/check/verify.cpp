@@ -50,7 +50,7 @@ protected:
             report("size-differs", {file.path, QString::number(info.size()), QString::number(file.size)});
             return;
         }
-        hashes.add(info.filePath(), file.size, [this, file, position = here()](const FileResult<QString> &real) {
+        hashes.add(info.filePath(), [this, file, position = here()](const FileResult<QString> &real) {
             if (!real)
                 reportAt(position, "file-unreadable", {file.path});
             else if (*real != file.hash)

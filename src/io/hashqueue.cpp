@@ -1,51 +1,55 @@
 #include "io/hashqueue.h"
 
-#include <QStringList>
-
 #include <atomic>
+#include <latch>
 #include <utility>
-#include <vector>
 
 namespace {
 
-// Of one batch: enough that handing it over does not count, and little enough that no thread waits for another's last.
-constexpr qsizetype MOST_FILES = 64;
-constexpr qint64 MOST_BYTES = 1'000'000;
-
-constexpr size_t BATCHES_PER_THREAD = 4; // under way before the finder has to wait
+constexpr size_t FILES_PER_BATCH = 64; // handing one over does not count
+constexpr size_t MOST_BATCHES = 128; // under way before the finder waits: about 4 MB
 
 } // namespace
 
+/// Files that all threads hash together, each taking the next one.
 struct HashQueue::Batch
 {
-    QStringList paths;
-    std::vector<Use> uses;
-    qint64 bytes = 0;
-    std::vector<FileResult<QString>> hashes;
-    std::atomic<bool> isHashed = false;
+    explicit Batch(std::vector<File> found) : files(std::move(found)), toHash(static_cast<std::ptrdiff_t>(files.size()))
+    {
+    }
+
+    void hashFiles()
+    {
+        FileHasher hasher(QCryptographicHash::Sha1);
+        for (size_t i = taken++; i < files.size(); i = taken++) {
+            files[i].hash = hasher.hash(files[i].path);
+            toHash.count_down();
+        }
+    }
+
+    std::vector<File> files;
+    std::atomic<size_t> taken = 0;
+    std::latch toHash;
 };
 
-HashQueue::HashQueue(int threads) : batch(std::make_unique<Batch>())
+HashQueue::HashQueue(int threads)
 {
     pool.setMaxThreadCount(threads);
 }
 
 HashQueue::~HashQueue() = default;
 
-void HashQueue::add(const QString &path, qint64 size, Use use)
+void HashQueue::add(const QString &path, Use use)
 {
     if (pool.maxThreadCount() == 1) {
         use(hasher.hash(path));
         return;
     }
-    batch->paths.append(path);
-    batch->uses.push_back(std::move(use));
-    batch->bytes += size;
-    if (batch->paths.size() < MOST_FILES && batch->bytes < MOST_BYTES)
+    found.push_back({path, std::move(use), {}});
+    if (found.size() < FILES_PER_BATCH)
         return;
     startBatch();
-    const size_t most = BATCHES_PER_THREAD * static_cast<size_t>(pool.maxThreadCount());
-    while (!underWay.empty() && (underWay.front()->isHashed || underWay.size() > most))
+    while (!underWay.empty() && (underWay.front()->toHash.try_wait() || underWay.size() > MOST_BATCHES))
         useOldest();
 }
 
@@ -58,22 +62,17 @@ void HashQueue::finish()
 
 void HashQueue::startBatch()
 {
-    underWay.push_back(std::exchange(batch, std::make_unique<Batch>()));
-    pool.start([started = underWay.back().get()] {
-        FileHasher ofThread(QCryptographicHash::Sha1);
-        started->hashes.reserve(started->uses.size());
-        for (const QString &path : std::as_const(started->paths))
-            started->hashes.push_back(ofThread.hash(path));
-        started->isHashed = true;
-        started->isHashed.notify_one();
-    });
+    const auto batch = std::make_shared<Batch>(std::exchange(found, {}));
+    for (int i = 0; i < pool.maxThreadCount(); ++i)
+        pool.start([batch] { batch->hashFiles(); });
+    underWay.push_back(batch);
 }
 
 void HashQueue::useOldest()
 {
-    const std::unique_ptr<Batch> oldest = std::move(underWay.front());
+    const std::shared_ptr<Batch> oldest = std::move(underWay.front());
     underWay.pop_front();
-    oldest->isHashed.wait(false);
-    for (size_t i = 0; i < oldest->uses.size(); ++i)
-        oldest->uses[i](oldest->hashes[i]);
+    oldest->toHash.wait();
+    for (const File &file : oldest->files)
+        file.use(file.hash);
 }

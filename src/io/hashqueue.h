@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <vector>
 
 /// Computes the SHA-1 of files on several threads, while their finder looks for more.
 class HashQueue
@@ -19,21 +20,26 @@ public:
     ~HashQueue();
     Q_DISABLE_COPY_MOVE(HashQueue)
 
-    /// The hash is used on the thread of the caller, by this call or a later one, in the order of the files. The size
-    /// in bytes may be a guess.
-    void add(const QString &path, qint64 size, Use use);
+    /// The hash is used on the thread of the caller, by this call or a later one, in the order of the files.
+    void add(const QString &path, Use use);
 
     /// Waits for all hashes, and uses them. To be called in the end.
     void finish();
 
 private:
+    struct File
+    {
+        QString path;
+        Use use;
+        FileResult<QString> hash;
+    };
     struct Batch;
 
     void startBatch();
     void useOldest();
 
     FileHasher hasher{QCryptographicHash::Sha1}; // of this thread
-    std::unique_ptr<Batch> batch; // to be filled
-    std::deque<std::unique_ptr<Batch>> underWay;
+    std::vector<File> found; // since the last batch
+    std::deque<std::shared_ptr<Batch>> underWay;
     QThreadPool pool; // destroyed first, as it waits for its threads
 };

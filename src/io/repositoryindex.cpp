@@ -53,7 +53,7 @@ void addFile(const WalkEntry &entry, Export *all, QByteArray *files)
     const qint64 size = entry.info.size();
     ++report->files;
     report->bytes += size;
-    all->hashes.add(entry.info.filePath(), size,
+    all->hashes.add(entry.info.filePath(),
                     [all, files, size, path = publishedPath(entry.path)](const FileResult<QString> &hash) {
                         if (!hash)
                             all->report->withoutHash.append(hash.error());
