@@ -190,7 +190,11 @@ QByteArray repositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
 
     // A text never has a line end as it is, so this is only where an app's files are to be.
     constexpr QByteArrayView BEGIN("\n            \"files\": [");
+    qsizetype size = withoutFiles.size();
+    for (const QByteArray &ofApp : files)
+        size += ofApp.size();
     QByteArray index;
+    index.reserve(size);
     qsizetype copied = 0;
     for (const QByteArray &ofApp : files) {
         const qsizetype place = withoutFiles.indexOf(BEGIN, copied) + BEGIN.size();
