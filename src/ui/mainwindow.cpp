@@ -116,6 +116,8 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
 
     ui->descriptionView->document()->setDefaultStyleSheet(previewStyleSheet());
     ui->descriptionView->setPalette(previewPalette());
+    // Otherwise all that is behind its scroll bar is painted again at each keystroke.
+    ui->descriptionView->setAutoFillBackground(true);
     readSettings();
 }
 
