@@ -319,7 +319,7 @@ void TestRepositoryIndex::sameOnSeveralThreads()
 {
     QFETCH(int, threads);
     const Folder folder;
-    // Files of all sizes around those of a block and of a batch, and more than are under way at a time.
+    // Files of all sizes around that of a block, listed so often that not all can be under way at a time.
     for (int i = 0; i < 2000; ++i)
         folder.write(u"L%1/f%2"_s.arg(i % 7).arg(i), QByteArray(i % 40, char('a' + i % 26)));
     for (const int size : {0, 262'143, 262'144, 262'145, 999'999, 1'000'000, 3'000'000})
@@ -329,6 +329,8 @@ void TestRepositoryIndex::sameOnSeveralThreads()
     QList<AppConfig> apps;
     for (int i = 0; i < 7; ++i)
         apps.append(listing({u"L%1"_s.arg(i), u"gone%1"_s.arg(i), u"L3/big0"_s}));
+    const QStringList all{u"L0"_s, u"L1"_s, u"L2"_s, u"L3"_s, u"L4"_s, u"L5"_s, u"L6"_s};
+    apps.append(listing(all + all + all + all + all));
 
     const OrdinaryUser user;
     const auto build = [&](int onThreads, QStringList *reports) {
@@ -347,7 +349,8 @@ void TestRepositoryIndex::sameOnSeveralThreads()
     QStringList expectedReports;
     QStringList reports;
     const QJsonObject expected = build(1, &expectedReports);
-    QCOMPARE(expectedReports.size(), 2007 + 7 + 7 + 2 + 1);
+    QCOMPARE(expectedReports.size(), 1 + 6 * 2007 + 7 + 7 + 6 * 2 + 1);
+    QCOMPARE(expectedReports.first(4), (QStringList{u"1 0 0"_s, u"1 1 0"_s, u"1 2 1"_s, u"1 3 9"_s}));
     QCOMPARE(build(threads, &reports), expected);
     QCOMPARE(reports, expectedReports);
 }

@@ -10,16 +10,22 @@
 /// A null string, and a debug message, when the file cannot be read.
 [[nodiscard]] QString generateHash(const QString &path, QCryptographicHash::Algorithm algorithm);
 
-/// Does the same for one file after another, with one buffer for all of them.
+struct ContentHash
+{
+    QString digits;
+    qint64 size = 0; ///< of the file in bytes, when it was opened
+};
+
+/// Does the same for one regular file after another, with one buffer for all of them.
 class FileHasher
 {
 public:
     explicit FileHasher(QCryptographicHash::Algorithm algorithm);
 
-    [[nodiscard]] FileResult<QString> hash(const QString &path);
+    [[nodiscard]] FileResult<ContentHash> hash(const QString &path);
 
 private:
-    FileResult<> addContent(const QString &path);
+    FileResult<qint64> addContent(const QString &path);
 
     Digest digest;
     QByteArray block;

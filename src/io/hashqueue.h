@@ -13,7 +13,7 @@
 class HashQueue
 {
 public:
-    using Use = std::function<void(const FileResult<QString> &hash)>;
+    using Use = std::function<void(const FileResult<ContentHash> &hash)>;
 
     /// With one thread, each file is hashed as it is added.
     explicit HashQueue(int threads);
@@ -31,7 +31,7 @@ private:
     {
         QString path;
         Use use;
-        FileResult<QString> hash;
+        FileResult<ContentHash> hash;
     };
     struct Batch;
 

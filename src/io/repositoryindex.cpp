@@ -35,30 +35,37 @@ struct Export
     HashQueue hashes;
 };
 
-// As Qt indents it. Through its objects, publishing 20,000 small files on two cores takes 0.26 instead of 0.21 s.
-void appendEntry(QByteArray *files, const QString &url, const QString &destination, const QString &hash, qint64 size)
+// As Qt indents it. Through its objects, publishing 20,000 small files on two cores took 22 % longer.
+void appendEntry(QByteArray *files, const QString &url, const QString &destination, const ContentHash &hash)
 {
     *files += files->isEmpty() ? "\n                {" : ",\n                {";
     *files += "\n                    \"destination\": " + jsonText(destination);
-    *files += ",\n                    \"hash\": \"" + hash.toLatin1();
-    *files += "\",\n                    \"size\": " + QByteArray::number(size);
+    *files += ",\n                    \"hash\": \"" + hash.digits.toLatin1();
+    *files += "\",\n                    \"size\": " + QByteArray::number(hash.size);
     *files += ",\n                    \"url\": " + jsonText(url) + "\n                }";
 }
 
-void addFile(const WalkEntry &entry, Export *all, QByteArray *files)
+void showProgress(qsizetype app, IndexReport *report)
 {
-    IndexReport *report = all->report;
+    report->apps = app;
     if (report->progress)
         report->progress(*report);
-    const qint64 size = entry.info.size();
-    ++report->files;
-    report->bytes += size;
-    all->hashes.add(entry.info.filePath(),
-                    [all, files, size, path = publishedPath(entry.path)](const FileResult<QString> &hash) {
-                        if (!hash)
-                            all->report->withoutHash.append(hash.error());
-                        appendEntry(files, all->repoUrl + path, APPS_FOLDER + path, hash ? *hash : QString(), size);
-                    });
+}
+
+void addFile(const WalkEntry &entry, qsizetype app, Export *all, QByteArray *files)
+{
+    const auto use = [app, all, files, info = entry.info,
+                      path = publishedPath(entry.path)](const FileResult<ContentHash> &read) {
+        const ContentHash hash = read ? *read : ContentHash{{}, info.size()};
+        appendEntry(files, all->repoUrl + path, APPS_FOLDER + path, hash);
+        IndexReport *report = all->report;
+        ++report->files;
+        report->bytes += hash.size;
+        if (!read)
+            report->withoutHash.append(read.error());
+        showProgress(app, report);
+    };
+    all->hashes.add(entry.info.filePath(), use);
 }
 
 /// Why the author should know that something has no entry; empty for everything else. In a folder, links that lead
@@ -83,14 +90,13 @@ QString leftOutReason(const WalkEntry &entry)
 }
 
 /// The files of an app are there when all hashes are.
-void addFiles(const AppConfig &app, Export *all, QByteArray *files)
+void addFiles(const AppConfig &app, qsizetype number, Export *all, QByteArray *files)
 {
-    ++all->report->apps;
-    const auto visit = [files, all](const WalkEntry &entry) {
+    const auto visit = [number, files, all](const WalkEntry &entry) {
         if (all->report->visited)
             all->report->visited(entry);
         if (entry.kind == WalkEntry::File)
-            addFile(entry, all, files);
+            addFile(entry, number, all, files);
         const QString reason = leftOutReason(entry);
         if (!reason.isEmpty())
             all->report->leftOut.append({entry.info.filePath(), reason});
@@ -178,15 +184,18 @@ QByteArray repositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
     restoreFullSpeed();
     IndexReport unwatched;
     Export all{repoUrl, projectDir, report ? report : &unwatched, HashQueue(threads)};
+    if (!apps.isEmpty())
+        showProgress(1, all.report);
     std::vector<QByteArray> files(static_cast<size_t>(apps.size()));
     QJsonArray applications;
     for (qsizetype i = 0; i < apps.size(); ++i) {
-        addFiles(apps.at(i), &all, &files[static_cast<size_t>(i)]);
+        addFiles(apps.at(i), i + 1, &all, &files[static_cast<size_t>(i)]);
         applications.append(appObject(apps.at(i), repoUrl));
     }
     const QByteArray withoutFiles =
         QJsonDocument(QJsonObject{{QStringLiteral("applications"), applications}}).toJson(QJsonDocument::Indented);
     all.hashes.finish();
+    all.report->apps = apps.size();
 
     // A text never has a line end as it is, so this is only where an app's files are to be.
     constexpr QByteArrayView BEGIN("\n            \"files\": [");

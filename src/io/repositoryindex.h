@@ -21,13 +21,13 @@ inline constexpr QLatin1String APPS_FOLDER("Apps/");
 /// How far the publishing of an index is, and what went wrong.
 struct IndexReport
 {
-    qsizetype apps = 0; ///< begun
+    qsizetype apps = 0; ///< published, the current one too
     qsizetype files = 0; ///< published
     qint64 bytes = 0; ///< in those files
     QList<FileError> leftOut; ///< listed paths and folders that have no entries
     QList<FileError> withoutHash; ///< files that have an entry with an empty hash
     std::optional<FileError> error; ///< why the index is not on the disk as a whole
-    std::function<void(const IndexReport &)> progress; ///< called before each file is read
+    std::function<void(const IndexReport &)> progress; ///< called at first, and after each file
     std::function<void(const WalkEntry &)> visited; ///< called with everything that is met under the listed paths
 };
 
