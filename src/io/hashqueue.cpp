@@ -1,5 +1,6 @@
 #include "io/hashqueue.h"
 
+#include <algorithm>
 #include <atomic>
 #include <latch>
 #include <utility>
@@ -63,7 +64,8 @@ void HashQueue::finish()
 void HashQueue::startBatch()
 {
     const auto batch = std::make_shared<Batch>(std::exchange(found, {}));
-    for (int i = 0; i < pool.maxThreadCount(); ++i)
+    const size_t threads = std::min(batch->files.size(), static_cast<size_t>(pool.maxThreadCount()));
+    for (size_t i = 0; i < threads; ++i)
         pool.start([batch] { batch->hashFiles(); });
     underWay.push_back(batch);
 }
