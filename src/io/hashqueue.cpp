@@ -21,9 +21,9 @@ struct HashQueue::Batch
 
     void hashFiles()
     {
-        FileHasher hasher(QCryptographicHash::Sha1);
+        FileHasher ofThread(QCryptographicHash::Sha1);
         for (size_t i = taken++; i < files.size(); i = taken++) {
-            files[i].hash = hasher.hash(files[i].path);
+            files[i].hash = ofThread.hash(files[i].path);
             toHash.count_down();
         }
     }
