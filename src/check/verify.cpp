@@ -50,11 +50,11 @@ protected:
             report("size-differs", {file.path, QString::number(info.size()), QString::number(file.size)});
             return;
         }
-        hashes.add(info.filePath(), [this, file, position = here()](const FileResult<ContentHash> &real) {
+        hashes.add(info.filePath(), [this, file, position = here()](const FileResult<QString> &real) {
             if (!real)
                 reportAt(position, "file-unreadable", {file.path});
-            else if (real->digits != file.hash)
-                reportAt(position, "hash-differs", {file.path, real->digits, file.hash});
+            else if (*real != file.hash)
+                reportAt(position, "hash-differs", {file.path, *real, file.hash});
         });
     }
 

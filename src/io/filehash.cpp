@@ -15,33 +15,39 @@ FileHasher::FileHasher(QCryptographicHash::Algorithm algorithm)
 {
 }
 
-FileResult<ContentHash> FileHasher::hash(const QString &path)
+FileResult<QString> FileHasher::hash(const QString &path)
 {
-    const auto size = addContent(path);
+    const auto added = addContent(path);
     const QByteArray result = digest.result();
-    if (size && !result.isEmpty())
-        return ContentHash{QString::fromLatin1(result.toHex()), *size};
-    qDebug() << "File \"" << path << "\" read error.";
-    return size ? FileError{path, QStringLiteral("The hash cannot be computed")} : size.error();
+    if (added && !result.isEmpty())
+        return QString::fromLatin1(result.toHex());
+    return added ? FileError{path, QStringLiteral("The hash cannot be computed")} : added.error();
 }
 
-FileResult<qint64> FileHasher::addContent(const QString &path)
+FileResult<> FileHasher::addContent(const QString &path)
 {
     RegularFile file;
-    if (auto opened = file.openKnown(path); !opened)
-        return opened.error();
+    if (auto opened = file.open(path); !opened)
+        return opened;
     while (true) {
         const auto size = file.read(block.data(), block.size());
         if (!size)
             return size.error();
         if (*size == 0)
-            return file.size();
+            return {};
         digest.add(QByteArrayView(block.constData(), *size));
     }
+}
+
+void logReadError(const QString &path)
+{
+    qDebug() << "File \"" << path << "\" read error.";
 }
 
 QString generateHash(const QString &path, QCryptographicHash::Algorithm algorithm)
 {
     const auto hash = FileHasher(algorithm).hash(path);
-    return hash ? hash->digits : QString();
+    if (!hash)
+        logReadError(path);
+    return hash ? *hash : QString();
 }

@@ -14,7 +14,6 @@ struct FolderName
     QString name;
     bool isUtf8 = true; ///< otherwise only a part of the name could be read, and the entry cannot be opened
     bool isLink = false;
-    bool isFile = false; ///< a regular file itself, not a link to one
 };
 
 /// All names in a folder, hidden ones too, unsorted.

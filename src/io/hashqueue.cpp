@@ -1,80 +1,89 @@
 #include "io/hashqueue.h"
 
-#include <algorithm>
-#include <atomic>
-#include <latch>
 #include <utility>
 
 namespace {
 
-constexpr size_t FILES_PER_BATCH = 64; // handing one over does not count
-constexpr size_t MOST_BATCHES = 128; // under way before the finder waits: about 4 MB
+constexpr size_t MOST_FILES = 1024; // under way before the finder hashes one itself
 
 } // namespace
 
-/// Files that all threads hash together, each taking the next one.
-struct HashQueue::Batch
+HashQueue::HashQueue(int threadCount) : files(MOST_FILES), mostThreads(static_cast<size_t>(threadCount) - 1) { }
+
+HashQueue::~HashQueue()
 {
-    explicit Batch(std::vector<File> found) : files(std::move(found)), toHash(static_cast<std::ptrdiff_t>(files.size()))
-    {
-    }
-
-    void hashFiles()
-    {
-        FileHasher ofThread(QCryptographicHash::Sha1);
-        for (size_t i = taken++; i < files.size(); i = taken++) {
-            files[i].hash = ofThread.hash(files[i].path);
-            toHash.count_down();
-        }
-    }
-
-    std::vector<File> files;
-    std::atomic<size_t> taken = 0;
-    std::latch toHash;
-};
-
-HashQueue::HashQueue(int threads)
-{
-    pool.setMaxThreadCount(threads);
+    isEnding = true;
+    toHash.release(static_cast<int>(threads.size()));
+    for (const std::unique_ptr<QThread> &thread : threads)
+        thread->wait();
 }
-
-HashQueue::~HashQueue() = default;
 
 void HashQueue::add(const QString &path, Use use)
 {
-    if (pool.maxThreadCount() == 1) {
-        use(hasher.hash(path));
-        return;
-    }
-    found.push_back({path, std::move(use), {}});
-    if (found.size() < FILES_PER_BATCH)
-        return;
-    startBatch();
-    while (!underWay.empty() && (underWay.front()->toHash.try_wait() || underWay.size() > MOST_BATCHES))
-        useOldest();
+    while (added - used == files.size())
+        hashOrWait();
+    File &file = at(added++);
+    file.path = path;
+    file.use = std::move(use);
+    file.isHashed = false;
+    toHash.release();
+    if (threads.size() < mostThreads && toHash.available() > 1)
+        startThread();
+    if (mostThreads == 0)
+        finish();
+    else
+        useHashed();
 }
 
 void HashQueue::finish()
 {
-    startBatch();
-    while (!underWay.empty())
-        useOldest();
+    while (used < added)
+        hashOrWait();
 }
 
-void HashQueue::startBatch()
+HashQueue::File &HashQueue::at(size_t number)
 {
-    const auto batch = std::make_shared<Batch>(std::exchange(found, {}));
-    const size_t threads = std::min(batch->files.size(), static_cast<size_t>(pool.maxThreadCount()));
-    for (size_t i = 0; i < threads; ++i)
-        pool.start([batch] { batch->hashFiles(); });
-    underWay.push_back(batch);
+    return files[number % files.size()];
 }
 
-void HashQueue::useOldest()
+void HashQueue::startThread()
 {
-    const std::shared_ptr<Batch> oldest = std::move(underWay.front());
-    underWay.pop_front();
-    oldest->toHash.wait();
-    for (const File &file : oldest->files)
+    std::unique_ptr<QThread> thread(QThread::create([this] {
+        FileHasher ofThread(QCryptographicHash::Sha1);
+        for (toHash.acquire(); !isEnding; toHash.acquire()) {
+            hashNext(&ofThread);
+            hashed.release();
+        }
+    }));
+    thread->start();
+    if (thread->isRunning())
+        threads.push_back(std::move(thread));
+    else
+        mostThreads = threads.size();
+}
+
+void HashQueue::hashNext(FileHasher *ownHasher)
+{
+    File &file = at(taken++);
+    file.hash = ownHasher->hash(file.path);
+    file.isHashed = true;
+}
+
+void HashQueue::hashOrWait()
+{
+    if (toHash.tryAcquire())
+        hashNext(&hasher);
+    else
+        hashed.acquire();
+    useHashed();
+}
+
+void HashQueue::useHashed()
+{
+    for (; used < added && at(used).isHashed; ++used) {
+        const File &file = at(used);
+        if (!file.hash)
+            logReadError(file.path);
         file.use(file.hash);
+    }
 }

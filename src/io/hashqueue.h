@@ -2,28 +2,30 @@
 
 #include "io/filehash.h"
 
-#include <QThreadPool>
+#include <QSemaphore>
+#include <QThread>
 
-#include <deque>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <vector>
 
-/// Computes the SHA-1 of files on several threads, while their finder looks for more.
+/// Computes the SHA-1 of files on several threads, while their finder looks for more. The finder's thread is one of
+/// them. Where the system refuses another thread, there are fewer.
 class HashQueue
 {
 public:
-    using Use = std::function<void(const FileResult<ContentHash> &hash)>;
+    using Use = std::function<void(const FileResult<QString> &hash)>;
 
-    /// With one thread, each file is hashed as it is added.
     explicit HashQueue(int threads);
     ~HashQueue();
     Q_DISABLE_COPY_MOVE(HashQueue)
 
-    /// The hash is used on the thread of the caller, by this call or a later one, in the order of the files.
+    /// The hash is used on the thread of the caller, by this call or a later one, in the order of the files. With one
+    /// thread, it is used by this call.
     void add(const QString &path, Use use);
 
-    /// Waits for all hashes, and uses them. To be called in the end.
+    /// Hashes what is left, and uses it. To be called in the end.
     void finish();
 
 private:
@@ -31,15 +33,24 @@ private:
     {
         QString path;
         Use use;
-        FileResult<ContentHash> hash;
+        FileResult<QString> hash;
+        std::atomic<bool> isHashed = false;
     };
-    struct Batch;
 
-    void startBatch();
-    void useOldest();
+    File &at(size_t number);
+    void startThread();
+    void hashNext(FileHasher *ownHasher);
+    void hashOrWait();
+    void useHashed();
 
-    FileHasher hasher{QCryptographicHash::Sha1}; // of this thread
-    std::vector<File> found; // since the last batch
-    std::deque<std::shared_ptr<Batch>> underWay;
-    QThreadPool pool; // destroyed first, as it waits for its threads
+    FileHasher hasher{QCryptographicHash::Sha1}; // of the finder
+    std::vector<File> files; // a ring, in which the numbers below count on
+    size_t added = 0;
+    size_t used = 0;
+    std::atomic<size_t> taken = 0; // to be hashed
+    QSemaphore toHash;
+    QSemaphore hashed; // by the other threads
+    std::atomic<bool> isEnding = false;
+    size_t mostThreads; // the others
+    std::vector<std::unique_ptr<QThread>> threads;
 };

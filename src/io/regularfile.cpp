@@ -26,27 +26,22 @@ RegularFile::~RegularFile()
     close();
 }
 
-FileResult<> RegularFile::open(const QString &filePath)
-{
-    // Devices do things when they are opened.
-    const QFileInfo info(filePath);
-    if (!info.isFile() && info.exists())
-        return isOfAnotherKind(filePath);
-    return openKnown(filePath);
-}
-
 #ifdef Q_OS_UNIX
 
-FileResult<> RegularFile::openKnown(const QString &filePath)
+FileResult<> RegularFile::open(const QString &filePath)
 {
     close();
     path = filePath;
     const QByteArray encoded = QFile::encodeName(path);
+    struct stat status = {};
+    // Devices do things when they are opened.
+    if (::stat(encoded.constData(), &status) == 0 && !S_ISREG(status.st_mode))
+        return isOfAnotherKind(path);
     descriptor =
         uninterrupted([&encoded] { return ::open(encoded.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK); });
     if (descriptor == -1)
         return FileError{path, systemReason(errno)};
-    struct stat status = {};
+    // It may have become another kind of file since then.
     if (::fstat(descriptor, &status) != 0)
         return FileError{path, systemReason(errno)};
     if (!S_ISREG(status.st_mode))
@@ -77,10 +72,13 @@ void RegularFile::close()
 
 #else
 
-FileResult<> RegularFile::openKnown(const QString &filePath)
+FileResult<> RegularFile::open(const QString &filePath)
 {
     close();
     path = filePath;
+    const QFileInfo info(path);
+    if (!info.isFile() && info.exists())
+        return isOfAnotherKind(path);
     file.setFileName(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return FileError{path, file.errorString()};

@@ -21,10 +21,6 @@ public:
     /// Opens another file instead of the one before.
     [[nodiscard]] FileResult<> open(const QString &filePath);
 
-    /// The same for a path that led to a regular file a moment ago. If it leads to a device now, that is opened before
-    /// it is refused.
-    [[nodiscard]] FileResult<> openKnown(const QString &filePath);
-
     [[nodiscard]] qint64 size() const; ///< when it was opened; some files of the system report none
 
     /// Reads at most @p count bytes; 0 at the end, and only there.

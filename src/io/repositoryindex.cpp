@@ -36,12 +36,12 @@ struct Export
 };
 
 // As Qt indents it. Through its objects, publishing 20,000 small files on two cores took 22 % longer.
-void appendEntry(QByteArray *files, const QString &url, const QString &destination, const ContentHash &hash)
+void appendEntry(QByteArray *files, const QString &url, const QString &destination, const QString &hash, qint64 size)
 {
     *files += files->isEmpty() ? "\n                {" : ",\n                {";
     *files += "\n                    \"destination\": " + jsonText(destination);
-    *files += ",\n                    \"hash\": \"" + hash.digits.toLatin1();
-    *files += "\",\n                    \"size\": " + QByteArray::number(hash.size);
+    *files += ",\n                    \"hash\": \"" + hash.toLatin1();
+    *files += "\",\n                    \"size\": " + QByteArray::number(size);
     *files += ",\n                    \"url\": " + jsonText(url) + "\n                }";
 }
 
@@ -54,15 +54,14 @@ void showProgress(qsizetype app, IndexReport *report)
 
 void addFile(const WalkEntry &entry, qsizetype app, Export *all, QByteArray *files)
 {
-    const auto use = [app, all, files, info = entry.info,
-                      path = publishedPath(entry.path)](const FileResult<ContentHash> &read) {
-        const ContentHash hash = read ? *read : ContentHash{{}, info.size()};
-        appendEntry(files, all->repoUrl + path, APPS_FOLDER + path, hash);
+    const auto use = [app, all, files, size = entry.info.size(),
+                      path = publishedPath(entry.path)](const FileResult<QString> &hash) {
+        appendEntry(files, all->repoUrl + path, APPS_FOLDER + path, hash ? *hash : QString(), size);
         IndexReport *report = all->report;
         ++report->files;
-        report->bytes += hash.size;
-        if (!read)
-            report->withoutHash.append(read.error());
+        report->bytes += size;
+        if (!hash)
+            report->withoutHash.append(hash.error());
         showProgress(app, report);
     };
     all->hashes.add(entry.info.filePath(), use);
@@ -199,11 +198,7 @@ QByteArray repositoryIndex(const QList<AppConfig> &apps, const QString &repoUrl,
 
     // A text never has a line end as it is, so this is only where an app's files are to be.
     constexpr QByteArrayView BEGIN("\n            \"files\": [");
-    qsizetype size = withoutFiles.size();
-    for (const QByteArray &ofApp : files)
-        size += ofApp.size();
     QByteArray index;
-    index.reserve(size);
     qsizetype copied = 0;
     for (const QByteArray &ofApp : files) {
         const qsizetype place = withoutFiles.indexOf(BEGIN, copied) + BEGIN.size();
