@@ -20,6 +20,7 @@ private slots:
     void listShowsTheEnglishNames();
     void listIsFollowedByMouseAndKeyboard();
     void longNamesCanBeRead();
+    void rowsAreAsHighAsTheirNames();
     void currentAppIsVisibleAfterARefill();
 
     void unappliedEditsAreDiscarded_data();
@@ -104,6 +105,31 @@ void TestMainWindowApps::longNamesCanBeRead()
     retype(*window, "appName1_1", u"Another name"_s);
     click(*window, "applyButton");
     QCOMPARE(list->item(1)->toolTip(), u"Another name"_s);
+}
+
+void TestMainWindowApps::rowsAreAsHighAsTheirNames()
+{
+    const QStringList names{u"Großer Name"_s, u"क्षत्रिय"_s, u"漢字"_s, u"ไทย ปั้"_s, u"two\nlines"_s};
+    QByteArray apps = FIVE_APPS;
+    const QList<QByteArray> written{"One", "Two", "Three", "Four", "Five"};
+    for (qsizetype i = 0; i < names.size(); ++i)
+        apps.replace('"' + written.at(i) + '"', '"' + QString(names.at(i)).replace(u'\n', u"\\n"_s).toUtf8() + '"');
+    open(apps, 1);
+    const auto *list = child<QListWidget>(*window, "listApps");
+    QListWidget plain;
+    plain.setFont(list->font());
+    plain.addItems(names);
+    plain.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&plain));
+    for (int row = 0; row < list->count(); ++row) {
+        QCOMPARE(list->item(row)->text(), names.at(row));
+        QCOMPARE(list->visualItemRect(list->item(row)).height(), plain.visualItemRect(plain.item(row)).height());
+    }
+    QFont larger = list->font();
+    larger.setPointSize(2 * larger.pointSize());
+    const int before = list->visualItemRect(list->item(0)).height();
+    child<QListWidget>(*window, "listApps")->setFont(larger);
+    QTRY_VERIFY(list->visualItemRect(list->item(0)).height() > before);
 }
 
 void TestMainWindowApps::currentAppIsVisibleAfterARefill()

@@ -63,7 +63,8 @@ void widenToTitle(QHeaderView *header, int section)
     header->resizeSection(section, std::max(header->sectionSize(section), header->sectionSizeHint(section)));
 }
 
-/// Does not measure the width of a text, so that a list of thousands is laid out at once. A longer text is elided.
+/// Elides what is wider than the list. All Latin texts are equally high, so only one of them is measured: that of
+/// thousands would be seen.
 class ElidingDelegate : public QStyledItemDelegate
 {
 public:
@@ -71,8 +72,21 @@ public:
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+        const QString text = index.data().toString();
+        const bool isLatin =
+            std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c >= u' ' && c < u'\u0180'; });
+        if (!isLatin)
+            return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+        if (latinHeight < 0 || option.font != latinFont) {
+            latinFont = option.font;
+            latinHeight = QStyledItemDelegate::sizeHint(option, index).height();
+        }
+        return {0, latinHeight};
     }
+
+private:
+    mutable QFont latinFont;
+    mutable int latinHeight = -1;
 };
 
 QString unsavedMark()
@@ -94,7 +108,6 @@ MainWindow::MainWindow(QWidget *parent) : QMainWindow(parent), ui(std::make_uniq
         splitter->setStretchFactor(1, 1);
     }
     ui->tabWidget->setCurrentIndex(0);
-    ui->listApps->setUniformItemSizes(true);
     ui->listApps->setItemDelegate(new ElidingDelegate(ui->listApps));
 
     connect(&model, &AppConfigModel::currentIndexChanged, this, &MainWindow::appIndexChanged);
