@@ -74,6 +74,7 @@ def make_trees(folder):
 
 
 def make_growing_trees(folder):
+    write_catalogue(folder / "files-0", [])
     for count in FILE_COUNTS:
         rng = random.Random(count)
         make_tree(folder / f"files-{count}", rng, [rng.randint(0, 2 * KB) for _ in range(count)], folders=count // 50,

@@ -95,7 +95,7 @@ def write_data(path, machine, goals, rows):
     path.write_text(json.dumps(data, indent=2, ensure_ascii=False, sort_keys=True) + "\n", encoding="utf-8")
 
 
-def page_part(machine, goals):
+def page_part(machine, goals, growth):
     missed = [goal for goal in goals if not goal["met"]]
     about = (f"{machine['date']}: {machine['processor']}, {machine['cores']} cores, "
              f"{'with' if machine['sha_instructions'] else 'without'} SHA instructions; "
@@ -110,6 +110,7 @@ def page_part(machine, goals):
         paragraphs.append("\n".join(table))
     reasons = dict.fromkeys(goal["why"] for goal in missed if goal["why"])
     paragraphs += [textwrap.fill(why, 120, break_on_hyphens=False) for why in reasons]
+    paragraphs += ["Publishing grows with the files as follows.", growth]
     return "\n\n".join(paragraphs) + "\n"
 
 

@@ -10,7 +10,7 @@
 #endif
 
 /// A regular file that is read from its beginning to its end. Nothing waits for a pipe or a device.
-/// Qt's own file asks the system twice as often, which counts where there are many small files.
+/// Qt's own file would wait for a pipe that has just taken the place of a file.
 class RegularFile
 {
 public:
