@@ -59,9 +59,10 @@ void TestFileHash::oneAfterTheOther()
     const QString missing = folder.path(u"missing"_s);
     FileHasher hasher(QCryptographicHash::Sha1);
     for (int round = 0; round < 2; ++round) {
-        QCOMPARE(*hasher.hash(folder.path(u"a"_s)), u"a9993e364706816aba3e25717850c26c9cd0d89d"_s);
+        QCOMPARE(hasher.hash(folder.path(u"a"_s))->digits, u"a9993e364706816aba3e25717850c26c9cd0d89d"_s);
         QCOMPARE(hasher.hash(missing).error().text(), missing + u": No such file or directory"_s);
-        QCOMPARE(*hasher.hash(folder.path(u"b"_s)), u"34aa973cd4c4daa4f61eeb2bdbad27316534016f"_s);
+        QCOMPARE(hasher.hash(folder.path(u"b"_s))->size, 1'000'000);
+        QCOMPARE(hasher.hash(folder.path(u"b"_s))->digits, u"34aa973cd4c4daa4f61eeb2bdbad27316534016f"_s);
     }
 }
 

@@ -67,7 +67,7 @@ void TestHashQueue::startsNoThreadInVain()
     HashQueue queue(threads);
     int used = 0;
     for (int i = 0; i < files; ++i)
-        queue.add(folder.path(u"file"_s), [&used](const FileResult<QString> &hash) { used += hash ? 1 : 0; });
+        queue.add(folder.path(u"file"_s), [&used](const FileResult<ContentHash> &hash) { used += hash ? 1 : 0; });
     queue.finish();
     QCOMPARE(used, files);
     QVERIFY(running.count() <= before + static_cast<uint>(most));
@@ -83,7 +83,7 @@ void TestHashQueue::messagesAreInOrder()
     for (int i = 0; i < 2000; ++i) {
         const QString path = folder.path(u"missing%1"_s.arg(i));
         expected.append(u"File \" \"%1\" \" read error."_s.arg(path));
-        queue.add(path, [path](const FileResult<QString> &hash) { messages.append(hash.error().path); });
+        queue.add(path, [path](const FileResult<ContentHash> &hash) { messages.append(hash.error().path); });
         expected.append(path);
     }
     queue.finish();
@@ -98,7 +98,7 @@ void TestHashQueue::endsEarly()
     for (int round = 0; round < 100; ++round) {
         auto queue = std::make_unique<HashQueue>(4);
         for (int i = 0; i < round; ++i)
-            queue->add(folder.path(u"file"_s), [](const FileResult<QString> &hash) { QVERIFY(hash); });
+            queue->add(folder.path(u"file"_s), [](const FileResult<ContentHash> &hash) { QVERIFY(hash); });
     }
 }
 
@@ -126,7 +126,7 @@ void TestHashQueue::threadsAreRefused()
     {
         HashQueue queue(threads);
         for (int i = 0; i < 2000; ++i)
-            queue.add(folder.path(u"file"_s), [&used](const FileResult<QString> &hash) { used += hash ? 1 : 0; });
+            queue.add(folder.path(u"file"_s), [&used](const FileResult<ContentHash> &hash) { used += hash ? 1 : 0; });
         queue.finish();
     }
     QCOMPARE(::setrlimit(RLIMIT_NPROC, &before), 0);

@@ -57,6 +57,7 @@ private slots:
     void links();
     void circularLinkEnds();
     void unreadableFile();
+    void changesAfterItWasListed();
     void sameOnSeveralThreads_data();
     void sameOnSeveralThreads();
     void escapes();
@@ -306,6 +307,40 @@ void TestRepositoryIndex::unreadableFile()
                 }
             ],
 )"));
+}
+
+void TestRepositoryIndex::changesAfterItWasListed()
+{
+    const Folder folder;
+    for (const QString &name : {u"first"_s, u"gone"_s, u"folder"_s, u"pipe"_s, u"shorter"_s})
+        folder.write(u"L/"_s + name, "abc");
+    IndexReport report;
+    report.visited = [&](const WalkEntry &entry) {
+        if (entry.path != "L/first"_L1)
+            return;
+        for (const QString &name : {u"gone"_s, u"folder"_s, u"pipe"_s})
+            QVERIFY(QFile::remove(folder.path(u"L/"_s + name)));
+        folder.write(u"L/folder/file"_s, "abc");
+        folder.makePipe(u"L/pipe"_s);
+        folder.write(u"L/shorter"_s, "");
+    };
+    QStringList published;
+    const QJsonArray files = indexObject({listing({u"L"_s})}, url(), folder.path(), &report)
+                                 .value("applications"_L1)
+                                 .toArray()
+                                 .first()["files"_L1]
+                                 .toArray();
+    for (const QJsonValue &file : files)
+        published.append(u"%1 %2"_s.arg(file["destination"_L1].toString()).arg(file["size"_L1].toInt()));
+    QCOMPARE(published, (QStringList{u"Apps/L/first 3"_s, u"Apps/L/shorter 0"_s}));
+    QCOMPARE(report.files, 2);
+    QCOMPARE(report.bytes, 3);
+    QStringList leftOut;
+    for (const FileError &error : std::as_const(report.leftOut))
+        leftOut.append(error.text());
+    QCOMPARE(leftOut, (QStringList{folder.path(u"L/folder"_s) + u": Is not a regular file"_s,
+                                   folder.path(u"L/gone"_s) + u": No such file or directory"_s,
+                                   folder.path(u"L/pipe"_s) + u": Is not a regular file"_s}));
 }
 
 void TestRepositoryIndex::sameOnSeveralThreads_data()

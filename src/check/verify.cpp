@@ -50,11 +50,11 @@ protected:
             report("size-differs", {file.path, QString::number(info.size()), QString::number(file.size)});
             return;
         }
-        hashes.add(info.filePath(), [this, file, position = here()](const FileResult<QString> &real) {
+        hashes.add(info.filePath(), [this, file, position = here()](const FileResult<ContentHash> &real) {
             if (!real)
                 reportAt(position, "file-unreadable", {file.path});
-            else if (*real != file.hash)
-                reportAt(position, "hash-differs", {file.path, *real, file.hash});
+            else if (real->digits != file.hash)
+                reportAt(position, "hash-differs", {file.path, real->digits, file.hash});
         });
     }
 

@@ -15,26 +15,26 @@ FileHasher::FileHasher(QCryptographicHash::Algorithm algorithm)
 {
 }
 
-FileResult<QString> FileHasher::hash(const QString &path)
+FileResult<ContentHash> FileHasher::hash(const QString &path)
 {
-    const auto added = addContent(path);
+    const auto size = addContent(path);
     const QByteArray result = digest.result();
-    if (added && !result.isEmpty())
-        return QString::fromLatin1(result.toHex());
-    return added ? FileError{path, QStringLiteral("The hash cannot be computed")} : added.error();
+    if (size && !result.isEmpty())
+        return ContentHash{QString::fromLatin1(result.toHex()), *size};
+    return size ? FileError{path, QStringLiteral("The hash cannot be computed")} : size.error();
 }
 
-FileResult<> FileHasher::addContent(const QString &path)
+FileResult<qint64> FileHasher::addContent(const QString &path)
 {
     RegularFile file;
     if (auto opened = file.open(path); !opened)
-        return opened;
+        return opened.error();
     while (true) {
         const auto size = file.read(block.data(), block.size());
         if (!size)
             return size.error();
         if (*size == 0)
-            return {};
+            return file.size();
         digest.add(QByteArrayView(block.constData(), *size));
     }
 }
@@ -49,5 +49,5 @@ QString generateHash(const QString &path, QCryptographicHash::Algorithm algorith
     const auto hash = FileHasher(algorithm).hash(path);
     if (!hash)
         logReadError(path);
-    return hash ? *hash : QString();
+    return hash ? hash->digits : QString();
 }

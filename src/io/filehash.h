@@ -13,16 +13,22 @@
 /// The debug message for a file that cannot be read.
 void logReadError(const QString &path);
 
+struct ContentHash
+{
+    QString digits;
+    qint64 size = 0; ///< of the file in bytes, when it was opened
+};
+
 /// Does the same for one file after another, with one buffer for all of them and without the message.
 class FileHasher
 {
 public:
     explicit FileHasher(QCryptographicHash::Algorithm algorithm);
 
-    [[nodiscard]] FileResult<QString> hash(const QString &path);
+    [[nodiscard]] FileResult<ContentHash> hash(const QString &path);
 
 private:
-    FileResult<> addContent(const QString &path);
+    FileResult<qint64> addContent(const QString &path);
 
     Digest digest;
     QByteArray block;

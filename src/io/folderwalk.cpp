@@ -29,6 +29,13 @@ WalkEntry::Kind kindOf(const QFileInfo &info, bool isLink)
     return info.exists() ? WalkEntry::Other : WalkEntry::Missing;
 }
 
+WalkEntry::Kind kindOf(const QFileInfo &info, const FolderName &name)
+{
+    if (!name.isUtf8)
+        return WalkEntry::NotUtf8;
+    return name.isFile ? WalkEntry::File : kindOf(info, name.isLink);
+}
+
 FileResult<QList<FolderName>> sortedNames(const QFileInfo &folder)
 {
     // Such a folder lists names, but nothing can be opened under them.
@@ -77,8 +84,7 @@ bool walkEntry(const WalkEntry &entry, const std::function<WalkStep(const WalkEn
         const QFileInfo info(entry.info.filePath() + SLASH + name.name);
         if (isHiddenEntry(info))
             return true;
-        const WalkEntry::Kind kind = name.isUtf8 ? kindOf(info, name.isLink) : WalkEntry::NotUtf8;
-        return walkEntry({kind, info, joined(entry.path, name.name), false, name.isLink, {}}, visit);
+        return walkEntry({kindOf(info, name), info, joined(entry.path, name.name), false, name.isLink, {}}, visit);
     });
 }
 
@@ -95,7 +101,8 @@ FileResult<QList<FolderName>> listFolder(const QString &folder)
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         const QString text =
             decoder(QByteArrayView(reinterpret_cast<const char *>(name.data()), static_cast<qsizetype>(name.size())));
-        names.append({text, !decoder.hasError(), entry->is_symlink(unknown)});
+        const bool isLink = entry->is_symlink(unknown);
+        names.append({text, !decoder.hasError(), isLink, !isLink && entry->is_regular_file(unknown)});
     }
     if (error)
         return FileError{folder, systemReason(error.value())};

@@ -14,6 +14,7 @@ struct FolderName
     QString name;
     bool isUtf8 = true; ///< otherwise only a part of the name could be read, and the entry cannot be opened
     bool isLink = false;
+    bool isFile = false; ///< a regular file itself, not a link to one
 };
 
 /// All names in a folder, hidden ones too, unsorted.
@@ -23,7 +24,7 @@ struct FolderName
 struct WalkEntry
 {
     enum Kind {
-        File,
+        File, ///< when its folder was listed
         Folder,
         Circle, ///< a link that leads back to itself, or to a folder on the way to it
         Missing, ///< nothing, or a link that leads nowhere

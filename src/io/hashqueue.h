@@ -15,7 +15,7 @@
 class HashQueue
 {
 public:
-    using Use = std::function<void(const FileResult<QString> &hash)>;
+    using Use = std::function<void(const FileResult<ContentHash> &hash)>;
 
     explicit HashQueue(int threads);
     ~HashQueue();
@@ -33,7 +33,7 @@ private:
     {
         QString path;
         Use use;
-        FileResult<QString> hash;
+        FileResult<ContentHash> hash;
         std::atomic<bool> isHashed = false;
     };
 
