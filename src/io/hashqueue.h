@@ -17,7 +17,7 @@ class HashQueue
 public:
     using Use = std::function<void(const FileResult<ContentHash> &hash)>;
 
-    explicit HashQueue(int threads);
+    explicit HashQueue(int threadCount);
     ~HashQueue();
     Q_DISABLE_COPY_MOVE(HashQueue)
 
