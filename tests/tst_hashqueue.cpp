@@ -32,6 +32,7 @@ class TestHashQueue : public QObject
 private slots:
     void startsNoThreadInVain_data();
     void startsNoThreadInVain();
+    void oneThreadUsesEachHashAtOnce();
     void messagesAreInOrder();
     void endsEarly();
 #ifdef Q_OS_UNIX
@@ -57,20 +58,32 @@ void TestHashQueue::startsNoThreadInVain()
     QFETCH(int, threads);
     QFETCH(int, files);
     QFETCH(int, most);
-    const QDir running(u"/proc/self/task"_s);
-    if (!running.exists())
+    const QString list = u"/proc/self/task"_s;
+    if (!QDir(list).exists())
         QSKIP("This system does not list the threads of a program");
     const Folder folder;
     folder.write(u"file"_s, "abc");
 
-    const uint before = running.count();
+    const uint before = QDir(list).count();
     HashQueue queue(threads);
     int used = 0;
     for (int i = 0; i < files; ++i)
         queue.add(folder.path(u"file"_s), [&used](const FileResult<ContentHash> &hash) { used += hash ? 1 : 0; });
     queue.finish();
     QCOMPARE(used, files);
-    QVERIFY(running.count() <= before + static_cast<uint>(most));
+    QVERIFY(QDir(list).count() <= before + static_cast<uint>(most));
+}
+
+void TestHashQueue::oneThreadUsesEachHashAtOnce()
+{
+    const Folder folder;
+    folder.write(u"file"_s, "abc");
+    HashQueue queue(1);
+    int used = 0;
+    for (int added = 1; added <= 3; ++added) {
+        queue.add(folder.path(u"file"_s), [&used](const FileResult<ContentHash> &hash) { used += hash ? 1 : 0; });
+        QCOMPARE(used, added);
+    }
 }
 
 void TestHashQueue::messagesAreInOrder()

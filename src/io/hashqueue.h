@@ -44,8 +44,8 @@ private:
     void useHashed();
 
     FileHasher hasher{QCryptographicHash::Sha1}; // of the finder
-    std::vector<File> files; // a ring, in which the numbers below count on
-    size_t added = 0;
+    std::vector<File> files; // a ring: file number N is at N modulo its size
+    size_t added = 0; // numbers of files, as the next two
     size_t used = 0;
     std::atomic<size_t> taken = 0; // to be hashed
     QSemaphore toHash;
