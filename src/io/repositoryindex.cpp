@@ -57,17 +57,19 @@ void addFile(const WalkEntry &entry, qsizetype app, Export *all, QByteArray *fil
     const auto use = [app, all, files, filePath = entry.info.filePath(),
                       path = publishedPath(entry.path)](const FileResult<ContentHash> &read) {
         IndexReport *report = all->report;
-        const QFileInfo unreadable = read ? QFileInfo() : QFileInfo(filePath);
-        if (!read && !unreadable.isFile()) {
+        ContentHash hash;
+        if (read) {
+            hash = *read;
+        } else if (const QFileInfo file(filePath); file.isFile()) {
+            hash.size = file.size();
+            report->withoutHash.append(read.error());
+        } else {
             report->leftOut.append(read.error());
             return;
         }
-        const ContentHash hash = read ? *read : ContentHash{{}, unreadable.size()};
         appendEntry(files, all->repoUrl + path, APPS_FOLDER + path, hash);
         ++report->files;
         report->bytes += hash.size;
-        if (!read)
-            report->withoutHash.append(read.error());
         showProgress(app, report);
     };
     all->hashes.add(entry.info.filePath(), use);

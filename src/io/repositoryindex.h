@@ -24,7 +24,7 @@ struct IndexReport
     qsizetype apps = 0; ///< published, the current one too
     qsizetype files = 0; ///< published
     qint64 bytes = 0; ///< in those files
-    QList<FileError> leftOut; ///< listed paths and folders that have no entries
+    QList<FileError> leftOut; ///< listed paths, folders and files that have no entries
     QList<FileError> withoutHash; ///< files that have an entry with an empty hash
     std::optional<FileError> error; ///< why the index is not on the disk as a whole
     std::function<void(const IndexReport &)> progress; ///< called at first, and after each file
