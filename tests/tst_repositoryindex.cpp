@@ -50,6 +50,7 @@ private slots:
     void emptyCatalogue();
     void wholeDocument();
     void emptyApp();
+    void versionsKeepTheirZeros();
     void prefixes();
     void walks_data();
     void walks();
@@ -178,6 +179,15 @@ void TestRepositoryIndex::emptyApp()
         })";
     QVERIFY(writeRepositoryIndex(folder.path(output()), {AppConfig(), AppConfig()}, url(), folder.path()));
     QCOMPARE(folder.read(output()), "{\n    \"applications\": [\n" + app + ",\n" + app + "\n    ]\n}\n");
+}
+
+void TestRepositoryIndex::versionsKeepTheirZeros()
+{
+    const Folder folder;
+    AppConfig app;
+    app.version = QVersionNumber(2, 10, 0);
+    const QJsonArray apps = indexObject({app}, url(), folder.path()).value("applications"_L1).toArray();
+    QCOMPARE(apps.at(0)["version"_L1].toString(), u"2.10.0"_s);
 }
 
 void TestRepositoryIndex::prefixes()
